@@ -1,0 +1,37 @@
+# Shared compile settings for every target of the project.
+function(vekr_target_defaults target)
+  if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+                                             -Wno-sign-conversion -Wnon-virtual-dtor
+                                             -Wold-style-cast -Woverloaded-virtual)
+    if(VEKR_WERROR)
+      target_compile_options(${target} PRIVATE -Werror)
+    endif()
+  endif()
+endfunction()
+
+# A library of one layer: sources under src/, public headers under include/.
+function(vekr_add_library target)
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC_LIBS;PRIVATE_LIBS" ${ARGN})
+  add_library(${target} STATIC ${ARG_SOURCES})
+  target_include_directories(${target} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR}/include)
+  target_link_libraries(${target} PUBLIC ${ARG_PUBLIC_LIBS} PRIVATE ${ARG_PRIVATE_LIBS})
+  vekr_target_defaults(${target})
+endfunction()
+
+# A GoogleTest executable; each case becomes its own CTest entry.
+# LABELS: "threads" marks the tests that the ThreadSanitizer pass runs,
+#         "gui" sets the offscreen Qt platform.
+function(vekr_add_test target)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
+  add_executable(${target} ${ARG_SOURCES})
+  target_link_libraries(${target} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
+  vekr_target_defaults(${target})
+  add_dependencies(${target} vekr_resources)
+  set(props LABELS "${ARG_LABELS}" TIMEOUT 60)
+  if("gui" IN_LIST ARG_LABELS)
+    list(APPEND props ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+  endif()
+  gtest_discover_tests(${target} WORKING_DIRECTORY ${CMAKE_BINARY_DIR} PROPERTIES ${props}
+                       DISCOVERY_TIMEOUT 30)
+endfunction()

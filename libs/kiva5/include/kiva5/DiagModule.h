@@ -1,0 +1,43 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "kiva5/Catalogue.h"
+#include "kiva5/DeviceSource.h"
+#include "kiva5/KivaException.h"
+
+namespace kiva5 {
+
+// The framework as the module sees it: factories for its declarations, the host's start(),
+// and the calls a running test makes. All static; the catalogue calls come from static
+// initialisers, start() from the main thread, error/warning from the test's thread or its
+// worker, checkForStop from any thread.
+class DiagModule {
+public:
+    static LocalizedString* createLocalizedString(const KivaString& key);
+    static Event* createEvent(const KivaString& name);
+    static Parameter* createParameter(const KivaString& name, const DataType& type,
+                                      const KivaString& defaultText, bool flag1, bool flag2);
+    static Test* createTest(const KivaString& name, const DeviceCapability& capability,
+                            TestFunction function);
+
+    static void setCmdLineArgs(int argc, const std::vector<std::string>& argv);
+    static void setVersion(int major, int minor, const KivaString& build);
+    // Runs the requested tests and returns the process exit code.
+    static int start();
+
+    static void error(Event* event, const char* sourceFile, int line);
+    static void warning(Event* event, const char* sourceFile, int line);
+    static bool checkForStop();
+
+    // Asks the running test, and the run, to stop (signals, a scenario's stop time).
+    static void requestStop();
+    // How the host finds devices; set once by the module before start().
+    static void setDeviceSourceFactory(DeviceSourceFactory factory);
+    // Replaces start() for tests of the application object.
+    static void setStartForTesting(std::function<int()> start);
+};
+
+}  // namespace kiva5

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "kiva5/Catalogue.h"
+#include "kiva5/DeviceSource.h"
+
+namespace kiva5 {
+
+struct ModuleVersion {
+    int major = 0;
+    int minor = 0;
+    std::string build;
+};
+
+// The diagnostic host behind DiagModule::start(): reads the command line, the profile and the
+// language, discovers devices, calls each test once per device on the calling thread, prints
+// the summary and writes the report. One Host serves one start().
+class Host {
+public:
+    // Exit code for a command line that cannot be obeyed (sysexits' EX_USAGE).
+    static constexpr int kUsageError = 64;
+
+    Host(Catalogue& catalogue, std::string moduleFile, ModuleVersion version,
+         DeviceSourceFactory devices, std::ostream& out, std::ostream& err);
+
+    // Runs and returns the exit code. Usage errors print one line on `err` and return
+    // kUsageError; framework failures throw KivaException; an exception out of a test
+    // function is rethrown after the report has been written.
+    int start(const std::vector<std::string>& args);
+
+private:
+    Catalogue& catalogue_;
+    std::string moduleFile_;
+    ModuleVersion version_;
+    DeviceSourceFactory devices_;
+    std::ostream& out_;
+    std::ostream& err_;
+};
+
+}  // namespace kiva5

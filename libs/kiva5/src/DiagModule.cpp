@@ -1,0 +1,79 @@
+#include "kiva5/DiagModule.h"
+
+#include <iostream>
+
+#include "RunContext.h"
+#include "kiva5/Host.h"
+
+namespace kiva5 {
+namespace {
+
+struct ModuleState {
+    std::vector<std::string> args;
+    ModuleVersion version;
+    DeviceSourceFactory devices;
+    std::function<int()> startOverride;
+};
+
+ModuleState& state() {
+    static ModuleState* s = new ModuleState;
+    return *s;
+}
+
+}  // namespace
+
+LocalizedString* DiagModule::createLocalizedString(const KivaString& key) {
+    return Catalogue::global().createLocalizedString(key);
+}
+
+Event* DiagModule::createEvent(const KivaString& name) {
+    return Catalogue::global().createEvent(name);
+}
+
+Parameter* DiagModule::createParameter(const KivaString& name, const DataType& type,
+                                       const KivaString& defaultText, bool flag1, bool flag2) {
+    return Catalogue::global().createParameter(name, type, defaultText, flag1, flag2);
+}
+
+Test* DiagModule::createTest(const KivaString& name, const DeviceCapability& capability,
+                             TestFunction function) {
+    return Catalogue::global().createTest(name, capability, function);
+}
+
+void DiagModule::setCmdLineArgs(int argc, const std::vector<std::string>& argv) {
+    const auto n = std::min(static_cast<std::size_t>(std::max(argc, 0)), argv.size());
+    state().args.assign(argv.begin(), argv.begin() + static_cast<std::ptrdiff_t>(n));
+}
+
+void DiagModule::setVersion(int major, int minor, const KivaString& build) {
+    state().version = ModuleVersion{major, minor, build.str()};
+}
+
+int DiagModule::start() {
+    ModuleState& s = state();
+    if (s.startOverride) return s.startOverride();
+    const std::string moduleFile = s.args.empty() ? "vekrsensors.vkm" : s.args.front();
+    Host host(Catalogue::global(), moduleFile, s.version, s.devices, std::cout, std::cerr);
+    return host.start(s.args);
+}
+
+void DiagModule::error(Event* event, const char* sourceFile, int line) {
+    RunContext::raise(event, "error", sourceFile, line);
+}
+
+void DiagModule::warning(Event* event, const char* sourceFile, int line) {
+    RunContext::raise(event, "warning", sourceFile, line);
+}
+
+bool DiagModule::checkForStop() { return StopFlag::isSet(); }
+void DiagModule::requestStop() { StopFlag::set(); }
+
+void DiagModule::setDeviceSourceFactory(DeviceSourceFactory factory) {
+    state().devices = std::move(factory);
+}
+
+void DiagModule::setStartForTesting(std::function<int()> start) {
+    state().startOverride = std::move(start);
+}
+
+}  // namespace kiva5

@@ -1,0 +1,351 @@
+#include "kiva5/Host.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <exception>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <sstream>
+
+#include "RunContext.h"
+#include "kiva5/KivaException.h"
+#include "kiva5/Localization.h"
+#include "kiva5/Report.h"
+#include "vek/Exception.h"
+#include "vek/Logging.h"
+#include "vek/Resource.h"
+#include "vek/Stopwatch.h"
+
+namespace kiva5 {
+namespace {
+
+std::atomic<vek::Logger*> s_logger{nullptr};
+constexpr const char* kLoggerName = "kiva5";
+
+// A command line the host cannot obey; reported as one line with EX_USAGE.
+struct UsageError {
+    std::string message;
+};
+
+struct Options {
+    bool list = false;
+    bool devices = false;
+    std::vector<std::string> tests;
+    std::string device;
+    std::vector<std::string> params;
+    std::string profile;
+    std::string backend;
+    std::string scenario;
+    std::string lang;
+    std::string report;
+    std::string log;
+    int logLevel = 0;
+};
+
+std::string moduleStem(const std::string& file) {
+    return std::filesystem::path(file).stem().string();
+}
+
+bool equalNoCase(const std::string& a, const std::string& b) {
+    return vek::String(a).equalNoCase(vek::String(b));
+}
+
+// Profile: {"parameters": {"Name": "text" | number | boolean, ...}}.
+std::vector<std::pair<std::string, std::string>> readProfile(const std::filesystem::path& file) {
+    std::ifstream in(file);
+    if (!in) throw KivaException("cannot read profile " + file.string());
+    nlohmann::json doc;
+    try {
+        doc = nlohmann::json::parse(in);
+    } catch (const nlohmann::json::parse_error& e) {
+        throw KivaException("profile " + file.string() + ": not valid JSON (byte " +
+                            std::to_string(e.byte) + ")");
+    }
+    if (!doc.is_object() || !doc.contains("parameters") || !doc["parameters"].is_object()) {
+        throw KivaException("profile " + file.string() +
+                            ": expected an object with a \"parameters\" object");
+    }
+    std::vector<std::pair<std::string, std::string>> values;
+    for (const auto& [name, v] : doc["parameters"].items()) {
+        std::string text;
+        if (v.is_string()) {
+            text = v.get<std::string>();
+        } else if (v.is_boolean()) {
+            text = v.get<bool>() ? "true" : "false";
+        } else if (v.is_number_integer()) {
+            text = std::to_string(v.get<long long>());
+        } else if (v.is_number()) {
+            text = Value::formatDouble(v.get<double>());
+        } else {
+            throw KivaException("profile " + file.string() + ": parameter \"" + name +
+                                "\" must be a string, number or boolean");
+        }
+        values.emplace_back(name, std::move(text));
+    }
+    return values;
+}
+
+class EmptySource : public DeviceSource {
+public:
+    std::vector<DiagDevice> devices() override { return {}; }
+};
+
+void printCatalogue(const Catalogue& c, std::ostream& out) {
+    out << "Tests:\n";
+    for (const auto& t : c.tests()) {
+        out << "  " << t->name() << "  capability " << t->capability().name();
+        if (t->interactive()) out << "  interactive";
+        if (t->createsOwnGUI()) out << "  own GUI";
+        out << "\n";
+        for (const Parameter* p : t->parameters()) {
+            out << "    " << p->name() << " (" << p->type().name() << ")\n";
+        }
+    }
+    out << "Parameters:\n";
+    for (const auto& p : c.parameters()) {
+        out << "  " << p->name() << " " << p->type().name() << "\n";
+    }
+    out << "Events:\n";
+    for (const auto& e : c.events()) out << "  " << e->name() << "\n";
+    out << "Localized strings:\n";
+    for (const auto& s : c.strings()) out << "  " << s->key() << "\n";
+}
+
+}  // namespace
+
+Host::Host(Catalogue& catalogue, std::string moduleFile, ModuleVersion version,
+           DeviceSourceFactory devices, std::ostream& out, std::ostream& err)
+    : catalogue_(catalogue), moduleFile_(std::move(moduleFile)), version_(std::move(version)),
+      devices_(std::move(devices)), out_(out), err_(err) {}
+
+int Host::start(const std::vector<std::string>& args) {
+    const std::string versionText = std::to_string(version_.major) + "." +
+                                    std::to_string(version_.minor);
+    Options o;
+    CLI::App app{"Sensor diagnostics for tablets and convertibles", moduleFile_};
+    app.set_version_flag("--version", moduleFile_ + " " + versionText + " (build " +
+                                          version_.build + ")");
+    app.add_flag("--list", o.list, "Print the declared tests, parameters, events and keys");
+    app.add_flag("--devices", o.devices, "Print the devices the backend finds");
+    app.add_option("--test", o.tests, "Run this test (repeatable; default: all)");
+    app.add_option("--device", o.device, "Run only on the device with this locator");
+    app.add_option("--param", o.params, "Set a parameter, NAME=VALUE (repeatable)");
+    app.add_option("--profile", o.profile, "Parameter values (default: the shipped profile)");
+    app.add_option("--backend", o.backend, "Sensor source: iio or sim (default iio)")
+        ->check(CLI::IsMember({"iio", "sim"}));
+    app.add_option("--scenario", o.scenario, "Scenario for the sim backend");
+    app.add_option("--lang", o.lang, "Language of the texts (default from the environment)");
+    app.add_option("--report", o.report, "Write the JSON report here (- for stdout)");
+    app.add_option("--log", o.log, "Write the module log here");
+    app.add_option("--log-level", o.logLevel, "Lowest priority logged, 1..4 (default 1)")
+        ->check(CLI::Range(1, 4));
+
+    std::vector<std::string> rest(args.size() > 1 ? args.begin() + 1 : args.end(), args.end());
+    std::reverse(rest.begin(), rest.end());  // CLI11 takes the arguments back to front
+    try {
+        app.parse(rest);
+    } catch (const CLI::CallForHelp&) {
+        out_ << app.help();
+        return 0;
+    } catch (const CLI::CallForVersion&) {
+        out_ << app.version() << "\n";
+        return 0;
+    } catch (const CLI::ParseError& e) {
+        err_ << moduleFile_ << ": " << e.what() << " (see --help)\n";
+        return kUsageError;
+    }
+
+    try {
+        if (!o.log.empty()) {
+            if (!vek::LogFactory::openFile(o.log)) {
+                throw UsageError{"cannot open log file " + o.log};
+            }
+            vek::LogFactory::setPriority(o.logLevel ? o.logLevel : vek::kLogProgress);
+        } else if (o.logLevel) {
+            throw UsageError{"--log-level needs --log FILE"};
+        }
+        if (o.list) {
+            printCatalogue(catalogue_, out_);
+            return 0;
+        }
+
+        // The command line is checked against the catalogue before anything is read.
+        // Tests to run, in the order asked for (each once).
+        std::vector<Test*> tests;
+        for (const auto& name : o.tests) {
+            Test* t = catalogue_.findTest(name);
+            if (!t) {
+                std::string known;
+                for (const auto& k : catalogue_.tests()) known += " " + k->name();
+                throw UsageError{"unknown test \"" + name + "\"; known tests:" + known};
+            }
+            if (std::find(tests.begin(), tests.end(), t) == tests.end()) tests.push_back(t);
+        }
+        if (tests.empty()) {
+            for (const auto& t : catalogue_.tests()) tests.push_back(t.get());
+        }
+
+        std::vector<std::pair<Parameter*, std::string>> overrides;
+        for (const auto& assignment : o.params) {
+            const auto eq = assignment.find('=');
+            if (eq == std::string::npos || eq == 0) {
+                throw UsageError{"--param expects NAME=VALUE, got \"" + assignment + "\""};
+            }
+            const std::string name = assignment.substr(0, eq);
+            Parameter* p = catalogue_.findParameter(name);
+            if (!p) throw UsageError{"unknown parameter \"" + name + "\""};
+            overrides.emplace_back(p, assignment.substr(eq + 1));
+        }
+        if (!o.scenario.empty() && o.backend == "iio") {
+            throw UsageError{"--scenario goes with --backend sim"};
+        }
+
+        // Resources: texts and settings are read now, so a broken install fails before any
+        // test starts instead of halfway through one.
+        const std::string module = moduleStem(moduleFile_);
+        const bool explicitLang = !o.lang.empty();
+        const std::string lang = explicitLang ? o.lang : vek::VekLocale::languageFromEnvironment();
+        std::vector<std::string> keys;
+        for (const auto& s : catalogue_.strings()) keys.push_back(s->key());
+        Localization::load(module, lang, explicitLang, keys);
+        vek::VekLocale::setGlobalLocale(Localization::language());
+        try {
+            vek::Resource::loadSettings(vek::String(module));
+        } catch (const vek::Exception& e) {
+            throw KivaException(e.toString().toStdString());
+        }
+
+        // Parameters: the profile, then --param.
+        for (const auto& p : catalogue_.parameters()) p->unset();
+        std::filesystem::path profile = o.profile;
+        if (profile.empty()) {
+            auto shipped = vek::Resource::resolve(std::filesystem::path("resources") / module /
+                                                  "profile.json");
+            if (!shipped) {
+                throw KivaException("resources/" + module + "/profile.json: not found beside " +
+                                    "the working directory or the executable");
+            }
+            profile = *shipped;
+        }
+        for (const auto& [name, text] : readProfile(profile)) {
+            Parameter* p = catalogue_.findParameter(name);
+            if (!p) {
+                throw KivaException("profile " + profile.string() + ": unknown parameter \"" +
+                                    name + "\"");
+            }
+            p->set(text);
+        }
+        for (const auto& [p, text] : overrides) p->set(text);
+
+        // Devices.
+        BackendSelection selection;
+        selection.backend = o.backend;
+        if (!o.scenario.empty()) {
+            selection.backend = "sim";
+            selection.scenario = o.scenario;
+        }
+        if (selection.backend.empty()) selection.backend = "iio";
+        std::unique_ptr<DeviceSource> source =
+            devices_ ? devices_(selection) : std::make_unique<EmptySource>();
+        const std::vector<DiagDevice> devices = source->devices();
+        if (o.devices) {
+            for (const auto& d : devices) {
+                out_ << std::string(d.capability().name()) << "\t" << d.osLocator().str() << "\t"
+                     << d.name().str() << "\n";
+            }
+            return 0;
+        }
+
+        // Runs.
+        Report report;
+        report.moduleFile = moduleFile_;
+        report.version = versionText;
+        report.build = version_.build;
+        report.backend = selection.backend;
+        StopFlag::clear();
+        StopFlag::installSignalHandlers();
+        std::exception_ptr escaped;
+        for (Test* test : tests) {
+            std::vector<const DiagDevice*> targets;
+            for (const auto& d : devices) {
+                if (d.capability() == test->capability() &&
+                    (o.device.empty() || equalNoCase(d.osLocator().str(), o.device))) {
+                    targets.push_back(&d);
+                }
+            }
+            if (targets.empty()) {
+                RunRecord run;
+                run.test = test->name();
+                run.result = TestResult::NODEVICE();
+                run.notes.push_back("no " + std::string(test->capability().name()) + " device" +
+                                    (o.device.empty() ? "" : " with locator " + o.device));
+                report.runs.push_back(std::move(run));
+                continue;
+            }
+            for (const DiagDevice* device : targets) {
+                RunRecord run;
+                run.test = test->name();
+                run.device = *device;
+                for (const Parameter* p : test->parameters()) {
+                    if (p->isset()) run.parameters.emplace_back(p->name(), p->value().text());
+                }
+                if (escaped || StopFlag::isSet()) {
+                    run.result = TestResult::USERABORTED();
+                    run.notes.push_back(escaped ? "not started: an earlier test ended abnormally"
+                                                : "not started: stop requested");
+                    report.runs.push_back(std::move(run));
+                    continue;
+                }
+                std::string bad;
+                for (const Parameter* p : test->parameters()) {
+                    if (p->isset() && !p->value().isValid()) {
+                        bad = "parameter " + p->name() + " = \"" + p->value().text() +
+                              "\" is not a valid " + std::string(p->type().name());
+                        break;
+                    }
+                }
+                if (!bad.empty()) {
+                    run.result = TestResult::BADPARAMS();
+                    run.notes.push_back(bad);
+                    report.runs.push_back(std::move(run));
+                    continue;
+                }
+                VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
+                        "Running " << test->name() << " on " << device->osLocator().str());
+                report.runs.push_back(std::move(run));
+                RunRecord& current = report.runs.back();
+                RunContext::begin(&current);
+                source->testStarting(test->name(), *device);
+                vek::Stopwatch watch;
+                try {
+                    current.result = test->function()(*device);
+                } catch (...) {
+                    escaped = std::current_exception();
+                    current.result = TestResult::EXITEDABNORMALLY();
+                    current.notes.push_back("the test ended by an exception");
+                }
+                current.seconds = watch.getElapsed();
+                source->testFinished();
+                RunContext::end();
+                VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
+                        test->name() << " result " << current.result.name());
+            }
+        }
+        report.settleResult();
+        const bool reportToStdout = o.report == "-";
+        report.printSummary(reportToStdout ? err_ : out_);
+        if (reportToStdout) {
+            out_ << report.toJson();
+        } else if (!o.report.empty()) {
+            report.write(o.report);
+        }
+        if (escaped) std::rethrow_exception(escaped);
+        return report.result.value();
+    } catch (const UsageError& e) {
+        err_ << moduleFile_ << ": " << e.message << " (see --help)\n";
+        return kUsageError;
+    }
+}
+
+}  // namespace kiva5

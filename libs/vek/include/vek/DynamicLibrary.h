@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+
+namespace vek {
+
+// A shared library opened on demand with dlopen. Built without loading; used by one thread.
+class DynamicLibrary {
+public:
+    explicit DynamicLibrary(std::string fileName) : fileName_(std::move(fileName)) {}
+    ~DynamicLibrary();
+    DynamicLibrary(const DynamicLibrary&) = delete;
+    DynamicLibrary& operator=(const DynamicLibrary&) = delete;
+
+    // Opens the library; true when it is (now) loaded.
+    bool load();
+    bool isLoaded() const { return handle_ != nullptr; }
+    // The address of `name`, or null when the library is not loaded or has no such symbol.
+    void* getSymbol(const char* name) const;
+    const std::string& fileName() const { return fileName_; }
+    // dlerror's text after a failed load or lookup.
+    const std::string& lastError() const { return lastError_; }
+
+private:
+    std::string fileName_;
+    void* handle_ = nullptr;
+    mutable std::string lastError_;
+};
+
+}  // namespace vek

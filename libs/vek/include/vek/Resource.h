@@ -1,0 +1,50 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "vek/String.h"
+
+namespace vek {
+
+// The language the module speaks to people, e.g. "en" or "de".
+class VekLocale {
+public:
+    explicit VekLocale(std::string language) : language_(std::move(language)) {}
+    const std::string& language() const { return language_; }
+
+    static const VekLocale& getGlobalLocale();
+    static void setGlobalLocale(const std::string& language);
+    // The language named by LC_ALL, LC_MESSAGES or LANG ("de_DE.UTF-8" gives "de"), or "en".
+    static std::string languageFromEnvironment();
+
+private:
+    std::string language_;
+};
+
+// The module's resource folder and its settings. Paths resolve against the working directory
+// first, then beside the running executable, so the module works from a build tree, an
+// install and a test's temporary folder alike.
+class Resource {
+public:
+    // The first existing file for `relative` (e.g. "resources/vekrsensors/settings.json").
+    static std::optional<std::filesystem::path> resolve(const std::filesystem::path& relative);
+
+    // Reads setting `key` of module `module` from "resources/<module>/settings.json": the
+    // locale's language block first, then the common block. False when the file or key is
+    // missing. A settings file that is not valid JSON of that shape throws vek::Exception
+    // naming the file and the fault: a broken install must not pass for default settings.
+    static bool getSetting(const String& module, const String& key, String& value,
+                           const VekLocale& locale);
+
+    // Parses the module's settings file now (it is otherwise read on first use); throws as
+    // getSetting does.
+    static void loadSettings(const String& module);
+    // Forgets parsed settings and the executable's folder, for tests.
+    static void resetForTesting();
+    static void setExecutableDirForTesting(std::optional<std::filesystem::path> dir);
+};
+
+}  // namespace vek

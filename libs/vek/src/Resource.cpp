@@ -1,0 +1,184 @@
+#include "vek/Resource.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <deque>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <system_error>
+
+#include "vek/Exception.h"
+
+namespace vek {
+namespace fs = std::filesystem;
+namespace {
+
+struct Settings {
+    std::map<std::string, std::string> common;
+    std::map<std::string, std::map<std::string, std::string>> byLanguage;
+};
+
+struct State {
+    std::mutex mutex;
+    std::map<std::string, std::optional<Settings>> modules;  // nullopt: no settings file
+    std::optional<fs::path> exeDirOverride;
+    bool exeDirOverridden = false;
+    // Every locale ever set stays alive: getGlobalLocale() hands out references.
+    std::deque<VekLocale> locales{VekLocale("en")};
+};
+
+State& state() {
+    static State* s = new State;
+    return *s;
+}
+
+std::optional<fs::path> executableDir() {
+    State& s = state();
+    if (s.exeDirOverridden) return s.exeDirOverride;
+    std::error_code ec;
+    const fs::path exe = fs::read_symlink("/proc/self/exe", ec);
+    if (ec) return std::nullopt;
+    return exe.parent_path();
+}
+
+std::string valueText(const nlohmann::json& v) {
+    if (v.is_string()) return v.get<std::string>();
+    if (v.is_number_unsigned()) return std::to_string(v.get<unsigned long long>());
+    if (v.is_number_integer()) return std::to_string(v.get<long long>());
+    if (v.is_boolean()) return v.get<bool>() ? "true" : "false";
+    return v.dump();
+}
+
+std::map<std::string, std::string> readBlock(const nlohmann::json& block, const fs::path& file,
+                                             const std::string& where) {
+    if (!block.is_object()) {
+        throw Exception(String(file.string() + ": \"" + where + "\" must be an object"));
+    }
+    std::map<std::string, std::string> out;
+    for (const auto& [key, v] : block.items()) {
+        if (v.is_object() || v.is_array() || v.is_null()) {
+            throw Exception(String(file.string() + ": setting \"" + key + "\" in \"" + where +
+                                   "\" must be a string, number or boolean"));
+        }
+        out[key] = valueText(v);
+    }
+    return out;
+}
+
+std::optional<Settings> parseSettings(const std::string& module) {
+    const fs::path relative = fs::path("resources") / module / "settings.json";
+    const auto file = Resource::resolve(relative);
+    if (!file) return std::nullopt;
+    std::ifstream in(*file);
+    if (!in) throw Exception(String(file->string() + ": cannot be read"));
+    nlohmann::json doc;
+    try {
+        doc = nlohmann::json::parse(in);
+    } catch (const nlohmann::json::parse_error& e) {
+        throw Exception(String(file->string() + ": not valid JSON (byte " +
+                               std::to_string(e.byte) + ")"));
+    }
+    if (!doc.is_object()) throw Exception(String(file->string() + ": must be a JSON object"));
+    Settings settings;
+    if (doc.contains("settings")) settings.common = readBlock(doc["settings"], *file, "settings");
+    if (doc.contains("languages")) {
+        const auto& langs = doc["languages"];
+        if (!langs.is_object()) {
+            throw Exception(String(file->string() + ": \"languages\" must be an object"));
+        }
+        for (const auto& [lang, block] : langs.items()) {
+            settings.byLanguage[lang] = readBlock(block, *file, "languages." + lang);
+        }
+    }
+    return settings;
+}
+
+const std::optional<Settings>& settingsFor(const std::string& module) {
+    State& s = state();
+    auto it = s.modules.find(module);
+    if (it == s.modules.end()) it = s.modules.emplace(module, parseSettings(module)).first;
+    return it->second;
+}
+
+}  // namespace
+
+const VekLocale& VekLocale::getGlobalLocale() {
+    State& s = state();
+    std::lock_guard lock(s.mutex);
+    return s.locales.back();
+}
+
+void VekLocale::setGlobalLocale(const std::string& language) {
+    State& s = state();
+    std::lock_guard lock(s.mutex);
+    s.locales.emplace_back(language);
+}
+
+std::string VekLocale::languageFromEnvironment() {
+    for (const char* var : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const char* v = std::getenv(var);
+        if (!v || !*v) continue;
+        std::string lang(v);
+        lang = lang.substr(0, lang.find_first_of("_.@"));
+        if (lang == "C" || lang == "POSIX" || lang.empty()) return "en";
+        return lang;
+    }
+    return "en";
+}
+
+std::optional<fs::path> Resource::resolve(const fs::path& relative) {
+    std::error_code ec;
+    if (fs::is_regular_file(relative, ec)) return fs::absolute(relative, ec);
+    if (auto dir = executableDir()) {
+        const fs::path candidate = *dir / relative;
+        if (fs::is_regular_file(candidate, ec)) return candidate;
+    }
+    return std::nullopt;
+}
+
+bool Resource::getSetting(const String& module, const String& key, String& value,
+                          const VekLocale& locale) {
+    State& s = state();
+    std::lock_guard lock(s.mutex);
+    const auto& settings = settingsFor(module.toStdString());
+    if (!settings) return false;
+    const std::string k = key.toStdString();
+    if (auto lang = settings->byLanguage.find(locale.language());
+        lang != settings->byLanguage.end()) {
+        if (auto it = lang->second.find(k); it != lang->second.end()) {
+            value = String(it->second);
+            return true;
+        }
+    }
+    if (auto it = settings->common.find(k); it != settings->common.end()) {
+        value = String(it->second);
+        return true;
+    }
+    return false;
+}
+
+void Resource::loadSettings(const String& module) {
+    State& s = state();
+    std::lock_guard lock(s.mutex);
+    settingsFor(module.toStdString());
+}
+
+void Resource::resetForTesting() {
+    State& s = state();
+    std::lock_guard lock(s.mutex);
+    s.modules.clear();
+    s.exeDirOverridden = false;
+    s.exeDirOverride.reset();
+}
+
+void Resource::setExecutableDirForTesting(std::optional<fs::path> dir) {
+    State& s = state();
+    std::lock_guard lock(s.mutex);
+    s.exeDirOverridden = true;
+    s.exeDirOverride = std::move(dir);
+}
+
+}  // namespace vek
