@@ -162,6 +162,11 @@ int Host::start(const std::vector<std::string>& args) {
                 throw UsageError{"cannot open log file " + o.log};
             }
             vek::LogFactory::setPriority(o.logLevel ? o.logLevel : vek::kLogProgress);
+            std::string line;
+            for (const auto& a : args) line += " " + a;
+            VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
+                    moduleFile_ << " " << versionText << " (build " << version_.build
+                                << ") started:" << line);
         } else if (o.logLevel) {
             throw UsageError{"--log-level needs --log FILE"};
         }

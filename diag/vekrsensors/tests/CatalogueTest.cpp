@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include "kiva5/Catalogue.h"
+#include "vekrsensors.h"
+
+namespace {
+
+using Kind = kiva5::Catalogue::Kind;
+
+std::string describe(const kiva5::Catalogue::Declaration& d) {
+    const char* kinds[] = {"key", "event", "parameter", "test"};
+    return std::string(kinds[static_cast<int>(d.kind)]) + " " + d.name;
+}
+
+TEST(Catalogue, IsDeclaredInTheFixedOrder) {
+    const std::vector<std::string> expected = {
+        "key TitleGyrometerTest",
+        "key TitleMagnetometerTest",
+        "key ProximitySensorTestTitle",
+        "key PleaseHoldSteady",
+        "key SensorCantSeeYou",
+        "key MoveTowardOrAway",
+        "key BUTTON_RESTART_TEST",
+        "key BUTTON_EXIT_TEST",
+        "key TIMEOUT_PROMPT_TITLE",
+        "key TIMEOUT_PROMPT_TEXT",
+        "event SensorState_NotAvailable",
+        "event SensorState_Invalid",
+        "event SensorState_Error",
+        "event SensorState_AccessDenied",
+        "event Sensor_Timeout",
+        "event Sensor_InvalidUpdateData",
+        "event Sensor_NoData",
+        "event UserClickedFail",
+        "event BadParametersRange",
+        "parameter SensorStateTimeout",
+        "key FailButton",
+        "key CancelButton",
+        "parameter LuxValueThreshold",
+        "parameter LuxValueWaitTime",
+        "parameter WarnOnBelowThreshold",
+        "parameter AccelerometerThreshold",
+        "parameter AccelerometerWaitTime",
+        "parameter AccelerometerTarget",
+        "parameter DegreesThreshold",
+        "parameter MagnetometerWaitTime",
+        "parameter IncludeFailButton",
+        "parameter UseTimeoutPrompt",
+        "parameter TimeoutPromptIntervalSeconds",
+        "parameter SensorNoDataTimeoutSeconds",
+        "test AmbientLightSensorTest",
+        "test AccelerometerTest",
+        "test MagnetometerTest",
+        "test GyrometerTest",
+        "test ProximitySensorTest",
+    };
+    std::vector<std::string> actual;
+    for (const auto& d : kiva5::Catalogue::global().declarations()) actual.push_back(describe(d));
+    EXPECT_EQ(actual, expected);
+}
+
+TEST(Catalogue, TestsCarryTheirCapabilityParametersAndFlags) {
+    struct Row {
+        const char* test;
+        std::string_view capability;
+        std::vector<std::string> parameters;
+        bool interactive;
+    };
+    const Row rows[] = {
+        {"AmbientLightSensorTest", "AmbientLightSensor",
+         {"LuxValueThreshold", "LuxValueWaitTime", "SensorStateTimeout", "WarnOnBelowThreshold"},
+         false},
+        {"AccelerometerTest", "Accelerometer",
+         {"AccelerometerThreshold", "AccelerometerWaitTime", "AccelerometerTarget",
+          "SensorStateTimeout"},
+         false},
+        {"MagnetometerTest", "Magnetometer",
+         {"DegreesThreshold", "MagnetometerWaitTime", "SensorStateTimeout"}, true},
+        {"GyrometerTest", "Gyrometer", {"SensorStateTimeout"}, true},
+        {"ProximitySensorTest", "ProximitySensor",
+         {"IncludeFailButton", "UseTimeoutPrompt", "TimeoutPromptIntervalSeconds",
+          "SensorNoDataTimeoutSeconds"},
+         true},
+    };
+    for (const Row& row : rows) {
+        const kiva5::Test* t = kiva5::Catalogue::global().findTest(row.test);
+        ASSERT_NE(t, nullptr) << row.test;
+        EXPECT_EQ(t->capability().name(), row.capability);
+        std::vector<std::string> params;
+        for (const auto* p : t->parameters()) params.push_back(p->name());
+        EXPECT_EQ(params, row.parameters) << row.test;
+        EXPECT_EQ(t->interactive(), row.interactive) << row.test;
+        EXPECT_EQ(t->createsOwnGUI(), row.interactive) << row.test;
+    }
+}
+
+TEST(Catalogue, ParametersHaveTheirTypesAnEmptyDefaultAndFixedFlags) {
+    for (const auto& p : kiva5::Catalogue::global().parameters()) {
+        EXPECT_EQ(p->defaultText(), "") << p->name();
+        EXPECT_FALSE(p->flag1());
+        EXPECT_TRUE(p->flag2());
+    }
+    EXPECT_EQ(vekrsensors::paramWarnOnBelowThreshold->type(), kiva5::DataType::BOOLEAN());
+    EXPECT_EQ(vekrsensors::paramTimeoutPromptIntervalSeconds->type(), kiva5::DataType::INT32());
+    EXPECT_EQ(vekrsensors::paramSensorNoDataTimeoutSeconds->type(), kiva5::DataType::INT32());
+    EXPECT_EQ(vekrsensors::paramAccelerometerTarget->type(), kiva5::DataType::DOUBLE());
+}
+
+}  // namespace

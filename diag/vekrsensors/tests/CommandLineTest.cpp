@@ -1,0 +1,99 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "ModuleProcess.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The executable as a host starts it, from an empty working directory: resources are found
+// beside the executable.
+class CommandLine : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir_ = fs::temp_directory_path() /
+               ("vekr-cli-" + std::to_string(::getpid()) + "-" +
+                ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::remove_all(dir_);
+        fs::create_directories(dir_);
+    }
+    void TearDown() override { fs::remove_all(dir_); }
+    ModuleOutcome run(const std::vector<std::string>& args) { return runModule(args, dir_); }
+    fs::path dir_;
+};
+
+TEST_F(CommandLine, VersionAndHelp) {
+    ModuleOutcome o = run({"--version"});
+    EXPECT_EQ(o.exitCode, 0);
+    EXPECT_EQ(o.out, "vekrsensors.vkm 6.5 (build 000000001)\n");
+    o = run({"--help"});
+    EXPECT_EQ(o.exitCode, 0);
+    for (const char* option : {"--list", "--devices", "--test", "--device", "--param",
+                               "--profile", "--backend", "--scenario", "--lang", "--report",
+                               "--log", "--log-level"}) {
+        EXPECT_NE(o.out.find(option), std::string::npos) << option;
+    }
+}
+
+TEST_F(CommandLine, ListNamesEveryTestInCatalogueOrder) {
+    const ModuleOutcome o = run({"--list"});
+    EXPECT_EQ(o.exitCode, 0);
+    std::size_t last = 0;
+    for (const char* test : {"AmbientLightSensorTest", "AccelerometerTest", "MagnetometerTest",
+                             "GyrometerTest", "ProximitySensorTest"}) {
+        const auto at = o.out.find("  " + std::string(test) + "  capability");
+        ASSERT_NE(at, std::string::npos) << test;
+        EXPECT_GT(at, last) << test;
+        last = at;
+    }
+}
+
+TEST_F(CommandLine, BadCommandLineIsOneLineAndNonZero) {
+    for (const auto& args : std::vector<std::vector<std::string>>{
+             {"--frobnicate"}, {"--test", "CoffeeTest"}, {"--param", "Nope=1"},
+             {"--backend", "usb"}}) {
+        const ModuleOutcome o = run(args);
+        EXPECT_EQ(o.exitCode, 64) << args[0];
+        EXPECT_EQ(o.out, "");
+        EXPECT_EQ(std::count(o.err.begin(), o.err.end(), '\n'), 1) << o.err;
+    }
+}
+
+TEST_F(CommandLine, BrokenProfileEndsAbnormallyWithOneLineAndNoReport) {
+    std::ofstream(dir_ / "bad.json") << "{ \"parameters\": ";
+    const ModuleOutcome o = run({"--profile", "bad.json", "--report", "r.json"});
+    EXPECT_EQ(o.exitCode, 8);
+    EXPECT_EQ(o.err.rfind("KivaException: profile bad.json: not valid JSON", 0), 0u) << o.err;
+    EXPECT_EQ(std::count(o.err.begin(), o.err.end(), '\n'), 1) << o.err;
+    EXPECT_FALSE(fs::exists(dir_ / "r.json"));
+}
+
+TEST_F(CommandLine, ReportIsValidJsonWithTheModuleIdentity) {
+    const ModuleOutcome o = run({"--report", "r.json", "--backend", "iio"});
+    std::ifstream in(dir_ / "r.json");
+    const auto report = nlohmann::json::parse(in);
+    EXPECT_EQ(report["module"]["file"], "vekrsensors.vkm");
+    EXPECT_EQ(report["module"]["version"], "6.5");
+    EXPECT_EQ(report["module"]["build"], "000000001");
+    EXPECT_EQ(report["code"], o.exitCode);
+    EXPECT_EQ(report["runs"].size(), 5u) << "every declared test is accounted for";
+}
+
+TEST_F(CommandLine, LogFileFollowsTheLoggingConvention) {
+    run({"--version"});  // no log without --log
+    EXPECT_TRUE(fs::is_empty(dir_));
+    run({"--log", "m.log", "--log-level", "1", "--list"});
+    std::ifstream in(dir_ / "m.log");
+    const std::string log((std::istreambuf_iterator<char>(in)), {});
+    EXPECT_NE(log.find(" 1 kiva5: "), std::string::npos) << log;
+    EXPECT_NE(log.find("vekrsensors.vkm 6.5 (build 000000001) started: vekrsensors.vkm --log"),
+              std::string::npos)
+        << log;
+}
+
+}  // namespace

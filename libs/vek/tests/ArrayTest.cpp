@@ -1,0 +1,49 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sstream>
+
+#include "vek/Array.h"
+#include "vek/Logging.h"
+
+namespace {
+
+TEST(Array, IndexBelowSizeIsServed) {
+    vek::Array<int> a;
+    a.add(4);
+    a.add(5);
+    EXPECT_EQ(a.size(), 2u);
+    EXPECT_EQ(a[1], 5);
+}
+
+TEST(Array, IndexAtOrBeyondSizeRaisesTheAssertionAndLogsIt) {
+    std::ostringstream log;
+    vek::LogFactory::setStreamForTesting(&log);
+    vek::LogFactory::setPriority(vek::kLogError);
+    vek::Array<std::unique_ptr<int>> a;
+    a.add(std::make_unique<int>(1));
+    for (std::size_t index : {std::size_t{1}, std::size_t{1000}}) {
+        try {
+            (void)a[index];
+            GTEST_FAIL() << "index " << index << " was served";
+        } catch (const vek::AssertionFailure& e) {
+            EXPECT_NE(e.toString().toStdString().find("index < size()"), std::string::npos);
+        }
+    }
+    vek::Array<int> empty;
+    EXPECT_THROW((void)empty[0], vek::AssertionFailure);
+    vek::LogFactory::setStreamForTesting(nullptr);
+    vek::LogFactory::setPriority(vek::kLogOff);
+    EXPECT_NE(log.str().find("Assertion failed: index < size()"), std::string::npos) << log.str();
+}
+
+TEST(Array, ImpossibleSizeIsReportedWithTheSize) {
+    try {
+        vek::Array<int> a(std::size_t{1} << 40);
+        GTEST_FAIL() << "built an array of 2^40 elements";
+    } catch (const vek::Exception& e) {
+        EXPECT_EQ(e.toString().toStdString(), "Asked for array of size: 1099511627776");
+    }
+}
+
+}  // namespace

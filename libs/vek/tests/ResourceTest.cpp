@@ -1,0 +1,116 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "vek/Exception.h"
+#include "vek/Resource.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Works in a fresh folder as the working directory, with another folder standing in for the
+// executable's, so both places of the lookup can be tested.
+class Settings : public ::testing::Test {
+protected:
+    void SetUp() override {
+        root_ = fs::temp_directory_path() / ("vekr-resource-" + std::to_string(::getpid()) + "-" +
+                                             ::testing::UnitTest::GetInstance()
+                                                 ->current_test_info()
+                                                 ->name());
+        fs::remove_all(root_);
+        fs::create_directories(root_ / "cwd");
+        fs::create_directories(root_ / "exe");
+        previous_ = fs::current_path();
+        fs::current_path(root_ / "cwd");
+        vek::Resource::resetForTesting();
+        vek::Resource::setExecutableDirForTesting(root_ / "exe");
+    }
+    void TearDown() override {
+        fs::current_path(previous_);
+        vek::Resource::resetForTesting();
+        fs::remove_all(root_);
+    }
+    void write(const fs::path& base, const std::string& text) {
+        fs::create_directories(base / "resources/mod");
+        std::ofstream(base / "resources/mod/settings.json") << text;
+    }
+    static bool get(const char* key, std::string& out, const char* lang = "en") {
+        vek::String v;
+        const bool found = vek::Resource::getSetting("mod", key, v, vek::VekLocale(lang));
+        out = v.toStdString();
+        return found;
+    }
+    fs::path root_;
+    fs::path previous_;
+};
+
+TEST_F(Settings, LanguageBlockWinsOverCommonBlock) {
+    write(root_ / "cwd", R"({"settings": {"A.value": "3", "B.value": 7},
+                             "languages": {"de": {"A.value": "4"}}})");
+    std::string v;
+    ASSERT_TRUE(get("A.value", v, "en"));
+    EXPECT_EQ(v, "3");
+    ASSERT_TRUE(get("A.value", v, "de"));
+    EXPECT_EQ(v, "4");
+    ASSERT_TRUE(get("B.value", v, "de")) << "falls back to the common block";
+    EXPECT_EQ(v, "7") << "numbers are handed out as text";
+    EXPECT_FALSE(get("C.value", v));
+}
+
+TEST_F(Settings, WorkingDirectoryComesBeforeTheExecutablesFolder) {
+    write(root_ / "exe", R"({"settings": {"A.value": "from-exe"}})");
+    std::string v;
+    ASSERT_TRUE(get("A.value", v));
+    EXPECT_EQ(v, "from-exe");
+    vek::Resource::resetForTesting();
+    vek::Resource::setExecutableDirForTesting(root_ / "exe");
+    write(root_ / "cwd", R"({"settings": {"A.value": "from-cwd"}})");
+    ASSERT_TRUE(get("A.value", v));
+    EXPECT_EQ(v, "from-cwd");
+}
+
+TEST_F(Settings, MissingFileMeansNoSetting) {
+    std::string v;
+    EXPECT_FALSE(get("A.value", v));
+    EXPECT_FALSE(vek::Resource::resolve("resources/mod/settings.json").has_value());
+}
+
+TEST_F(Settings, MalformedFileIsAnErrorNamingTheFile) {
+    for (const char* text : {"{ not json", R"(["a"])", R"({"settings": {"A": {"x": 1}}})",
+                             R"({"languages": []})"}) {
+        vek::Resource::resetForTesting();
+        vek::Resource::setExecutableDirForTesting(root_ / "exe");
+        write(root_ / "cwd", text);
+        std::string v;
+        try {
+            get("A", v);
+            GTEST_FAIL() << "accepted: " << text;
+        } catch (const vek::Exception& e) {
+            EXPECT_NE(e.toString().toStdString().find("resources/mod/settings.json"),
+                      std::string::npos)
+                << e.toString().toStdString();
+        }
+    }
+}
+
+TEST(VekLocale, LanguageComesFromTheEnvironment) {
+    struct Row {
+        const char* lcAll;
+        const char* lang;
+        const char* expected;
+    };
+    for (const Row& row : {Row{"", "de_DE.UTF-8", "de"}, Row{"fr_FR", "de_DE.UTF-8", "fr"},
+                           Row{"", "C", "en"}, Row{"", "", "en"}, Row{"", "pt_BR@x", "pt"}}) {
+        setenv("LC_ALL", row.lcAll, 1);
+        unsetenv("LC_MESSAGES");
+        setenv("LANG", row.lang, 1);
+        EXPECT_EQ(vek::VekLocale::languageFromEnvironment(), row.expected) << row.lang;
+    }
+    unsetenv("LC_ALL");
+    unsetenv("LANG");
+}
+
+}  // namespace
