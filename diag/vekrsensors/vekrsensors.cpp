@@ -17,8 +17,8 @@ kiva5::Event* event(const char* name) {
     return kiva5::DiagModule::createEvent(kiva5::KivaString(name));
 }
 kiva5::Parameter* parameter(const char* name, const kiva5::DataType& type) {
-    return kiva5::DiagModule::createParameter(kiva5::KivaString(name), type,
-                                              kiva5::KivaString(""), false, true);
+    return kiva5::DiagModule::createParameter(kiva5::KivaString(name), type, kiva5::KivaString(""),
+                                              false, true);
 }
 }  // namespace
 
@@ -47,7 +47,8 @@ kiva5::Parameter* paramSensorStateTimeout =
     parameter("SensorStateTimeout", kiva5::DataType::DOUBLE());
 kiva5::LocalizedString* strFailButton = key("FailButton");
 kiva5::LocalizedString* strCancelButton = key("CancelButton");
-kiva5::Parameter* paramLuxValueThreshold = parameter("LuxValueThreshold", kiva5::DataType::DOUBLE());
+kiva5::Parameter* paramLuxValueThreshold =
+    parameter("LuxValueThreshold", kiva5::DataType::DOUBLE());
 kiva5::Parameter* paramLuxValueWaitTime = parameter("LuxValueWaitTime", kiva5::DataType::DOUBLE());
 kiva5::Parameter* paramWarnOnBelowThreshold =
     parameter("WarnOnBelowThreshold", kiva5::DataType::BOOLEAN());

@@ -55,7 +55,8 @@ TEST(Catalogue, IsDeclaredInTheFixedOrder) {
         "test ProximitySensorTest",
     };
     std::vector<std::string> actual;
-    for (const auto& d : kiva5::Catalogue::global().declarations()) actual.push_back(describe(d));
+    for (const auto& d : kiva5::Catalogue::global().declarations())
+        actual.push_back(describe(d));
     EXPECT_EQ(actual, expected);
 }
 
@@ -67,17 +68,22 @@ TEST(Catalogue, TestsCarryTheirCapabilityParametersAndFlags) {
         bool interactive;
     };
     const Row rows[] = {
-        {"AmbientLightSensorTest", "AmbientLightSensor",
+        {"AmbientLightSensorTest",
+         "AmbientLightSensor",
          {"LuxValueThreshold", "LuxValueWaitTime", "SensorStateTimeout", "WarnOnBelowThreshold"},
          false},
-        {"AccelerometerTest", "Accelerometer",
+        {"AccelerometerTest",
+         "Accelerometer",
          {"AccelerometerThreshold", "AccelerometerWaitTime", "AccelerometerTarget",
           "SensorStateTimeout"},
          false},
-        {"MagnetometerTest", "Magnetometer",
-         {"DegreesThreshold", "MagnetometerWaitTime", "SensorStateTimeout"}, true},
+        {"MagnetometerTest",
+         "Magnetometer",
+         {"DegreesThreshold", "MagnetometerWaitTime", "SensorStateTimeout"},
+         true},
         {"GyrometerTest", "Gyrometer", {"SensorStateTimeout"}, true},
-        {"ProximitySensorTest", "ProximitySensor",
+        {"ProximitySensorTest",
+         "ProximitySensor",
          {"IncludeFailButton", "UseTimeoutPrompt", "TimeoutPromptIntervalSeconds",
           "SensorNoDataTimeoutSeconds"},
          true},
@@ -87,7 +93,8 @@ TEST(Catalogue, TestsCarryTheirCapabilityParametersAndFlags) {
         ASSERT_NE(t, nullptr) << row.test;
         EXPECT_EQ(t->capability().name(), row.capability);
         std::vector<std::string> params;
-        for (const auto* p : t->parameters()) params.push_back(p->name());
+        for (const auto* p : t->parameters())
+            params.push_back(p->name());
         EXPECT_EQ(params, row.parameters) << row.test;
         EXPECT_EQ(t->interactive(), row.interactive) << row.test;
         EXPECT_EQ(t->createsOwnGUI(), row.interactive) << row.test;

@@ -33,9 +33,9 @@ TEST_F(CommandLine, VersionAndHelp) {
     EXPECT_EQ(o.out, "vekrsensors.vkm 6.5 (build 000000001)\n");
     o = run({"--help"});
     EXPECT_EQ(o.exitCode, 0);
-    for (const char* option : {"--list", "--devices", "--test", "--device", "--param",
-                               "--profile", "--backend", "--scenario", "--lang", "--report",
-                               "--log", "--log-level"}) {
+    for (const char* option :
+         {"--list", "--devices", "--test", "--device", "--param", "--profile", "--backend",
+          "--scenario", "--lang", "--report", "--log", "--log-level"}) {
         EXPECT_NE(o.out.find(option), std::string::npos) << option;
     }
 }
@@ -54,9 +54,10 @@ TEST_F(CommandLine, ListNamesEveryTestInCatalogueOrder) {
 }
 
 TEST_F(CommandLine, BadCommandLineIsOneLineAndNonZero) {
-    for (const auto& args : std::vector<std::vector<std::string>>{
-             {"--frobnicate"}, {"--test", "CoffeeTest"}, {"--param", "Nope=1"},
-             {"--backend", "usb"}}) {
+    for (const auto& args : std::vector<std::vector<std::string>>{{"--frobnicate"},
+                                                                  {"--test", "CoffeeTest"},
+                                                                  {"--param", "Nope=1"},
+                                                                  {"--backend", "usb"}}) {
         const ModuleOutcome o = run(args);
         EXPECT_EQ(o.exitCode, 64) << args[0];
         EXPECT_EQ(o.out, "");

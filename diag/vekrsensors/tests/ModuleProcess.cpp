@@ -14,18 +14,22 @@ ModuleOutcome runModule(const std::vector<std::string>& args, const std::string&
                         const std::vector<std::string>& extraEnv) {
     ModuleOutcome outcome;
     int outPipe[2], errPipe[2];
-    if (pipe(outPipe) != 0 || pipe(errPipe) != 0) return outcome;
+    if (pipe(outPipe) != 0 || pipe(errPipe) != 0)
+        return outcome;
 
     std::vector<std::string> argStore{VEKR_MODULE_PATH};
     argStore.insert(argStore.end(), args.begin(), args.end());
     std::vector<char*> argv;
-    for (auto& a : argStore) argv.push_back(a.data());
+    for (auto& a : argStore)
+        argv.push_back(a.data());
     argv.push_back(nullptr);
     std::vector<std::string> envStore;
-    for (char** e = environ; *e; ++e) envStore.emplace_back(*e);
+    for (char** e = environ; *e; ++e)
+        envStore.emplace_back(*e);
     envStore.insert(envStore.end(), extraEnv.begin(), extraEnv.end());
     std::vector<char*> envp;
-    for (auto& e : envStore) envp.push_back(e.data());
+    for (auto& e : envStore)
+        envp.push_back(e.data());
     envp.push_back(nullptr);
 
     // posix_spawn has no portable chdir action on glibc 2.36; run through a tiny shell line.
@@ -46,16 +50,19 @@ ModuleOutcome runModule(const std::vector<std::string>& args, const std::string&
     posix_spawn_file_actions_destroy(&actions);
     close(outPipe[1]);
     close(errPipe[1]);
-    if (rc != 0) return outcome;
+    if (rc != 0)
+        return outcome;
 
     pollfd fds[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
     std::string* sinks[2] = {&outcome.out, &outcome.err};
     int open = 2;
     char buf[4096];
     while (open > 0) {
-        if (poll(fds, 2, -1) < 0 && errno != EINTR) break;
+        if (poll(fds, 2, -1) < 0 && errno != EINTR)
+            break;
         for (int i = 0; i < 2; ++i) {
-            if (fds[i].fd < 0 || !(fds[i].revents & (POLLIN | POLLHUP))) continue;
+            if (fds[i].fd < 0 || !(fds[i].revents & (POLLIN | POLLHUP)))
+                continue;
             const ssize_t n = read(fds[i].fd, buf, sizeof buf);
             if (n > 0) {
                 sinks[i]->append(buf, static_cast<std::size_t>(n));

@@ -59,8 +59,8 @@ TEST_F(AppRun, EscapedExceptionsBecomeOneLineAndTheAbnormalExitCode) {
 }
 
 TEST_F(AppRun, HandsTheModuleNameVersionAndArgumentsToTheFramework) {
-    CWinApp::setProcessArgs({"/opt/diag/bin/whatever", "--test", "GyrometerTest"});
-    // The real start() runs the host; --version answers from what Run declared.
+    // The real start() runs the host; --version answers with the name and version that Run
+    // declared, whatever the executable is called.
     std::ostringstream out;
     std::streambuf* old = std::cout.rdbuf(out.rdbuf());
     kiva5::DiagModule::setStartForTesting(nullptr);

@@ -25,7 +25,8 @@ Event& Event::setVariable(const KivaString& name, const Value& value) {
 
 bool Event::addTip(const Tip& tip) {
     std::lock_guard lock(mutex_);
-    if (std::find(tips_.begin(), tips_.end(), tip) != tips_.end()) return false;
+    if (std::find(tips_.begin(), tips_.end(), tip) != tips_.end())
+        return false;
     tips_.push_back(tip);
     return true;
 }
@@ -36,13 +37,17 @@ void Event::takeForReport(std::vector<std::pair<std::string, Value>>& variables,
     variables = std::move(variables_);
     variables_.clear();
     tips.clear();
-    for (const Tip& t : tips_) tips.push_back(t.key());
+    for (const Tip& t : tips_)
+        tips.push_back(t.key());
 }
 
-vek::String LocalizedString::localizedString() const { return Localization::lookup(key_); }
+vek::String LocalizedString::localizedString() const {
+    return Localization::lookup(key_);
+}
 
 Test* Test::addParameter(const Parameter* parameter) {
-    if (parameter) parameters_.push_back(parameter);
+    if (parameter)
+        parameters_.push_back(parameter);
     return this;
 }
 
@@ -89,14 +94,16 @@ Test* Catalogue::createTest(const KivaString& name, const DeviceCapability& capa
 
 Test* Catalogue::findTest(std::string_view name) const {
     for (const auto& t : tests_) {
-        if (t->name() == name) return t.get();
+        if (t->name() == name)
+            return t.get();
     }
     return nullptr;
 }
 
 Parameter* Catalogue::findParameter(std::string_view name) const {
     for (const auto& p : parameters_) {
-        if (p->name() == name) return p.get();
+        if (p->name() == name)
+            return p.get();
     }
     return nullptr;
 }

@@ -51,7 +51,8 @@ void DiagModule::setVersion(int major, int minor, const KivaString& build) {
 
 int DiagModule::start() {
     ModuleState& s = state();
-    if (s.startOverride) return s.startOverride();
+    if (s.startOverride)
+        return s.startOverride();
     const std::string moduleFile = s.args.empty() ? "vekrsensors.vkm" : s.args.front();
     Host host(Catalogue::global(), moduleFile, s.version, s.devices, std::cout, std::cerr);
     return host.start(s.args);
@@ -65,8 +66,12 @@ void DiagModule::warning(Event* event, const char* sourceFile, int line) {
     RunContext::raise(event, "warning", sourceFile, line);
 }
 
-bool DiagModule::checkForStop() { return StopFlag::isSet(); }
-void DiagModule::requestStop() { StopFlag::set(); }
+bool DiagModule::checkForStop() {
+    return StopFlag::isSet();
+}
+void DiagModule::requestStop() {
+    StopFlag::set();
+}
 
 void DiagModule::setDeviceSourceFactory(DeviceSourceFactory factory) {
     state().devices = std::move(factory);

@@ -54,7 +54,8 @@ bool equalNoCase(const std::string& a, const std::string& b) {
 // Profile: {"parameters": {"Name": "text" | number | boolean, ...}}.
 std::vector<std::pair<std::string, std::string>> readProfile(const std::filesystem::path& file) {
     std::ifstream in(file);
-    if (!in) throw KivaException("cannot read profile " + file.string());
+    if (!in)
+        throw KivaException("cannot read profile " + file.string());
     nlohmann::json doc;
     try {
         doc = nlohmann::json::parse(in);
@@ -95,8 +96,10 @@ void printCatalogue(const Catalogue& c, std::ostream& out) {
     out << "Tests:\n";
     for (const auto& t : c.tests()) {
         out << "  " << t->name() << "  capability " << t->capability().name();
-        if (t->interactive()) out << "  interactive";
-        if (t->createsOwnGUI()) out << "  own GUI";
+        if (t->interactive())
+            out << "  interactive";
+        if (t->createsOwnGUI())
+            out << "  own GUI";
         out << "\n";
         for (const Parameter* p : t->parameters()) {
             out << "    " << p->name() << " (" << p->type().name() << ")\n";
@@ -107,25 +110,31 @@ void printCatalogue(const Catalogue& c, std::ostream& out) {
         out << "  " << p->name() << " " << p->type().name() << "\n";
     }
     out << "Events:\n";
-    for (const auto& e : c.events()) out << "  " << e->name() << "\n";
+    for (const auto& e : c.events())
+        out << "  " << e->name() << "\n";
     out << "Localized strings:\n";
-    for (const auto& s : c.strings()) out << "  " << s->key() << "\n";
+    for (const auto& s : c.strings())
+        out << "  " << s->key() << "\n";
 }
 
 }  // namespace
 
 Host::Host(Catalogue& catalogue, std::string moduleFile, ModuleVersion version,
            DeviceSourceFactory devices, std::ostream& out, std::ostream& err)
-    : catalogue_(catalogue), moduleFile_(std::move(moduleFile)), version_(std::move(version)),
-      devices_(std::move(devices)), out_(out), err_(err) {}
+    : catalogue_(catalogue),
+      moduleFile_(std::move(moduleFile)),
+      version_(std::move(version)),
+      devices_(std::move(devices)),
+      out_(out),
+      err_(err) {}
 
 int Host::start(const std::vector<std::string>& args) {
-    const std::string versionText = std::to_string(version_.major) + "." +
-                                    std::to_string(version_.minor);
+    const std::string versionText =
+        std::to_string(version_.major) + "." + std::to_string(version_.minor);
     Options o;
     CLI::App app{"Sensor diagnostics for tablets and convertibles", moduleFile_};
-    app.set_version_flag("--version", moduleFile_ + " " + versionText + " (build " +
-                                          version_.build + ")");
+    app.set_version_flag("--version",
+                         moduleFile_ + " " + versionText + " (build " + version_.build + ")");
     app.add_flag("--list", o.list, "Print the declared tests, parameters, events and keys");
     app.add_flag("--devices", o.devices, "Print the devices the backend finds");
     app.add_option("--test", o.tests, "Run this test (repeatable; default: all)");
@@ -163,7 +172,8 @@ int Host::start(const std::vector<std::string>& args) {
             }
             vek::LogFactory::setPriority(o.logLevel ? o.logLevel : vek::kLogProgress);
             std::string line;
-            for (const auto& a : args) line += " " + a;
+            for (const auto& a : args)
+                line += " " + a;
             VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
                     moduleFile_ << " " << versionText << " (build " << version_.build
                                 << ") started:" << line);
@@ -182,13 +192,16 @@ int Host::start(const std::vector<std::string>& args) {
             Test* t = catalogue_.findTest(name);
             if (!t) {
                 std::string known;
-                for (const auto& k : catalogue_.tests()) known += " " + k->name();
+                for (const auto& k : catalogue_.tests())
+                    known += " " + k->name();
                 throw UsageError{"unknown test \"" + name + "\"; known tests:" + known};
             }
-            if (std::find(tests.begin(), tests.end(), t) == tests.end()) tests.push_back(t);
+            if (std::find(tests.begin(), tests.end(), t) == tests.end())
+                tests.push_back(t);
         }
         if (tests.empty()) {
-            for (const auto& t : catalogue_.tests()) tests.push_back(t.get());
+            for (const auto& t : catalogue_.tests())
+                tests.push_back(t.get());
         }
 
         std::vector<std::pair<Parameter*, std::string>> overrides;
@@ -199,7 +212,8 @@ int Host::start(const std::vector<std::string>& args) {
             }
             const std::string name = assignment.substr(0, eq);
             Parameter* p = catalogue_.findParameter(name);
-            if (!p) throw UsageError{"unknown parameter \"" + name + "\""};
+            if (!p)
+                throw UsageError{"unknown parameter \"" + name + "\""};
             overrides.emplace_back(p, assignment.substr(eq + 1));
         }
         if (!o.scenario.empty() && o.backend == "iio") {
@@ -212,7 +226,8 @@ int Host::start(const std::vector<std::string>& args) {
         const bool explicitLang = !o.lang.empty();
         const std::string lang = explicitLang ? o.lang : vek::VekLocale::languageFromEnvironment();
         std::vector<std::string> keys;
-        for (const auto& s : catalogue_.strings()) keys.push_back(s->key());
+        for (const auto& s : catalogue_.strings())
+            keys.push_back(s->key());
         Localization::load(module, lang, explicitLang, keys);
         vek::VekLocale::setGlobalLocale(Localization::language());
         try {
@@ -222,7 +237,8 @@ int Host::start(const std::vector<std::string>& args) {
         }
 
         // Parameters: the profile, then --param.
-        for (const auto& p : catalogue_.parameters()) p->unset();
+        for (const auto& p : catalogue_.parameters())
+            p->unset();
         std::filesystem::path profile = o.profile;
         if (profile.empty()) {
             auto shipped = vek::Resource::resolve(std::filesystem::path("resources") / module /
@@ -241,7 +257,8 @@ int Host::start(const std::vector<std::string>& args) {
             }
             p->set(text);
         }
-        for (const auto& [p, text] : overrides) p->set(text);
+        for (const auto& [p, text] : overrides)
+            p->set(text);
 
         // Devices.
         BackendSelection selection;
@@ -250,7 +267,8 @@ int Host::start(const std::vector<std::string>& args) {
             selection.backend = "sim";
             selection.scenario = o.scenario;
         }
-        if (selection.backend.empty()) selection.backend = "iio";
+        if (selection.backend.empty())
+            selection.backend = "iio";
         std::unique_ptr<DeviceSource> source =
             devices_ ? devices_(selection) : std::make_unique<EmptySource>();
         const std::vector<DiagDevice> devices = source->devices();
@@ -293,7 +311,8 @@ int Host::start(const std::vector<std::string>& args) {
                 run.test = test->name();
                 run.device = *device;
                 for (const Parameter* p : test->parameters()) {
-                    if (p->isset()) run.parameters.emplace_back(p->name(), p->value().text());
+                    if (p->isset())
+                        run.parameters.emplace_back(p->name(), p->value().text());
                 }
                 if (escaped || StopFlag::isSet()) {
                     run.result = TestResult::USERABORTED();
@@ -345,7 +364,8 @@ int Host::start(const std::vector<std::string>& args) {
         } else if (!o.report.empty()) {
             report.write(o.report);
         }
-        if (escaped) std::rethrow_exception(escaped);
+        if (escaped)
+            std::rethrow_exception(escaped);
         return report.result.value();
     } catch (const UsageError& e) {
         err_ << moduleFile_ << ": " << e.message << " (see --help)\n";

@@ -23,11 +23,11 @@ Tables& tables() {
 }
 
 std::optional<std::map<std::string, std::string>> readTable(const std::string& module,
-                                                             const std::string& language) {
-    const auto file =
-        vek::Resource::resolve(std::filesystem::path("resources") / module / "strings" /
-                               (language + ".json"));
-    if (!file) return std::nullopt;
+                                                            const std::string& language) {
+    const auto file = vek::Resource::resolve(std::filesystem::path("resources") / module /
+                                             "strings" / (language + ".json"));
+    if (!file)
+        return std::nullopt;
     std::ifstream in(*file);
     nlohmann::json doc;
     try {
@@ -36,7 +36,8 @@ std::optional<std::map<std::string, std::string>> readTable(const std::string& m
         throw KivaException(file->string() + ": not valid JSON (byte " + std::to_string(e.byte) +
                             ")");
     }
-    if (!doc.is_object()) throw KivaException(file->string() + ": must be a JSON object");
+    if (!doc.is_object())
+        throw KivaException(file->string() + ": must be a JSON object");
     std::map<std::string, std::string> table;
     for (const auto& [key, text] : doc.items()) {
         if (!text.is_string()) {
@@ -49,8 +50,8 @@ std::optional<std::map<std::string, std::string>> readTable(const std::string& m
 
 }  // namespace
 
-void Localization::load(const std::string& module, const std::string& language,
-                        bool explicitChoice, const std::vector<std::string>& requiredKeys) {
+void Localization::load(const std::string& module, const std::string& language, bool explicitChoice,
+                        const std::vector<std::string>& requiredKeys) {
     auto english = readTable(module, "en");
     if (!english) {
         throw KivaException("resources/" + module + "/strings/en.json: not found beside the " +
@@ -79,8 +80,10 @@ void Localization::load(const std::string& module, const std::string& language,
 vek::String Localization::lookup(const std::string& key) {
     Tables& t = tables();
     std::lock_guard lock(t.mutex);
-    if (auto it = t.chosen.find(key); it != t.chosen.end()) return vek::String(it->second);
-    if (auto it = t.english.find(key); it != t.english.end()) return vek::String(it->second);
+    if (auto it = t.chosen.find(key); it != t.chosen.end())
+        return vek::String(it->second);
+    if (auto it = t.english.find(key); it != t.english.end())
+        return vek::String(it->second);
     return vek::String(key);
 }
 

@@ -19,21 +19,25 @@ namespace {
 
 nlohmann::json valueJson(const Value& v) {
     if (v.type() == DataType::DOUBLE()) {
-        if (auto d = Value::parseDouble(v.text())) return *d;
+        if (auto d = Value::parseDouble(v.text()))
+            return *d;
         return v.text();  // NaN or infinity stays readable as text
     }
     if (v.type() == DataType::BOOLEAN()) {
-        if (auto b = Value::parseBool(v.text())) return *b;
+        if (auto b = Value::parseBool(v.text()))
+            return *b;
     }
     if (v.type() == DataType::INT32()) {
-        if (auto i = Value::parseInt32(v.text())) return *i;
+        if (auto i = Value::parseInt32(v.text()))
+            return *i;
     }
     return v.text();
 }
 
 nlohmann::json pairsJson(const std::vector<std::pair<std::string, Value>>& pairs) {
     nlohmann::json out = nlohmann::json::object();
-    for (const auto& [name, value] : pairs) out[name] = valueJson(value);
+    for (const auto& [name, value] : pairs)
+        out[name] = valueJson(value);
     return out;
 }
 
@@ -45,7 +49,8 @@ void Report::settleResult() {
         return;
     }
     result = TestResult::PASS();
-    for (const auto& run : runs) result = TestResult::worse(result, run.result);
+    for (const auto& run : runs)
+        result = TestResult::worse(result, run.result);
 }
 
 std::string Report::toJson() const {
@@ -63,7 +68,8 @@ std::string Report::toJson() const {
             r["device"] = nullptr;
         }
         r["parameters"] = nlohmann::ordered_json::object();
-        for (const auto& [name, text] : run.parameters) r["parameters"][name] = text;
+        for (const auto& [name, text] : run.parameters)
+            r["parameters"][name] = text;
         r["result"] = std::string(run.result.name());
         r["code"] = run.result.value();
         r["seconds"] = std::round(run.seconds * 1000.0) / 1000.0;
@@ -75,8 +81,10 @@ std::string Report::toJson() const {
                                    {"variables", pairsJson(e.variables)},
                                    {"tips", e.tips}});
         }
-        if (!run.details.empty()) r["details"] = pairsJson(run.details);
-        if (!run.notes.empty()) r["notes"] = run.notes;
+        if (!run.details.empty())
+            r["details"] = pairsJson(run.details);
+        if (!run.notes.empty())
+            r["notes"] = run.notes;
         doc["runs"].push_back(std::move(r));
     }
     doc["result"] = std::string(result.name());
@@ -93,11 +101,13 @@ void Report::write(const std::filesystem::path& file) const {
         throw KivaException("cannot write report " + file.string() + ": " + what + ": " +
                             std::strerror(err));
     };
-    if (fd < 0) fail("create", errno);
+    if (fd < 0)
+        fail("create", errno);
     std::size_t done = 0;
     while (done < text.size()) {
         const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-        if (n < 0 && errno == EINTR) continue;
+        if (n < 0 && errno == EINTR)
+            continue;
         if (n <= 0) {
             const int err = errno;
             ::close(fd);
@@ -121,8 +131,7 @@ void Report::write(const std::filesystem::path& file) const {
 }
 
 void Report::printSummary(std::ostream& out) const {
-    out << moduleFile << " " << version << " (build " << build << "), backend " << backend
-        << "\n";
+    out << moduleFile << " " << version << " (build " << build << "), backend " << backend << "\n";
     for (const auto& run : runs) {
         const std::string device = run.device ? run.device->osLocator().str() : "(no device)";
         out << "  " << std::left << std::setw(24) << run.test << std::setw(20) << device << " "
@@ -130,15 +139,18 @@ void Report::printSummary(std::ostream& out) const {
             << std::setprecision(2) << run.seconds << " s\n";
         for (const auto& e : run.events) {
             out << "      " << e.severity << ": " << e.name;
-            for (const auto& [name, value] : e.variables) out << " " << name << "=" << value.text();
+            for (const auto& [name, value] : e.variables)
+                out << " " << name << "=" << value.text();
             if (!e.tips.empty()) {
                 out << " (tip:";
-                for (const auto& t : e.tips) out << " " << t;
+                for (const auto& t : e.tips)
+                    out << " " << t;
                 out << ")";
             }
             out << "\n";
         }
-        for (const auto& n : run.notes) out << "      note: " << n << "\n";
+        for (const auto& n : run.notes)
+            out << "      note: " << n << "\n";
     }
     out << "Result: " << result.name() << " (exit code " << result.value() << ")\n";
     out.unsetf(std::ios::fixed);

@@ -18,7 +18,9 @@ RunRecord* s_run = nullptr;
 std::atomic<bool> s_stop{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-extern "C" void onStopSignal(int) { s_stop.store(true); }
+extern "C" void onStopSignal(int) {
+    s_stop.store(true);
+}
 
 std::string baseName(const char* file) {
     std::string f = file ? file : "";
@@ -39,7 +41,8 @@ void RunContext::end() {
 }
 
 void RunContext::raise(Event* event, const char* severity, const char* file, int line) {
-    if (!event) return;
+    if (!event)
+        return;
     EventRecord record;
     record.name = event->name();
     record.severity = severity;
@@ -49,12 +52,14 @@ void RunContext::raise(Event* event, const char* severity, const char* file, int
     VEK_LOG(s_logger, kLoggerName, vek::kLogWarning,
             severity << " event " << record.name << " raised at " << record.file << ":" << line);
     std::lock_guard lock(s_mutex);
-    if (s_run) s_run->events.push_back(std::move(record));
+    if (s_run)
+        s_run->events.push_back(std::move(record));
 }
 
 void RunContext::addDetail(const std::string& name, const Value& value) {
     std::lock_guard lock(s_mutex);
-    if (!s_run) return;
+    if (!s_run)
+        return;
     for (auto& d : s_run->details) {
         if (d.first == name) {
             d.second = value;
@@ -64,9 +69,15 @@ void RunContext::addDetail(const std::string& name, const Value& value) {
     s_run->details.emplace_back(name, value);
 }
 
-bool StopFlag::isSet() { return s_stop.load(); }
-void StopFlag::set() { s_stop.store(true); }
-void StopFlag::clear() { s_stop.store(false); }
+bool StopFlag::isSet() {
+    return s_stop.load();
+}
+void StopFlag::set() {
+    s_stop.store(true);
+}
+void StopFlag::clear() {
+    s_stop.store(false);
+}
 
 void StopFlag::installSignalHandlers() {
     struct sigaction sa {};

@@ -29,41 +29,80 @@ constexpr std::array<ResultInfo, 9> kResults{{
 
 TestResult::TestResult() : code_(3) {}
 
-const TestResult& TestResult::PASS() { static const TestResult r(0); return r; }
-const TestResult& TestResult::FAIL() { static const TestResult r(1); return r; }
-const TestResult& TestResult::WARN() { static const TestResult r(2); return r; }
-const TestResult& TestResult::CANNOTRUN() { static const TestResult r(3); return r; }
-const TestResult& TestResult::NODEVICE() { static const TestResult r(4); return r; }
-const TestResult& TestResult::BADPARAMS() { static const TestResult r(5); return r; }
-const TestResult& TestResult::TIMEDOUT() { static const TestResult r(6); return r; }
-const TestResult& TestResult::USERABORTED() { static const TestResult r(7); return r; }
-const TestResult& TestResult::EXITEDABNORMALLY() { static const TestResult r(8); return r; }
+const TestResult& TestResult::PASS() {
+    static const TestResult r(0);
+    return r;
+}
+const TestResult& TestResult::FAIL() {
+    static const TestResult r(1);
+    return r;
+}
+const TestResult& TestResult::WARN() {
+    static const TestResult r(2);
+    return r;
+}
+const TestResult& TestResult::CANNOTRUN() {
+    static const TestResult r(3);
+    return r;
+}
+const TestResult& TestResult::NODEVICE() {
+    static const TestResult r(4);
+    return r;
+}
+const TestResult& TestResult::BADPARAMS() {
+    static const TestResult r(5);
+    return r;
+}
+const TestResult& TestResult::TIMEDOUT() {
+    static const TestResult r(6);
+    return r;
+}
+const TestResult& TestResult::USERABORTED() {
+    static const TestResult r(7);
+    return r;
+}
+const TestResult& TestResult::EXITEDABNORMALLY() {
+    static const TestResult r(8);
+    return r;
+}
 
 std::string_view TestResult::name() const {
     return code_ >= 0 && code_ < static_cast<int>(kResults.size()) ? kResults[code_].name
-                                                                    : "UNKNOWN";
+                                                                   : "UNKNOWN";
 }
 
 std::optional<TestResult> TestResult::fromName(std::string_view name) {
     for (std::size_t i = 0; i < kResults.size(); ++i) {
-        if (kResults[i].name == name) return TestResult(static_cast<int>(i));
+        if (kResults[i].name == name)
+            return TestResult(static_cast<int>(i));
     }
     return std::nullopt;
 }
 
 int TestResult::severity() const {
-    return code_ >= 0 && code_ < static_cast<int>(kResults.size()) ? kResults[code_].severity
-                                                                    : 8;
+    return code_ >= 0 && code_ < static_cast<int>(kResults.size()) ? kResults[code_].severity : 8;
 }
 
 const TestResult& TestResult::worse(const TestResult& a, const TestResult& b) {
     return b.severity() > a.severity() ? b : a;
 }
 
-const DataType& DataType::DOUBLE() { static constexpr DataType t("DOUBLE"); return t; }
-const DataType& DataType::BOOLEAN() { static constexpr DataType t("BOOLEAN"); return t; }
-const DataType& DataType::INT32() { static constexpr DataType t("INT32"); return t; }
-const DataType& DataType::STRING() { static constexpr DataType t("STRING"); return t; }
+const DataType& DataType::DOUBLE() {
+    static constexpr DataType t("DOUBLE");
+    return t;
+}
+const DataType& DataType::BOOLEAN() {
+    static constexpr DataType t("BOOLEAN");
+    return t;
+}
+const DataType& DataType::INT32() {
+    static constexpr DataType t("INT32");
+    return t;
+}
+const DataType& DataType::STRING() {
+    static constexpr DataType t("STRING");
+    return t;
+}
 
 const DeviceCapability& DeviceCapability::AmbientLightSensor() {
     static constexpr DeviceCapability c("AmbientLightSensor");
@@ -89,7 +128,8 @@ const DeviceCapability& DeviceCapability::ProximitySensor() {
 std::optional<DeviceCapability> DeviceCapability::fromName(std::string_view name) {
     for (const DeviceCapability* c : {&AmbientLightSensor(), &Accelerometer(), &Magnetometer(),
                                       &Gyrometer(), &ProximitySensor()}) {
-        if (c->name() == name) return *c;
+        if (c->name() == name)
+            return *c;
     }
     return std::nullopt;
 }

@@ -110,7 +110,8 @@ protected:
     nlohmann::json runForReport(std::vector<std::string> args, int* code = nullptr) {
         args.insert(args.end(), {"--report", "report.json"});
         const Outcome o = run(args);
-        if (code) *code = o.code;
+        if (code)
+            *code = o.code;
         std::ifstream in(root_ / "report.json");
         return nlohmann::json::parse(in);
     }
@@ -162,8 +163,8 @@ TEST_F(HostFixture, HelpAndVersionExitZero) {
 TEST_F(HostFixture, ParameterThatDoesNotParseGivesBadParamsWithoutCallingTheTest) {
     for (const char* value : {"abc", "nan", "inf", "1e999", "1,5", ""}) {
         g_calls.clear();
-        const auto report = runForReport({"--test", "ATest", "--param",
-                                          std::string("Threshold=") + value});
+        const auto report =
+            runForReport({"--test", "ATest", "--param", std::string("Threshold=") + value});
         EXPECT_TRUE(g_calls.empty()) << value;
         ASSERT_EQ(report["runs"].size(), 1u);
         EXPECT_EQ(report["runs"][0]["result"], "BADPARAMS") << value;
@@ -255,9 +256,9 @@ TEST_F(HostFixture, ReportCarriesEventsVariablesAndTips) {
     int code = -1;
     const auto report = runForReport({}, &code);
     EXPECT_EQ(code, 2);
-    EXPECT_EQ(report["module"], nlohmann::json({{"file", "testmod.vkm"},
-                                                {"version", "6.5"},
-                                                {"build", "000000001"}}));
+    EXPECT_EQ(
+        report["module"],
+        nlohmann::json({{"file", "testmod.vkm"}, {"version", "6.5"}, {"build", "000000001"}}));
     EXPECT_EQ(report["backend"], "iio");
     const auto& run0 = report["runs"][0];
     EXPECT_EQ(run0["test"], "ATest");

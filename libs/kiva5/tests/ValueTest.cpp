@@ -18,7 +18,9 @@ struct ParseRow {
     double asDouble;  // what the matching accessor gives
 };
 
-void PrintTo(const ParseRow& r, std::ostream* os) { *os << r.type->name() << ":" << r.text; }
+void PrintTo(const ParseRow& r, std::ostream* os) {
+    *os << r.type->name() << ":" << r.text;
+}
 
 class ValueParsing : public ::testing::TestWithParam<ParseRow> {};
 
@@ -68,12 +70,15 @@ TEST(Value, DoublesFormatShortestAndIgnoreTheProcessLocale) {
 }
 
 TEST(TestResult, CodesAreFixed) {
-    const std::pair<const TestResult*, int> codes[] = {
-        {&TestResult::PASS(), 0},      {&TestResult::FAIL(), 1},
-        {&TestResult::WARN(), 2},      {&TestResult::CANNOTRUN(), 3},
-        {&TestResult::NODEVICE(), 4},  {&TestResult::BADPARAMS(), 5},
-        {&TestResult::TIMEDOUT(), 6},  {&TestResult::USERABORTED(), 7},
-        {&TestResult::EXITEDABNORMALLY(), 8}};
+    const std::pair<const TestResult*, int> codes[] = {{&TestResult::PASS(), 0},
+                                                       {&TestResult::FAIL(), 1},
+                                                       {&TestResult::WARN(), 2},
+                                                       {&TestResult::CANNOTRUN(), 3},
+                                                       {&TestResult::NODEVICE(), 4},
+                                                       {&TestResult::BADPARAMS(), 5},
+                                                       {&TestResult::TIMEDOUT(), 6},
+                                                       {&TestResult::USERABORTED(), 7},
+                                                       {&TestResult::EXITEDABNORMALLY(), 8}};
     for (const auto& [result, code] : codes) {
         EXPECT_EQ(result->value(), code) << result->name();
         EXPECT_EQ(TestResult::fromName(result->name()), *result);

@@ -18,12 +18,17 @@ CWinApp::CWinApp(const char* appName) : appName_(appName) {
 }
 
 CWinApp::~CWinApp() {
-    if (s_app == this) s_app = nullptr;
+    if (s_app == this)
+        s_app = nullptr;
 }
 
-BOOL CWinApp::InitInstance() { return TRUE; }
+BOOL CWinApp::InitInstance() {
+    return TRUE;
+}
 
-int CWinApp::Run() { return ExitInstance(); }
+int CWinApp::Run() {
+    return ExitInstance();
+}
 
 void CWinApp::ParseCommandLine(CCommandLineInfo& info) {
     const auto& args = processArgs();
@@ -34,9 +39,13 @@ void CWinApp::ParseCommandLine(CCommandLineInfo& info) {
     }
 }
 
-CWinApp* CWinApp::instance() { return s_app; }
+CWinApp* CWinApp::instance() {
+    return s_app;
+}
 
-void CWinApp::setProcessArgs(std::vector<std::string> args) { processArgs() = std::move(args); }
+void CWinApp::setProcessArgs(std::vector<std::string> args) {
+    processArgs() = std::move(args);
+}
 
 int AfxWinMain(int argc, char** argv) {
     CWinApp::setProcessArgs(std::vector<std::string>(argv, argv + argc));
@@ -45,6 +54,7 @@ int AfxWinMain(int argc, char** argv) {
         std::fputs("no application object\n", stderr);
         return 1;
     }
-    if (!app->InitInstance()) return app->ExitInstance();
+    if (!app->InitInstance())
+        return app->ExitInstance();
     return app->Run();
 }

@@ -2,7 +2,6 @@
 
 #include <thread>
 
-
 namespace vek {
 namespace {
 SteadyClock s_steady;
@@ -14,13 +13,17 @@ Clock::Duration SteadyClock::now() const {
         std::chrono::steady_clock::now().time_since_epoch());
 }
 
-void SteadyClock::sleepFor(Duration d) { std::this_thread::sleep_for(d); }
+void SteadyClock::sleepFor(Duration d) {
+    std::this_thread::sleep_for(d);
+}
 
 Clock& Clock::current() {
     Clock* c = s_current.load(std::memory_order_acquire);
     return c ? *c : s_steady;
 }
 
-void Clock::installForTesting(Clock* clock) { s_current.store(clock, std::memory_order_release); }
+void Clock::installForTesting(Clock* clock) {
+    s_current.store(clock, std::memory_order_release);
+}
 
 }  // namespace vek

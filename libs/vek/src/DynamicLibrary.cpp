@@ -5,11 +5,13 @@
 namespace vek {
 
 DynamicLibrary::~DynamicLibrary() {
-    if (handle_) dlclose(handle_);
+    if (handle_)
+        dlclose(handle_);
 }
 
 bool DynamicLibrary::load() {
-    if (handle_) return true;
+    if (handle_)
+        return true;
     handle_ = dlopen(fileName_.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle_) {
         const char* err = dlerror();
@@ -19,7 +21,8 @@ bool DynamicLibrary::load() {
 }
 
 void* DynamicLibrary::getSymbol(const char* name) const {
-    if (!handle_ || !name) return nullptr;
+    if (!handle_ || !name)
+        return nullptr;
     dlerror();
     void* symbol = dlsym(handle_, name);
     if (!symbol) {

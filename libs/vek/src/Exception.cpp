@@ -19,8 +19,8 @@ AssertionFailure::AssertionFailure(const char* file, int line, const char* expre
                 String(std::to_string(line))) {}
 
 void AssertionFailure::logAssert(const char* file, int line, const char* expression) {
-    VEK_LOG(s_logger, kLoggerName, 4, "Assertion failed: " << expression << " at " << file << ":"
-                                                             << line);
+    VEK_LOG(s_logger, kLoggerName, 4,
+            "Assertion failed: " << expression << " at " << file << ":" << line);
     throw AssertionFailure(file, line, expression);
 }
 
@@ -41,6 +41,8 @@ void ErrorStream::redirectForTesting(std::ostream* target) {
     target_ = target;
 }
 
-std::ostream& ErrorStream::target() { return target_ ? *target_ : std::cerr; }
+std::ostream& ErrorStream::target() {
+    return target_ ? *target_ : std::cerr;
+}
 
 }  // namespace vek

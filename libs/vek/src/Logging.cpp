@@ -1,7 +1,7 @@
 #include "vek/Logging.h"
 
-#include <unistd.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <ctime>
@@ -53,19 +53,45 @@ std::string timestamp() {
 
 }  // namespace
 
-LoggerStream::LoggerStream() { out_.imbue(std::locale::classic()); }
-LoggerStream& LoggerStream::operator<<(double v) { return out_ << v, *this; }
-LoggerStream& LoggerStream::operator<<(float v) { return out_ << v, *this; }
-LoggerStream& LoggerStream::operator<<(int v) { return out_ << v, *this; }
-LoggerStream& LoggerStream::operator<<(long v) { return out_ << v, *this; }
-LoggerStream& LoggerStream::operator<<(long long v) { return out_ << v, *this; }
-LoggerStream& LoggerStream::operator<<(unsigned v) { return out_ << v, *this; }
-LoggerStream& LoggerStream::operator<<(unsigned long v) { return out_ << v, *this; }
-LoggerStream& LoggerStream::operator<<(unsigned long long v) { return out_ << v, *this; }
-LoggerStream& LoggerStream::operator<<(const String& v) { return out_ << v.toStdString(), *this; }
-LoggerStream& LoggerStream::operator<<(const char* v) { return out_ << (v ? v : ""), *this; }
-LoggerStream& LoggerStream::operator<<(std::string_view v) { return out_ << v, *this; }
-LoggerStream& LoggerStream::operator<<(char v) { return out_ << v, *this; }
+LoggerStream::LoggerStream() {
+    out_.imbue(std::locale::classic());
+}
+LoggerStream& LoggerStream::operator<<(double v) {
+    return out_ << v, *this;
+}
+LoggerStream& LoggerStream::operator<<(float v) {
+    return out_ << v, *this;
+}
+LoggerStream& LoggerStream::operator<<(int v) {
+    return out_ << v, *this;
+}
+LoggerStream& LoggerStream::operator<<(long v) {
+    return out_ << v, *this;
+}
+LoggerStream& LoggerStream::operator<<(long long v) {
+    return out_ << v, *this;
+}
+LoggerStream& LoggerStream::operator<<(unsigned v) {
+    return out_ << v, *this;
+}
+LoggerStream& LoggerStream::operator<<(unsigned long v) {
+    return out_ << v, *this;
+}
+LoggerStream& LoggerStream::operator<<(unsigned long long v) {
+    return out_ << v, *this;
+}
+LoggerStream& LoggerStream::operator<<(const String& v) {
+    return out_ << v.toStdString(), *this;
+}
+LoggerStream& LoggerStream::operator<<(const char* v) {
+    return out_ << (v ? v : ""), *this;
+}
+LoggerStream& LoggerStream::operator<<(std::string_view v) {
+    return out_ << v, *this;
+}
+LoggerStream& LoggerStream::operator<<(char v) {
+    return out_ << v, *this;
+}
 
 int Logger::resolvePriority() const {
     int resolved = LogFactory::getPriority();
@@ -86,10 +112,16 @@ bool Logger::accepts(int p) const {
     return LogFactory::getPriority() <= p && level() <= p && resolvePriority() <= p;
 }
 
-void Logger::log(int p, const LoggerStream& line) { LogFactory::write(p, name_, line.str()); }
+void Logger::log(int p, const LoggerStream& line) {
+    LogFactory::write(p, name_, line.str());
+}
 
-int LogFactory::getPriority() { return s_gate.load(std::memory_order_relaxed); }
-void LogFactory::setPriority(int p) { s_gate.store(p, std::memory_order_relaxed); }
+int LogFactory::getPriority() {
+    return s_gate.load(std::memory_order_relaxed);
+}
+void LogFactory::setPriority(int p) {
+    s_gate.store(p, std::memory_order_relaxed);
+}
 
 Logger* LogFactory::createLogger(const char* name, std::atomic<Logger*>& slot) {
     Logger* logger = findOrCreate(name);
@@ -103,7 +135,8 @@ Logger* LogFactory::loggerFor(std::atomic<Logger*>& slot, const char* name) {
 }
 
 Logger* LogFactory::traceLogger(std::atomic<Logger*>& slot, const char* name) {
-    if (getPriority() > kLogProgress) return nullptr;
+    if (getPriority() > kLogProgress)
+        return nullptr;
     Logger* logger = loggerFor(slot, name);
     return logger->level() <= kLogProgress ? logger : nullptr;
 }
@@ -137,14 +170,16 @@ void LogFactory::write(int p, const std::string& logger, std::string_view text) 
     const long tid = syscall(SYS_gettid);
     Registry& r = registry();
     std::lock_guard lock(r.mutex);
-    if (!r.out) return;
+    if (!r.out)
+        return;
     *r.out << stamp << ' ' << tid << ' ' << p << ' ' << logger << ": " << text << '\n';
     r.out->flush();
 }
 
 TraceLogger::TraceLogger(Logger* logger, const char* function, const char* file, int line)
     : logger_(logger), function_(function) {
-    if (!logger_) return;
+    if (!logger_)
+        return;
     LoggerStream s;
     const std::string_view path(file);
     const auto slash = path.rfind('/');
@@ -154,7 +189,8 @@ TraceLogger::TraceLogger(Logger* logger, const char* function, const char* file,
 }
 
 TraceLogger::~TraceLogger() {
-    if (!logger_) return;
+    if (!logger_)
+        return;
     LoggerStream s;
     s << "< " << function_;
     logger_->log(kLogProgress, s);

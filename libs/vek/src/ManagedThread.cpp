@@ -7,11 +7,13 @@
 namespace vek {
 
 ManagedThread::~ManagedThread() {
-    if (thread_.joinable()) thread_.join();
+    if (thread_.joinable())
+        thread_.join();
 }
 
 bool ManagedThread::run(const String& name) {
-    if (thread_.joinable() || finished_.load() || !function_) return false;
+    if (thread_.joinable() || finished_.load() || !function_)
+        return false;
     name_ = name;
     try {
         thread_ = std::thread([this] {
@@ -27,14 +29,17 @@ bool ManagedThread::run(const String& name) {
 }
 
 bool ManagedThread::join() {
-    if (!thread_.joinable()) return false;
-    if (thread_.get_id() == std::this_thread::get_id()) return false;
+    if (!thread_.joinable())
+        return false;
+    if (thread_.get_id() == std::this_thread::get_id())
+        return false;
     thread_.join();
     return true;
 }
 
 bool ManagedThread::getExitCode(int* code) const {
-    if (!code || !finished_.load()) return false;
+    if (!code || !finished_.load())
+        return false;
     *code = exitCode_.load();
     return true;
 }

@@ -37,18 +37,24 @@ State& state() {
 
 std::optional<fs::path> executableDir() {
     State& s = state();
-    if (s.exeDirOverridden) return s.exeDirOverride;
+    if (s.exeDirOverridden)
+        return s.exeDirOverride;
     std::error_code ec;
     const fs::path exe = fs::read_symlink("/proc/self/exe", ec);
-    if (ec) return std::nullopt;
+    if (ec)
+        return std::nullopt;
     return exe.parent_path();
 }
 
 std::string valueText(const nlohmann::json& v) {
-    if (v.is_string()) return v.get<std::string>();
-    if (v.is_number_unsigned()) return std::to_string(v.get<unsigned long long>());
-    if (v.is_number_integer()) return std::to_string(v.get<long long>());
-    if (v.is_boolean()) return v.get<bool>() ? "true" : "false";
+    if (v.is_string())
+        return v.get<std::string>();
+    if (v.is_number_unsigned())
+        return std::to_string(v.get<unsigned long long>());
+    if (v.is_number_integer())
+        return std::to_string(v.get<long long>());
+    if (v.is_boolean())
+        return v.get<bool>() ? "true" : "false";
     return v.dump();
 }
 
@@ -71,19 +77,23 @@ std::map<std::string, std::string> readBlock(const nlohmann::json& block, const 
 std::optional<Settings> parseSettings(const std::string& module) {
     const fs::path relative = fs::path("resources") / module / "settings.json";
     const auto file = Resource::resolve(relative);
-    if (!file) return std::nullopt;
+    if (!file)
+        return std::nullopt;
     std::ifstream in(*file);
-    if (!in) throw Exception(String(file->string() + ": cannot be read"));
+    if (!in)
+        throw Exception(String(file->string() + ": cannot be read"));
     nlohmann::json doc;
     try {
         doc = nlohmann::json::parse(in);
     } catch (const nlohmann::json::parse_error& e) {
-        throw Exception(String(file->string() + ": not valid JSON (byte " +
-                               std::to_string(e.byte) + ")"));
+        throw Exception(
+            String(file->string() + ": not valid JSON (byte " + std::to_string(e.byte) + ")"));
     }
-    if (!doc.is_object()) throw Exception(String(file->string() + ": must be a JSON object"));
+    if (!doc.is_object())
+        throw Exception(String(file->string() + ": must be a JSON object"));
     Settings settings;
-    if (doc.contains("settings")) settings.common = readBlock(doc["settings"], *file, "settings");
+    if (doc.contains("settings"))
+        settings.common = readBlock(doc["settings"], *file, "settings");
     if (doc.contains("languages")) {
         const auto& langs = doc["languages"];
         if (!langs.is_object()) {
@@ -99,7 +109,8 @@ std::optional<Settings> parseSettings(const std::string& module) {
 const std::optional<Settings>& settingsFor(const std::string& module) {
     State& s = state();
     auto it = s.modules.find(module);
-    if (it == s.modules.end()) it = s.modules.emplace(module, parseSettings(module)).first;
+    if (it == s.modules.end())
+        it = s.modules.emplace(module, parseSettings(module)).first;
     return it->second;
 }
 
@@ -120,10 +131,12 @@ void VekLocale::setGlobalLocale(const std::string& language) {
 std::string VekLocale::languageFromEnvironment() {
     for (const char* var : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
         const char* v = std::getenv(var);
-        if (!v || !*v) continue;
+        if (!v || !*v)
+            continue;
         std::string lang(v);
         lang = lang.substr(0, lang.find_first_of("_.@"));
-        if (lang == "C" || lang == "POSIX" || lang.empty()) return "en";
+        if (lang == "C" || lang == "POSIX" || lang.empty())
+            return "en";
         return lang;
     }
     return "en";
@@ -131,10 +144,12 @@ std::string VekLocale::languageFromEnvironment() {
 
 std::optional<fs::path> Resource::resolve(const fs::path& relative) {
     std::error_code ec;
-    if (fs::is_regular_file(relative, ec)) return fs::absolute(relative, ec);
+    if (fs::is_regular_file(relative, ec))
+        return fs::absolute(relative, ec);
     if (auto dir = executableDir()) {
         const fs::path candidate = *dir / relative;
-        if (fs::is_regular_file(candidate, ec)) return candidate;
+        if (fs::is_regular_file(candidate, ec))
+            return candidate;
     }
     return std::nullopt;
 }
@@ -144,7 +159,8 @@ bool Resource::getSetting(const String& module, const String& key, String& value
     State& s = state();
     std::lock_guard lock(s.mutex);
     const auto& settings = settingsFor(module.toStdString());
-    if (!settings) return false;
+    if (!settings)
+        return false;
     const std::string k = key.toStdString();
     if (auto lang = settings->byLanguage.find(locale.language());
         lang != settings->byLanguage.end()) {

@@ -7,9 +7,11 @@ namespace {
 
 // Simple case folding for the scripts that appear in device identifiers and product names.
 char16_t foldCase(char16_t c) {
-    if (c >= u'A' && c <= u'Z') return static_cast<char16_t>(c + 0x20);
+    if (c >= u'A' && c <= u'Z')
+        return static_cast<char16_t>(c + 0x20);
     // Latin-1 capitals, except the multiplication sign.
-    if (c >= 0xC0 && c <= 0xDE && c != 0xD7) return static_cast<char16_t>(c + 0x20);
+    if (c >= 0xC0 && c <= 0xDE && c != 0xD7)
+        return static_cast<char16_t>(c + 0x20);
     // Latin Extended-A pairs capitals and small letters on even/odd code points.
     if (c >= 0x100 && c <= 0x17F && c != 0x130 && c != 0x131 && c != 0x138 && c != 0x149 &&
         c != 0x17F) {
@@ -17,9 +19,12 @@ char16_t foldCase(char16_t c) {
         const bool capital = oddPairs ? (c % 2 == 1) : (c % 2 == 0);
         return capital ? static_cast<char16_t>(c + 1) : c;
     }
-    if (c >= 0x391 && c <= 0x3AB && c != 0x3A2) return static_cast<char16_t>(c + 0x20);
-    if (c >= 0x410 && c <= 0x42F) return static_cast<char16_t>(c + 0x20);
-    if (c >= 0x400 && c <= 0x40F) return static_cast<char16_t>(c + 0x50);
+    if (c >= 0x391 && c <= 0x3AB && c != 0x3A2)
+        return static_cast<char16_t>(c + 0x20);
+    if (c >= 0x410 && c <= 0x42F)
+        return static_cast<char16_t>(c + 0x20);
+    if (c >= 0x400 && c <= 0x40F)
+        return static_cast<char16_t>(c + 0x50);
     return c;
 }
 
@@ -126,14 +131,18 @@ String& String::operator=(const char16_t* utf16) {
     return *this;
 }
 
-int String::compare(const String& other) const { return units_.compare(other.units_); }
+int String::compare(const String& other) const {
+    return units_.compare(other.units_);
+}
 
 bool String::equalNoCase(const String& other) const {
     return std::equal(units_.begin(), units_.end(), other.units_.begin(), other.units_.end(),
                       [](char16_t a, char16_t b) { return foldCase(a) == foldCase(b); });
 }
 
-CString String::getUTF8String() const { return CString(utf16ToUtf8(units_)); }
+CString String::getUTF8String() const {
+    return CString(utf16ToUtf8(units_));
+}
 
 String& String::operator+=(const String& other) {
     units_ += other.units_;
@@ -141,29 +150,42 @@ String& String::operator+=(const String& other) {
 }
 
 bool String::strToUInt(const String& text, std::uint32_t& value, int base) {
-    if (base < 2 || base > 36) return false;
+    if (base < 2 || base > 36)
+        return false;
     std::u16string_view digits = text.units_;
     if (base == 16 && digits.size() > 2 && digits[0] == u'0' &&
         (digits[1] == u'x' || digits[1] == u'X')) {
         digits.remove_prefix(2);
     }
-    if (digits.empty()) return false;
+    if (digits.empty())
+        return false;
     std::uint64_t result = 0;
     for (char16_t c : digits) {
         int d = -1;
-        if (c >= u'0' && c <= u'9') d = c - u'0';
-        else if (c >= u'a' && c <= u'z') d = c - u'a' + 10;
-        else if (c >= u'A' && c <= u'Z') d = c - u'A' + 10;
-        if (d < 0 || d >= base) return false;
+        if (c >= u'0' && c <= u'9')
+            d = c - u'0';
+        else if (c >= u'a' && c <= u'z')
+            d = c - u'a' + 10;
+        else if (c >= u'A' && c <= u'Z')
+            d = c - u'A' + 10;
+        if (d < 0 || d >= base)
+            return false;
         result = result * static_cast<unsigned>(base) + static_cast<unsigned>(d);
-        if (result > 0xFFFFFFFFull) return false;
+        if (result > 0xFFFFFFFFull)
+            return false;
     }
     value = static_cast<std::uint32_t>(result);
     return true;
 }
 
-String operator+(const char* utf8, const String& s) { return String(utf8) += s; }
-String operator+(const String& s, const char* utf8) { return String(s) += String(utf8); }
-String operator+(const String& a, const String& b) { return String(a) += b; }
+String operator+(const char* utf8, const String& s) {
+    return String(utf8) += s;
+}
+String operator+(const String& s, const char* utf8) {
+    return String(s) += String(utf8);
+}
+String operator+(const String& a, const String& b) {
+    return String(a) += b;
+}
 
 }  // namespace vek

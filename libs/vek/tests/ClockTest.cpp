@@ -32,8 +32,7 @@ TEST_F(ManualTime, SleepingAdvancesTheInstalledClock) {
 }
 
 TEST(SystemError, MessageNamesTheError) {
-    EXPECT_EQ(vek::System::getSystemErrorMsg(2, false).toStdString(),
-              "No such file or directory");
+    EXPECT_EQ(vek::System::getSystemErrorMsg(2, false).toStdString(), "No such file or directory");
     EXPECT_EQ(vek::System::getSystemErrorMsg(13, true).toStdString(), "Permission denied (13)");
 }
 

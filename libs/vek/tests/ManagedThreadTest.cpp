@@ -14,7 +14,8 @@ struct Context {
 int worker(vek::ManagedThread& self) {
     auto* ctx = static_cast<Context*>(self.getContext());
     ctx->calls.fetch_add(1);
-    while (!ctx->release.load()) std::this_thread::yield();
+    while (!ctx->release.load())
+        std::this_thread::yield();
     return 1;
 }
 

@@ -16,10 +16,9 @@ namespace {
 class Settings : public ::testing::Test {
 protected:
     void SetUp() override {
-        root_ = fs::temp_directory_path() / ("vekr-resource-" + std::to_string(::getpid()) + "-" +
-                                             ::testing::UnitTest::GetInstance()
-                                                 ->current_test_info()
-                                                 ->name());
+        root_ = fs::temp_directory_path() /
+                ("vekr-resource-" + std::to_string(::getpid()) + "-" +
+                 ::testing::UnitTest::GetInstance()->current_test_info()->name());
         fs::remove_all(root_);
         fs::create_directories(root_ / "cwd");
         fs::create_directories(root_ / "exe");
@@ -79,8 +78,8 @@ TEST_F(Settings, MissingFileMeansNoSetting) {
 }
 
 TEST_F(Settings, MalformedFileIsAnErrorNamingTheFile) {
-    for (const char* text : {"{ not json", R"(["a"])", R"({"settings": {"A": {"x": 1}}})",
-                             R"({"languages": []})"}) {
+    for (const char* text :
+         {"{ not json", R"(["a"])", R"({"settings": {"A": {"x": 1}}})", R"({"languages": []})"}) {
         vek::Resource::resetForTesting();
         vek::Resource::setExecutableDirForTesting(root_ / "exe");
         write(root_ / "cwd", text);

@@ -11,14 +11,16 @@ struct NoCaseRow {
     bool equal;
 };
 
-void PrintTo(const NoCaseRow& r, std::ostream* os) { *os << r.a << "~" << r.b; }
+void PrintTo(const NoCaseRow& r, std::ostream* os) {
+    *os << r.a << "~" << r.b;
+}
 
 class EqualNoCase : public ::testing::TestWithParam<NoCaseRow> {};
 
 TEST_P(EqualNoCase, FoldsLettersOnly) {
     const auto& row = GetParam();
-    EXPECT_EQ(vek::String(row.a).equalNoCase(vek::String(row.b)), row.equal) << row.a << " ~ "
-                                                                             << row.b;
+    EXPECT_EQ(vek::String(row.a).equalNoCase(vek::String(row.b)), row.equal)
+        << row.a << " ~ " << row.b;
     EXPECT_EQ(vek::String(row.b).equalNoCase(vek::String(row.a)), row.equal);
 }
 
@@ -51,11 +53,14 @@ TEST(String, Utf8RoundTripsThroughUtf16) {
 }
 
 TEST(String, MalformedUtf8BecomesReplacementCharacter) {
-    EXPECT_EQ(vek::String("a\xff" "b").units(), std::u16string(u"a\uFFFDb"));
+    EXPECT_EQ(vek::String("a\xff"
+                          "b")
+                  .units(),
+              std::u16string(u"a\uFFFDb"));
     EXPECT_EQ(vek::String("\xc3").units(), std::u16string(u"\uFFFD"));          // truncated
     EXPECT_EQ(vek::String("\xc0\xaf").units(), std::u16string(u"\uFFFD"));      // overlong
     EXPECT_EQ(vek::String("\xed\xa0\x80").units(), std::u16string(u"\uFFFD"));  // surrogate
-    EXPECT_EQ(vek::utf16ToUtf8(u"\xD800x"), "\xEF\xBF\xBDx");  // lone surrogate
+    EXPECT_EQ(vek::utf16ToUtf8(u"\xD800x"), "\xEF\xBF\xBDx");                   // lone surrogate
 }
 
 TEST(String, ConcatenatesWithNarrowLiterals) {
@@ -70,7 +75,9 @@ struct UIntRow {
     std::uint32_t value;
 };
 
-void PrintTo(const UIntRow& r, std::ostream* os) { *os << r.text << "/" << r.base; }
+void PrintTo(const UIntRow& r, std::ostream* os) {
+    *os << r.text << "/" << r.base;
+}
 
 class StrToUInt : public ::testing::TestWithParam<UIntRow> {};
 

@@ -23,7 +23,9 @@ class Parameter {
 public:
     Parameter(std::string name, const DataType& type, std::string defaultText, bool flag1,
               bool flag2)
-        : name_(std::move(name)), type_(&type), default_(std::move(defaultText)),
+        : name_(std::move(name)),
+          type_(&type),
+          default_(std::move(defaultText)),
           flags_{flag1, flag2} {}
 
     bool isset() const { return value_.has_value(); }
@@ -62,7 +64,9 @@ private:
 // A hint for the person reading the result, named by a key.
 class Tip {
 public:
-    static Tip createTip(const KivaString& key, const TipType& type) { return Tip(key.str(), type); }
+    static Tip createTip(const KivaString& key, const TipType& type) {
+        return Tip(key.str(), type);
+    }
     const std::string& key() const { return key_; }
     const TipType& type() const { return *type_; }
     bool operator==(const Tip& other) const { return key_ == other.key_; }

@@ -37,6 +37,8 @@ public:
     void ParseCommandLine(CCommandLineInfo& info);
 
     CWnd* m_pMainWnd = nullptr;
+    // The name given at construction (null: the module's own name is used).
+    const char* appName() const { return appName_; }
 
     // The one application object of the process (null before it is constructed).
     static CWinApp* instance();

@@ -47,7 +47,8 @@ public:
 
 private:
     void checkIndex(std::size_t index) const {
-        if (!(index < size())) AssertionFailure::logAssert(__FILE__, __LINE__, "index < size()");
+        if (!(index < size()))
+            AssertionFailure::logAssert(__FILE__, __LINE__, "index < size()");
     }
 
     std::vector<T> items_;

@@ -104,17 +104,18 @@ private:
 
 // The logging convention of every source unit: a unit keeps `std::atomic<vek::Logger*>` slot
 // and a logger name, and writes lines made of the source line number, a blank and the text.
-#define VEK_LOG(slot, name, priority, expr)                                        \
-    do {                                                                           \
-        if (::vek::LogFactory::getPriority() <= (priority)) {                      \
-            ::vek::Logger* vekLogger_ = ::vek::LogFactory::loggerFor(slot, name);  \
-            if (vekLogger_->accepts(priority)) {                                   \
-                ::vek::LoggerStream vekLine_;                                      \
-                vekLine_ << __LINE__ << " " << expr;                               \
-                vekLogger_->log(priority, vekLine_);                               \
-            }                                                                      \
-        }                                                                          \
+#define VEK_LOG(slot, name, priority, expr)                                       \
+    do {                                                                          \
+        if (::vek::LogFactory::getPriority() <= (priority)) {                     \
+            ::vek::Logger* vekLogger_ = ::vek::LogFactory::loggerFor(slot, name); \
+            if (vekLogger_->accepts(priority)) {                                  \
+                ::vek::LoggerStream vekLine_;                                     \
+                vekLine_ << __LINE__ << " " << expr;                              \
+                vekLogger_->log(priority, vekLine_);                              \
+            }                                                                     \
+        }                                                                         \
     } while (0)
 
-#define VEK_TRACE(slot, name, function) \
-    ::vek::TraceLogger vekTrace_(::vek::LogFactory::traceLogger(slot, name), function, __FILE__, __LINE__)
+#define VEK_TRACE(slot, name, function)                                                          \
+    ::vek::TraceLogger vekTrace_(::vek::LogFactory::traceLogger(slot, name), function, __FILE__, \
+                                 __LINE__)
