@@ -13,5 +13,7 @@ run() {
 }
 
 run debug
+echo "== release (build only: optimised builds warn differently)"
+scripts/build.sh release
 run asan-ubsan
 run tsan

@@ -95,7 +95,10 @@ std::string Report::toJson() const {
 void Report::write(const std::filesystem::path& file) const {
     const std::string text = toJson();
     const std::filesystem::path dir = file.has_parent_path() ? file.parent_path() : ".";
-    std::string tmpl = (dir / ("." + file.filename().string() + ".XXXXXX")).string();
+    // A hidden temporary beside the target, so the rename stays on one file system.
+    std::string hidden(".");
+    hidden.append(file.filename().string()).append(".XXXXXX");
+    std::string tmpl = (dir / hidden).string();
     const int fd = mkstemp(tmpl.data());
     auto fail = [&](const char* what, int err) {
         throw KivaException("cannot write report " + file.string() + ": " + what + ": " +
