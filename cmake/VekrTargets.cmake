@@ -26,6 +26,7 @@ function(vekr_add_test target)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
   add_executable(${target} ${ARG_SOURCES})
   target_link_libraries(${target} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
   # TestResult::FAIL() is the framework's verdict; gtest's FAIL() is spelled GTEST_FAIL().
   target_compile_definitions(${target} PRIVATE GTEST_DONT_DEFINE_FAIL=1)
   vekr_target_defaults(${target})

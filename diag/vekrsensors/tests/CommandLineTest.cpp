@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "ModuleProcess.h"
+#include "ScratchDir.h"
 
 namespace fs = std::filesystem;
 
@@ -15,16 +15,9 @@ namespace {
 // beside the executable.
 class CommandLine : public ::testing::Test {
 protected:
-    void SetUp() override {
-        dir_ = fs::temp_directory_path() /
-               ("vekr-cli-" + std::to_string(::getpid()) + "-" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
-    }
-    void TearDown() override { fs::remove_all(dir_); }
     ModuleOutcome run(const std::vector<std::string>& args) { return runModule(args, dir_); }
-    fs::path dir_;
+    vekr::testing::ScratchDir scratch_{"vekr-cli"};
+    fs::path dir_ = scratch_.path();
 };
 
 TEST_F(CommandLine, VersionAndHelp) {

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -7,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "ScratchDir.h"
 #include "kiva5/DiagModule.h"
 #include "kiva5/Host.h"
 #include "kiva5/KivaException.h"
@@ -51,13 +51,6 @@ struct Outcome {
 class HostFixture : public ::testing::Test {
 protected:
     void SetUp() override {
-        root_ = fs::temp_directory_path() /
-                ("vekr-host-" + std::to_string(::getpid()) + "-" +
-                 ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(root_);
-        fs::create_directories(root_ / "resources/testmod/strings");
-        previous_ = fs::current_path();
-        fs::current_path(root_);
         writeGoodResources();
 
         title_ = catalogue_.createLocalizedString("Title");
@@ -78,11 +71,7 @@ protected:
         g_calls.clear();
         DiagModule::requestStop();  // a stale request must not leak into the next start()
     }
-    void TearDown() override {
-        fs::current_path(previous_);
-        vek::Resource::resetForTesting();
-        fs::remove_all(root_);
-    }
+    void TearDown() override { vek::Resource::resetForTesting(); }
     void writeGoodResources() {
         vek::Resource::resetForTesting();
         vek::Resource::setExecutableDirForTesting(std::nullopt);
@@ -92,7 +81,7 @@ protected:
         writeFile("resources/testmod/profile.json",
                   R"({"parameters": {"Threshold": 0.5, "Count": 3}})");
     }
-    void writeFile(const fs::path& p, const std::string& text) { std::ofstream(root_ / p) << text; }
+    void writeFile(const fs::path& p, const std::string& text) { scratch_.write(p, text); }
 
     Outcome run(std::vector<std::string> args) {
         args.insert(args.begin(), "testmod.vkm");
@@ -116,7 +105,8 @@ protected:
         return nlohmann::json::parse(in);
     }
 
-    fs::path root_, previous_;
+    vekr::testing::ScratchDir scratch_{"vekr-host", true};
+    fs::path root_ = scratch_.path();
     Catalogue catalogue_;
     LocalizedString* title_ = nullptr;
     Event* event_ = nullptr;

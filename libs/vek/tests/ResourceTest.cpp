@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 
+#include "ScratchDir.h"
 #include "vek/Exception.h"
 #include "vek/Resource.h"
 
@@ -16,13 +16,8 @@ namespace {
 class Settings : public ::testing::Test {
 protected:
     void SetUp() override {
-        root_ = fs::temp_directory_path() /
-                ("vekr-resource-" + std::to_string(::getpid()) + "-" +
-                 ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(root_);
         fs::create_directories(root_ / "cwd");
         fs::create_directories(root_ / "exe");
-        previous_ = fs::current_path();
         fs::current_path(root_ / "cwd");
         vek::Resource::resetForTesting();
         vek::Resource::setExecutableDirForTesting(root_ / "exe");
@@ -30,7 +25,6 @@ protected:
     void TearDown() override {
         fs::current_path(previous_);
         vek::Resource::resetForTesting();
-        fs::remove_all(root_);
     }
     void write(const fs::path& base, const std::string& text) {
         fs::create_directories(base / "resources/mod");
@@ -42,8 +36,9 @@ protected:
         out = v.toStdString();
         return found;
     }
-    fs::path root_;
-    fs::path previous_;
+    vekr::testing::ScratchDir scratch_{"vekr-resource"};
+    fs::path root_ = scratch_.path();
+    fs::path previous_ = fs::current_path();
 };
 
 TEST_F(Settings, LanguageBlockWinsOverCommonBlock) {
