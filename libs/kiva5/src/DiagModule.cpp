@@ -54,7 +54,9 @@ int DiagModule::start() {
     if (s.startOverride)
         return s.startOverride();
     const std::string moduleFile = s.args.empty() ? "vekrsensors.vkm" : s.args.front();
-    Host host(Catalogue::global(), moduleFile, s.version, s.devices, std::cout, std::cerr);
+    Host host(Catalogue::global(), moduleFile, s.version,
+              s.devices ? s.devices : DeviceSourceFactory(makeSensorDeviceSource), std::cout,
+              std::cerr);
     return host.start(s.args);
 }
 
@@ -66,9 +68,7 @@ void DiagModule::warning(Event* event, const char* sourceFile, int line) {
     RunContext::raise(event, "warning", sourceFile, line);
 }
 
-bool DiagModule::checkForStop() {
-    return StopFlag::isSet();
-}
+bool DiagModule::checkForStop() { return StopFlag::isSet() || RunContext::sourceStopDue(); }
 void DiagModule::requestStop() {
     StopFlag::set();
 }

@@ -340,6 +340,7 @@ int Host::start(const std::vector<std::string>& args) {
                 report.runs.push_back(std::move(run));
                 RunRecord& current = report.runs.back();
                 RunContext::begin(&current);
+                RunContext::setSource(source.get());
                 source->testStarting(test->name(), *device);
                 vek::Stopwatch watch;
                 try {
@@ -351,6 +352,7 @@ int Host::start(const std::vector<std::string>& args) {
                 }
                 current.seconds = watch.getElapsed();
                 source->testFinished();
+                RunContext::setSource(nullptr);
                 RunContext::end();
                 VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
                         test->name() << " result " << current.result.name());

@@ -13,6 +13,7 @@ constexpr const char* kLoggerName = "kiva5";
 
 std::mutex s_mutex;
 RunRecord* s_run = nullptr;
+const DeviceSource* s_source = nullptr;
 
 // Lock-free, so the signal handler may set it.
 std::atomic<bool> s_stop{false};
@@ -67,6 +68,16 @@ void RunContext::addDetail(const std::string& name, const Value& value) {
         }
     }
     s_run->details.emplace_back(name, value);
+}
+
+void RunContext::setSource(const DeviceSource* source) {
+    std::lock_guard lock(s_mutex);
+    s_source = source;
+}
+
+bool RunContext::sourceStopDue() {
+    std::lock_guard lock(s_mutex);
+    return s_source && s_source->stopDue();
 }
 
 bool StopFlag::isSet() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kiva5/Catalogue.h"
+#include "kiva5/DeviceSource.h"
 #include "kiva5/Report.h"
 
 namespace kiva5 {
@@ -16,6 +17,9 @@ public:
     // run the event is only logged.
     static void raise(Event* event, const char* severity, const char* file, int line);
     static void addDetail(const std::string& name, const Value& value);
+    // The source asked whether the machine requests a stop (null: none).
+    static void setSource(const DeviceSource* source);
+    static bool sourceStopDue();
 };
 
 // SIGINT/SIGTERM and the framework's own stop requests.

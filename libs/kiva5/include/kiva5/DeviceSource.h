@@ -19,6 +19,8 @@ public:
     // Called around each test run, e.g. so a simulated machine restarts its clocks.
     virtual void testStarting(const std::string& /*test*/, const DiagDevice& /*device*/) {}
     virtual void testFinished() {}
+    // True when the machine itself asks the running test to stop (a scenario's stop time).
+    virtual bool stopDue() const { return false; }
 };
 
 struct BackendSelection {
@@ -29,5 +31,9 @@ struct BackendSelection {
 // Builds the source for a selection; throws KivaException when it cannot (e.g. a malformed
 // scenario), before any test runs.
 using DeviceSourceFactory = std::function<std::unique_ptr<DeviceSource>(const BackendSelection&)>;
+
+// The sensors of libOrra's backends: "iio" or "sim". The backend becomes the process's
+// installed one, so the tests' enumeration calls see the same machine.
+std::unique_ptr<DeviceSource> makeSensorDeviceSource(const BackendSelection& selection);
 
 }  // namespace kiva5

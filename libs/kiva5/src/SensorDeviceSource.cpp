@@ -1,0 +1,48 @@
+#include <stdexcept>
+
+#include "kiva5/DeviceSource.h"
+#include "kiva5/KivaException.h"
+#include "libOrra/Backends.h"
+#include "libOrra/Scenario.h"
+
+namespace kiva5 {
+namespace {
+
+class SensorDeviceSource : public DeviceSource {
+public:
+    explicit SensorDeviceSource(std::shared_ptr<libOrra::SensorBackend> backend)
+        : backend_(std::move(backend)) {
+        libOrra::installBackend(backend_);
+    }
+    ~SensorDeviceSource() override { libOrra::installBackend(nullptr); }
+
+    std::vector<DiagDevice> devices() override {
+        std::vector<DiagDevice> out;
+        for (const auto& d : backend_->devices()) {
+            if (auto cap = DeviceCapability::fromName(d.capability)) {
+                out.emplace_back(*cap, KivaString(d.locator), KivaString(d.name));
+            }
+        }
+        return out;
+    }
+    void testStarting(const std::string&, const DiagDevice&) override { backend_->testStarting(); }
+    bool stopDue() const override { return backend_->stopDue(); }
+
+private:
+    std::shared_ptr<libOrra::SensorBackend> backend_;
+};
+
+}  // namespace
+
+std::unique_ptr<DeviceSource> makeSensorDeviceSource(const BackendSelection& selection) {
+    try {
+        return std::make_unique<SensorDeviceSource>(
+            libOrra::makeBackend(selection.backend, selection.scenario));
+    } catch (const libOrra::ScenarioError& e) {
+        throw KivaException(e.what());
+    } catch (const std::invalid_argument& e) {
+        throw KivaException(e.what());
+    }
+}
+
+}  // namespace kiva5

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "libOrra/SensorKind.h"
+
+namespace libOrra {
+
+// A simulated machine: its sensors, display, the scripted operator and the framework's stop
+// request. Built by parseScenario; plain data.
+struct ScenarioUpdate {
+    bool fail = false;
+    std::optional<double> x, y, z, lux, heading;
+    std::optional<bool> valid;
+    std::optional<int> kind;
+};
+
+struct MotionSegment {
+    double seconds = 0.0;
+    double rate[3] = {0.0, 0.0, 0.0};
+};
+
+struct HeadingScript {
+    double start = 0.0;
+    bool followTarget = false;  // the simulated person turns toward the compass target
+    double degreesPerSecond = 90.0;
+};
+
+struct ProximityReading {
+    double at = 0.0;
+    bool detected = false;
+    std::uint32_t mm = 0;
+};
+
+// Faults to rehearse: a sensor that vanishes, updates that fail now and then, an axis that
+// stops moving, a proximity sensor that chatters between seeing and not seeing.
+struct ScenarioFaults {
+    std::optional<double> disappearAt;
+    int failEvery = 0;  // every n-th update fails
+    std::optional<int> stuckAxis;  // 0, 1, 2: keeps its first value
+    std::optional<double> chatterSeconds;
+};
+
+struct ScenarioSensor {
+    SensorKind kind = SensorKind::Accelerometer;
+    std::string locator;
+    std::string name;
+    std::vector<std::int32_t> states;  // one per GetState call, the last repeats
+    std::vector<ScenarioUpdate> updates;  // one per update() call, the last repeats
+    std::vector<MotionSegment> motion;
+    std::optional<HeadingScript> heading;
+    std::vector<ProximityReading> readings;
+    std::optional<double> errorAt;
+    ScenarioFaults faults;
+};
+
+struct OperatorAction {
+    double at = 0.0;
+    std::string dialog;
+    std::string press;  // Fail, Cancel, Close, Escape, Restart, Exit
+};
+
+struct ScenarioDevice {
+    std::string capability;
+    std::string locator;
+    std::string name;
+};
+
+struct Scenario {
+    std::optional<std::uint32_t> rotation = 0;  // nullopt: the rotation cannot be read
+    std::vector<ScenarioSensor> sensors;
+    std::vector<OperatorAction> operatorActions;
+    std::optional<std::vector<ScenarioDevice>> devices;
+    std::vector<SensorKind> failEnumeration;
+    std::optional<double> stopAt;
+};
+
+// A scenario that does not say what it must: the message names the file, the place (line and
+// column for syntax, a JSON pointer for content) and what was expected.
+class ScenarioError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+Scenario parseScenario(std::string_view text, const std::string& fileName);
+Scenario loadScenario(const std::string& path);
+// The embedded demo: one healthy sensor of each kind and a cooperative operator.
+std::string_view demoScenarioText();
+
+}  // namespace libOrra

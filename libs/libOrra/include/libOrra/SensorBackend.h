@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "libOrra/SensorKind.h"
+#include "platform/Sensors.h"
+
+namespace libOrra {
+
+struct SensorInfo {
+    SensorKind kind;
+    std::string locator;
+    std::string name;
+};
+
+// One reading in the units every backend delivers: acceleration in g, angular velocity in
+// degrees per second (kind 2) or its rate of change (kind 1), illuminance in lux, heading in
+// degrees from magnetic north with a validity flag, proximity as detected plus millimetres.
+struct Sample {
+    double x = 0.0, y = 0.0, z = 0.0;
+    int kind = 2;
+    float lux = 0.0f;
+    double heading = 0.0;
+    bool headingValid = false;
+};
+
+// One sensor opened by a backend, owned by the record that represents it. read() is called
+// from the thread that owns the record; it must return within a bounded time.
+class SensorDevice {
+public:
+    virtual ~SensorDevice() = default;
+    // The sensor's COM face; valid while the device lives.
+    virtual ISensor* sensor() = 0;
+    // False when no new reading could be taken (the record's update() fails).
+    virtual bool read(Sample& out) = 0;
+};
+
+// A running proximity sensor: calls onReading(detected, millimetres) and onError() from a
+// thread of its own between start() and stop().
+class ProximityStream {
+public:
+    using ReadingFn = std::function<void(bool detected, std::uint32_t mm)>;
+    using ErrorFn = std::function<void()>;
+    virtual ~ProximityStream() = default;
+    virtual bool start(ReadingFn onReading, ErrorFn onError) = 0;
+    // Stops and joins the thread; no callback runs after it returns.
+    virtual void stop() = 0;
+};
+
+// A device the framework hands to the tests.
+struct DeviceEntry {
+    std::string capability;
+    std::string locator;
+    std::string name;
+};
+
+// A source of sensors: the Linux IIO subsystem or a simulated machine. One is installed for
+// the process (installBackend); enumeration happens on the test threads, so implementations
+// are thread-safe.
+class SensorBackend {
+public:
+    virtual ~SensorBackend() = default;
+    virtual std::string name() const = 0;
+    virtual std::vector<SensorInfo> sensors() = 0;
+    // Opens every sensor of `kind`; false when the enumeration itself fails.
+    virtual bool open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>>& devices,
+                      std::vector<SensorInfo>& infos) = 0;
+    virtual std::unique_ptr<ProximityStream> openProximity(const std::string& locator) = 0;
+    // The devices to test: by default one per sensor.
+    virtual std::vector<DeviceEntry> devices();
+    // Called by the host when a test starts on a device (the simulated machine restarts its
+    // time lines there), and asked whether the machine requests a stop.
+    virtual void testStarting() {}
+    virtual bool stopDue() const { return false; }
+};
+
+void installBackend(std::shared_ptr<SensorBackend> backend);
+// The installed backend, or null.
+std::shared_ptr<SensorBackend> installedBackend();
+
+}  // namespace libOrra

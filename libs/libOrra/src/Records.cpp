@@ -1,0 +1,84 @@
+#include "libOrra/Records.h"
+
+#include <mutex>
+
+namespace libOrra {
+namespace {
+
+std::mutex s_mutex;
+std::shared_ptr<SensorBackend> s_backend;
+
+template <typename Record>
+bool enumerate(SensorKind kind, vek::Array<std::unique_ptr<Record>>& out) {
+    out.clear();
+    auto backend = installedBackend();
+    if (!backend) return false;
+    std::vector<std::unique_ptr<SensorDevice>> devices;
+    std::vector<SensorInfo> infos;
+    if (!backend->open(kind, devices, infos)) return false;
+    for (std::size_t i = 0; i < devices.size() && i < infos.size(); ++i) {
+        out.add(std::make_unique<Record>(std::move(devices[i]), infos[i]));
+    }
+    return true;
+}
+
+}  // namespace
+
+void installBackend(std::shared_ptr<SensorBackend> backend) {
+    std::lock_guard lock(s_mutex);
+    s_backend = std::move(backend);
+}
+
+std::shared_ptr<SensorBackend> installedBackend() {
+    std::lock_guard lock(s_mutex);
+    return s_backend;
+}
+
+std::vector<DeviceEntry> SensorBackend::devices() {
+    std::vector<DeviceEntry> out;
+    for (const auto& s : sensors()) {
+        out.push_back({std::string(capabilityName(s.kind)), s.locator, s.name});
+    }
+    return out;
+}
+
+SensorRecord::SensorRecord(std::unique_ptr<SensorDevice> device, const SensorInfo& info)
+    : m_osLocator(info.locator), m_friendlyName(info.name), device_(std::move(device)) {
+    m_pSensor = device_ ? device_->sensor() : nullptr;
+    if (m_pSensor) m_pSensor->AddRef();
+}
+
+SensorRecord::~SensorRecord() {
+    if (m_pSensor) m_pSensor->Release();
+    m_pSensor = nullptr;
+}
+
+bool SensorRecord::update() {
+    Sample s;
+    if (!device_ || !device_->read(s)) return false;
+    take(s);
+    return true;
+}
+
+void Accelerometer::take(const Sample& s) { x = s.x, y = s.y, z = s.z; }
+void AmbientLightSensor::take(const Sample& s) { lux = s.lux; }
+void Gyrometer::take(const Sample& s) { x = s.x, y = s.y, z = s.z, kind = s.kind; }
+void Magnetometer::take(const Sample& s) {
+    heading = s.heading;
+    headingValid = s.headingValid;
+}
+
+bool getAccelerometers(vek::Array<std::unique_ptr<Accelerometer>>& out) {
+    return enumerate(SensorKind::Accelerometer, out);
+}
+bool getAmbientLightSensors(vek::Array<std::unique_ptr<AmbientLightSensor>>& out) {
+    return enumerate(SensorKind::Light, out);
+}
+bool getGyrometers(vek::Array<std::unique_ptr<Gyrometer>>& out) {
+    return enumerate(SensorKind::Gyrometer, out);
+}
+bool getMagnetometers(vek::Array<std::unique_ptr<Magnetometer>>& out) {
+    return enumerate(SensorKind::Magnetometer, out);
+}
+
+}  // namespace libOrra

@@ -1,0 +1,373 @@
+#include "libOrra/Scenario.h"
+
+#include <cmath>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace libOrra {
+namespace {
+
+using nlohmann::json;
+
+// Reads one scenario document, naming the place of every fault.
+class Reader {
+public:
+    explicit Reader(std::string file) : file_(std::move(file)) {}
+
+    [[noreturn]] void fail(const std::string& where, const std::string& expected) const {
+        throw ScenarioError("scenario " + file_ + ": at " + (where.empty() ? "/" : where) +
+                            ": expected " + expected);
+    }
+
+    const json& object(const json& v, const std::string& where) const {
+        if (!v.is_object()) fail(where, "an object");
+        return v;
+    }
+    const json& array(const json& v, const std::string& where) const {
+        if (!v.is_array()) fail(where, "an array");
+        return v;
+    }
+    double number(const json& v, const std::string& where) const {
+        if (!v.is_number() || !std::isfinite(v.get<double>())) fail(where, "a finite number");
+        return v.get<double>();
+    }
+    double seconds(const json& v, const std::string& where) const {
+        const double s = number(v, where);
+        if (s < 0) fail(where, "seconds, 0 or more");
+        return s;
+    }
+    bool boolean(const json& v, const std::string& where) const {
+        if (!v.is_boolean()) fail(where, "true or false");
+        return v.get<bool>();
+    }
+    std::string text(const json& v, const std::string& where) const {
+        if (!v.is_string()) fail(where, "a string");
+        return v.get<std::string>();
+    }
+    // Only these keys may appear: a misspelt key would otherwise be silently ignored.
+    void keys(const json& obj, const std::string& where,
+              std::initializer_list<std::string_view> allowed) const {
+        for (const auto& [k, v] : obj.items()) {
+            bool ok = false;
+            for (auto a : allowed) ok = ok || a == k;
+            if (!ok) {
+                std::string list;
+                for (auto a : allowed) list += (list.empty() ? "" : ", ") + std::string(a);
+                fail(where + "/" + k, "one of the keys " + list);
+            }
+        }
+    }
+
+    std::int32_t state(const json& v, const std::string& where) const {
+        static const std::pair<std::string_view, std::int32_t> names[] = {
+            {"READY", 0},        {"NOT_AVAILABLE", 1}, {"NO_DATA", 2},
+            {"INITIALIZING", 3}, {"ACCESS_DENIED", 4}, {"ERROR", 5}};
+        if (v.is_number_integer()) {
+            const auto i = v.get<long long>();
+            if (i < INT32_MIN || i > INT32_MAX) fail(where, "a 32-bit state value");
+            return static_cast<std::int32_t>(i);
+        }
+        if (v.is_string()) {
+            for (const auto& [n, s] : names) {
+                if (n == v.get<std::string>()) return s;
+            }
+        }
+        fail(where, "a state name (READY, NOT_AVAILABLE, NO_DATA, INITIALIZING, "
+                    "ACCESS_DENIED, ERROR) or an integer");
+    }
+
+    ScenarioUpdate update(const json& v, const std::string& where, SensorKind kind) const {
+        object(v, where);
+        keys(v, where, {"fail", "x", "y", "z", "lux", "heading", "valid", "kind"});
+        ScenarioUpdate u;
+        if (v.contains("fail")) u.fail = boolean(v["fail"], where + "/fail");
+        for (auto [key, field] : {std::pair{"x", &u.x}, std::pair{"y", &u.y},
+                                  std::pair{"z", &u.z}, std::pair{"lux", &u.lux},
+                                  std::pair{"heading", &u.heading}}) {
+            if (v.contains(key)) *field = number(v[key], where + "/" + key);
+        }
+        if (v.contains("valid")) u.valid = boolean(v["valid"], where + "/valid");
+        if (v.contains("kind")) {
+            if (kind != SensorKind::Gyrometer) fail(where + "/kind", "no kind (gyrometers only)");
+            if (!v["kind"].is_number_integer()) fail(where + "/kind", "1 or 2");
+            u.kind = v["kind"].get<int>();
+        }
+        if (!u.fail && !u.x && !u.y && !u.z && !u.lux && !u.heading) {
+            fail(where, "a reading (x, y, z, lux or heading) or \"fail\": true");
+        }
+        return u;
+    }
+
+    ScenarioSensor sensor(const json& v, const std::string& where) const {
+        object(v, where);
+        keys(v, where,
+             {"kind", "locator", "name", "states", "updates", "motion", "heading", "readings",
+              "error", "faults"});
+        ScenarioSensor s;
+        if (!v.contains("kind")) fail(where + "/kind", "the sensor's kind");
+        const auto kind = kindFromName(text(v["kind"], where + "/kind"));
+        if (!kind) {
+            fail(where + "/kind",
+                 "one of accelerometer, light, gyrometer, magnetometer, proximity");
+        }
+        s.kind = *kind;
+        if (!v.contains("locator")) fail(where + "/locator", "the sensor's locator");
+        s.locator = text(v["locator"], where + "/locator");
+        if (s.locator.empty()) fail(where + "/locator", "a non-empty locator");
+        s.name = v.contains("name") ? text(v["name"], where + "/name")
+                                    : "Simulated " + std::string(kindName(s.kind));
+        if (v.contains("states")) {
+            const auto& a = array(v["states"], where + "/states");
+            for (std::size_t i = 0; i < a.size(); ++i) {
+                s.states.push_back(state(a[i], where + "/states/" + std::to_string(i)));
+            }
+        }
+        if (v.contains("updates")) {
+            const auto& a = array(v["updates"], where + "/updates");
+            for (std::size_t i = 0; i < a.size(); ++i) {
+                s.updates.push_back(update(a[i], where + "/updates/" + std::to_string(i), s.kind));
+            }
+        }
+        if (v.contains("motion")) {
+            if (s.kind != SensorKind::Gyrometer) fail(where + "/motion", "no motion (gyrometers)");
+            const auto& a = array(v["motion"], where + "/motion");
+            for (std::size_t i = 0; i < a.size(); ++i) {
+                const std::string w = where + "/motion/" + std::to_string(i);
+                object(a[i], w);
+                keys(a[i], w, {"seconds", "rate"});
+                MotionSegment m;
+                if (!a[i].contains("seconds")) fail(w + "/seconds", "the segment's length");
+                m.seconds = seconds(a[i]["seconds"], w + "/seconds");
+                if (!a[i].contains("rate") || !a[i]["rate"].is_array() ||
+                    a[i]["rate"].size() != 3) {
+                    fail(w + "/rate", "three rates [x, y, z] in degrees per second");
+                }
+                for (int k = 0; k < 3; ++k) {
+                    m.rate[k] = number(a[i]["rate"][k], w + "/rate/" + std::to_string(k));
+                }
+                s.motion.push_back(m);
+            }
+        }
+        if (v.contains("heading")) {
+            if (s.kind != SensorKind::Magnetometer) {
+                fail(where + "/heading", "no heading (magnetometers)");
+            }
+            const std::string w = where + "/heading";
+            object(v["heading"], w);
+            keys(v["heading"], w, {"start", "follow", "degreesPerSecond"});
+            HeadingScript h;
+            if (v["heading"].contains("start")) h.start = number(v["heading"]["start"], w + "/start");
+            if (v["heading"].contains("follow")) {
+                if (text(v["heading"]["follow"], w + "/follow") != "target") {
+                    fail(w + "/follow", "\"target\"");
+                }
+                h.followTarget = true;
+            }
+            if (v["heading"].contains("degreesPerSecond")) {
+                h.degreesPerSecond = number(v["heading"]["degreesPerSecond"],
+                                            w + "/degreesPerSecond");
+                if (h.degreesPerSecond <= 0) fail(w + "/degreesPerSecond", "a positive number");
+            }
+            s.heading = h;
+        }
+        if (v.contains("readings")) {
+            if (s.kind != SensorKind::Proximity) fail(where + "/readings", "no readings (proximity)");
+            const auto& a = array(v["readings"], where + "/readings");
+            for (std::size_t i = 0; i < a.size(); ++i) {
+                const std::string w = where + "/readings/" + std::to_string(i);
+                object(a[i], w);
+                keys(a[i], w, {"at", "detected", "mm"});
+                ProximityReading r;
+                if (!a[i].contains("at")) fail(w + "/at", "the reading's time in seconds");
+                r.at = seconds(a[i]["at"], w + "/at");
+                if (a[i].contains("detected")) r.detected = boolean(a[i]["detected"], w + "/detected");
+                if (a[i].contains("mm")) {
+                    const double mm = number(a[i]["mm"], w + "/mm");
+                    if (mm < 0 || mm > 4294967295.0) fail(w + "/mm", "millimetres, 0 or more");
+                    r.mm = static_cast<std::uint32_t>(mm);
+                }
+                if (!s.readings.empty() && r.at < s.readings.back().at) {
+                    fail(w + "/at", "times in ascending order");
+                }
+                s.readings.push_back(r);
+            }
+        }
+        if (v.contains("error")) {
+            const std::string w = where + "/error";
+            object(v["error"], w);
+            keys(v["error"], w, {"at"});
+            if (!v["error"].contains("at")) fail(w + "/at", "the error's time in seconds");
+            s.errorAt = seconds(v["error"]["at"], w + "/at");
+        }
+        if (v.contains("faults")) {
+            const std::string w = where + "/faults";
+            const auto& f = object(v["faults"], w);
+            keys(f, w, {"disappearAt", "failEvery", "stuckAxis", "chatterSeconds"});
+            if (f.contains("disappearAt")) {
+                s.faults.disappearAt = seconds(f["disappearAt"], w + "/disappearAt");
+            }
+            if (f.contains("failEvery")) {
+                if (!f["failEvery"].is_number_integer() || f["failEvery"].get<int>() < 1) {
+                    fail(w + "/failEvery", "a whole number, 1 or more");
+                }
+                s.faults.failEvery = f["failEvery"].get<int>();
+            }
+            if (f.contains("stuckAxis")) {
+                const std::string axis = text(f["stuckAxis"], w + "/stuckAxis");
+                if (axis != "x" && axis != "y" && axis != "z") fail(w + "/stuckAxis", "x, y or z");
+                s.faults.stuckAxis = axis[0] - 'x';
+            }
+            if (f.contains("chatterSeconds")) {
+                s.faults.chatterSeconds = seconds(f["chatterSeconds"], w + "/chatterSeconds");
+                if (*s.faults.chatterSeconds <= 0) fail(w + "/chatterSeconds", "a positive time");
+            }
+        }
+        return s;
+    }
+
+    Scenario scenario(const json& doc) const {
+        object(doc, "");
+        keys(doc, "", {"display", "sensors", "operator", "devices", "failEnumeration", "stop"});
+        Scenario sc;
+        if (doc.contains("display")) {
+            const auto& d = object(doc["display"], "/display");
+            keys(d, "/display", {"rotation"});
+            if (d.contains("rotation")) {
+                if (d["rotation"].is_null()) {
+                    sc.rotation.reset();
+                } else if (d["rotation"].is_number_integer() && d["rotation"].get<int>() >= 0 &&
+                           d["rotation"].get<int>() <= 3) {
+                    sc.rotation = d["rotation"].get<std::uint32_t>();
+                } else {
+                    fail("/display/rotation", "0, 1, 2, 3 or null");
+                }
+            }
+        }
+        if (!doc.contains("sensors")) fail("/sensors", "a list of sensors");
+        const auto& sensors = array(doc["sensors"], "/sensors");
+        for (std::size_t i = 0; i < sensors.size(); ++i) {
+            sc.sensors.push_back(sensor(sensors[i], "/sensors/" + std::to_string(i)));
+        }
+        if (doc.contains("operator")) {
+            const auto& a = array(doc["operator"], "/operator");
+            for (std::size_t i = 0; i < a.size(); ++i) {
+                const std::string w = "/operator/" + std::to_string(i);
+                object(a[i], w);
+                keys(a[i], w, {"at", "dialog", "press"});
+                OperatorAction act;
+                if (!a[i].contains("at")) fail(w + "/at", "the press's time in seconds");
+                act.at = seconds(a[i]["at"], w + "/at");
+                if (!a[i].contains("dialog")) fail(w + "/dialog", "the dialog's name");
+                act.dialog = text(a[i]["dialog"], w + "/dialog");
+                if (!a[i].contains("press")) fail(w + "/press", "the control to press");
+                act.press = text(a[i]["press"], w + "/press");
+                static const char* controls[] = {"Fail", "Cancel", "Close",
+                                                 "Escape", "Restart", "Exit"};
+                bool ok = false;
+                for (const char* c : controls) ok = ok || act.press == c;
+                if (!ok) fail(w + "/press", "Fail, Cancel, Close, Escape, Restart or Exit");
+                sc.operatorActions.push_back(act);
+            }
+        }
+        if (doc.contains("devices")) {
+            const auto& a = array(doc["devices"], "/devices");
+            std::vector<ScenarioDevice> devices;
+            for (std::size_t i = 0; i < a.size(); ++i) {
+                const std::string w = "/devices/" + std::to_string(i);
+                object(a[i], w);
+                keys(a[i], w, {"capability", "locator", "name"});
+                ScenarioDevice d;
+                if (!a[i].contains("capability")) fail(w + "/capability", "a device capability");
+                d.capability = text(a[i]["capability"], w + "/capability");
+                if (!kindFromCapability(d.capability)) {
+                    fail(w + "/capability",
+                         "Accelerometer, AmbientLightSensor, Gyrometer, Magnetometer or "
+                         "ProximitySensor");
+                }
+                if (!a[i].contains("locator")) fail(w + "/locator", "the device's locator");
+                d.locator = text(a[i]["locator"], w + "/locator");
+                d.name = a[i].contains("name") ? text(a[i]["name"], w + "/name") : d.locator;
+                devices.push_back(d);
+            }
+            sc.devices = std::move(devices);
+        }
+        if (doc.contains("failEnumeration")) {
+            const auto& a = array(doc["failEnumeration"], "/failEnumeration");
+            for (std::size_t i = 0; i < a.size(); ++i) {
+                const std::string w = "/failEnumeration/" + std::to_string(i);
+                const auto kind = kindFromName(text(a[i], w));
+                if (!kind) fail(w, "one of accelerometer, light, gyrometer, magnetometer, proximity");
+                sc.failEnumeration.push_back(*kind);
+            }
+        }
+        if (doc.contains("stop")) {
+            const auto& s = object(doc["stop"], "/stop");
+            keys(s, "/stop", {"at"});
+            if (!s.contains("at")) fail("/stop/at", "the stop request's time in seconds");
+            sc.stopAt = seconds(s["at"], "/stop/at");
+        }
+        return sc;
+    }
+
+private:
+    std::string file_;
+};
+
+}  // namespace
+
+Scenario parseScenario(std::string_view text, const std::string& fileName) {
+    json doc;
+    try {
+        doc = json::parse(text.begin(), text.end());
+    } catch (const json::parse_error& e) {
+        // Turn the byte offset into a line and column people can find.
+        std::size_t line = 1, column = 1;
+        for (std::size_t i = 0; i + 1 < e.byte && i < text.size(); ++i) {
+            if (text[i] == '\n') {
+                ++line;
+                column = 1;
+            } else {
+                ++column;
+            }
+        }
+        throw ScenarioError("scenario " + fileName + ": line " + std::to_string(line) +
+                            ", column " + std::to_string(column) + ": expected valid JSON");
+    }
+    return Reader(fileName).scenario(doc);
+}
+
+Scenario loadScenario(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) throw ScenarioError("scenario " + path + ": cannot be read");
+    std::ostringstream text;
+    text << in.rdbuf();
+    return parseScenario(text.str(), path);
+}
+
+std::string_view demoScenarioText() {
+    return R"({
+  "display": {"rotation": 0},
+  "sensors": [
+    {"kind": "light", "locator": "SIM\\ALS\\0", "name": "Simulated ambient light sensor",
+     "states": ["INITIALIZING", "READY"],
+     "updates": [{"lux": 4.0}, {"lux": 120.5}]},
+    {"kind": "accelerometer", "locator": "SIM\\ACCEL\\0", "name": "Simulated accelerometer",
+     "states": ["READY"],
+     "updates": [{"fail": true}, {"x": 0.01, "y": -0.02, "z": 0.99}]},
+    {"kind": "magnetometer", "locator": "SIM\\COMPASS\\0", "name": "Simulated compass",
+     "heading": {"start": 10, "follow": "target", "degreesPerSecond": 90}},
+    {"kind": "gyrometer", "locator": "SIM\\GYRO\\0", "name": "Simulated gyrometer",
+     "motion": [{"seconds": 0.5, "rate": [60, 0, 0]}, {"seconds": 1.0, "rate": [-60, 0, 0]},
+                {"seconds": 0.5, "rate": [0, 60, 0]}, {"seconds": 1.0, "rate": [0, -60, 0]},
+                {"seconds": 0.5, "rate": [0, 0, 60]}, {"seconds": 1.0, "rate": [0, 0, -60]}]},
+    {"kind": "proximity", "locator": "SIM\\PROX\\0", "name": "Simulated proximity sensor",
+     "readings": [{"at": 0.2, "detected": true, "mm": 100}, {"at": 0.4, "detected": true, "mm": 102},
+                  {"at": 0.6, "detected": true, "mm": 101}, {"at": 0.8, "detected": true, "mm": 100},
+                  {"at": 1.4, "detected": true, "mm": 160}, {"at": 1.6, "detected": true, "mm": 40}]}
+  ],
+  "operator": []
+})";
+}
+
+}  // namespace libOrra

@@ -1,0 +1,278 @@
+#include "libOrra/SimBackend.h"
+
+#include <algorithm>
+#include <cmath>
+#include <condition_variable>
+#include <thread>
+
+#include "../SensorObject.h"
+#include "platform/Display.h"
+#include "vek/Clock.h"
+
+namespace libOrra {
+
+struct SimBackend::SensorState {
+    std::size_t stateCalls = 0;
+    std::size_t updateCalls = 0;
+    std::optional<double> stuckValue;
+    double heading = 0.0;
+    double headingAt = 0.0;  // test time of the last heading step
+};
+
+namespace {
+
+// A simulated sensor's COM face: its state comes from the scenario's sequence.
+class SimSensorObject final : public SensorObject {
+public:
+    SimSensorObject(std::shared_ptr<SimBackend> backend, std::size_t index)
+        : backend_(std::move(backend)), index_(index) {}
+    HRESULT GetState(::SensorState* state) override {
+        if (!state) return E_POINTER;
+        *state = static_cast<::SensorState>(backend_->nextState(index_));
+        return S_OK;
+    }
+
+private:
+    std::shared_ptr<SimBackend> backend_;
+    std::size_t index_;
+};
+
+// A simulated sensor as a record sees it. Data events go to the attached sink on the
+// reading thread, once per successful read.
+class SimDevice final : public SensorDevice {
+public:
+    SimDevice(std::shared_ptr<SimBackend> backend, std::size_t index)
+        : backend_(backend), index_(index), sensor_(new SimSensorObject(backend, index)) {}
+    ~SimDevice() override { sensor_->Release(); }
+    ISensor* sensor() override { return sensor_; }
+    bool read(Sample& out) override {
+        if (!backend_->nextSample(index_, out)) return false;
+        sensor_->notifyData();
+        return true;
+    }
+
+private:
+    std::shared_ptr<SimBackend> backend_;
+    std::size_t index_;
+    SimSensorObject* sensor_;
+};
+
+// Delivers the scenario's proximity readings at their times after start(), then its error.
+class SimProximityStream final : public ProximityStream {
+public:
+    explicit SimProximityStream(ScenarioSensor sensor) : sensor_(std::move(sensor)) {}
+    ~SimProximityStream() override { stop(); }
+
+    bool start(ReadingFn onReading, ErrorFn onError) override {
+        stop();
+        {
+            std::lock_guard lock(mutex_);
+            stopping_ = false;
+        }
+        thread_ = std::thread([this, onReading = std::move(onReading),
+                               onError = std::move(onError)] { run(onReading, onError); });
+        return true;
+    }
+
+    void stop() override {
+        {
+            std::lock_guard lock(mutex_);
+            stopping_ = true;
+        }
+        wake_.notify_all();
+        if (thread_.joinable()) thread_.join();
+    }
+
+private:
+    // Waits until `at` seconds after the start; false when stopped first.
+    bool waitUntil(std::chrono::steady_clock::time_point start, double at) {
+        std::unique_lock lock(mutex_);
+        const auto due = start + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                                     std::chrono::duration<double>(at));
+        return !wake_.wait_until(lock, due, [this] { return stopping_; });
+    }
+
+    void run(const ReadingFn& onReading, const ErrorFn& onError) {
+        const auto start = std::chrono::steady_clock::now();
+        std::vector<std::pair<double, std::function<void()>>> script;
+        for (const auto& r : sensor_.readings) {
+            script.emplace_back(r.at, [&onReading, r] { onReading(r.detected, r.mm); });
+        }
+        if (sensor_.faults.chatterSeconds && !sensor_.readings.empty()) {
+            // After the last scripted reading the sensor flips between seeing and not seeing.
+            const auto last = sensor_.readings.back();
+            double at = last.at;
+            for (int i = 1; i <= 200; ++i) {
+                at += *sensor_.faults.chatterSeconds;
+                const bool seen = i % 2 == 0;
+                script.emplace_back(at, [&onReading, seen, last] {
+                    onReading(seen, seen ? last.mm : 0);
+                });
+            }
+        }
+        if (sensor_.errorAt) script.emplace_back(*sensor_.errorAt, [&onError] { onError(); });
+        std::stable_sort(script.begin(), script.end(),
+                         [](const auto& a, const auto& b) { return a.first < b.first; });
+        for (const auto& [at, deliver] : script) {
+            if (!waitUntil(start, at)) return;
+            deliver();
+        }
+    }
+
+    ScenarioSensor sensor_;
+    std::thread thread_;
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    bool stopping_ = false;
+};
+
+double wrap360(double d) {
+    d = std::fmod(d, 360.0);
+    return d < 0 ? d + 360.0 : d;
+}
+
+}  // namespace
+
+SimBackend::SimBackend(Scenario scenario) : scenario_(std::move(scenario)) {
+    for (const auto& s : scenario_.sensors) {
+        auto st = std::make_unique<SensorState>();
+        if (s.heading) st->heading = wrap360(s.heading->start);
+        states_.push_back(std::move(st));
+    }
+    originNs_ = vek::Clock::current().now().count();
+    const std::optional<std::uint32_t> rotation = scenario_.rotation;
+    platform::setRotationProvider([rotation]() -> std::optional<DWORD> { return rotation; });
+}
+
+SimBackend::~SimBackend() { platform::setRotationProvider(nullptr); }
+
+double SimBackend::now() const {
+    std::lock_guard lock(mutex_);
+    return static_cast<double>(vek::Clock::current().now().count() - originNs_) * 1e-9;
+}
+
+void SimBackend::testStarting() {
+    std::lock_guard lock(mutex_);
+    originNs_ = vek::Clock::current().now().count();
+    for (std::size_t i = 0; i < states_.size(); ++i) {
+        *states_[i] = SensorState{};
+        if (scenario_.sensors[i].heading) {
+            states_[i]->heading = wrap360(scenario_.sensors[i].heading->start);
+        }
+    }
+    headingTarget_.reset();
+}
+
+bool SimBackend::stopDue() const { return scenario_.stopAt && now() >= *scenario_.stopAt; }
+
+void SimBackend::setHeadingTarget(double degrees) {
+    std::lock_guard lock(mutex_);
+    headingTarget_ = wrap360(degrees);
+}
+
+std::vector<SensorInfo> SimBackend::sensors() {
+    std::vector<SensorInfo> out;
+    for (const auto& s : scenario_.sensors) out.push_back({s.kind, s.locator, s.name});
+    return out;
+}
+
+std::vector<DeviceEntry> SimBackend::devices() {
+    if (!scenario_.devices) return SensorBackend::devices();
+    std::vector<DeviceEntry> out;
+    for (const auto& d : *scenario_.devices) out.push_back({d.capability, d.locator, d.name});
+    return out;
+}
+
+bool SimBackend::open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>>& devices,
+                      std::vector<SensorInfo>& infos) {
+    if (std::find(scenario_.failEnumeration.begin(), scenario_.failEnumeration.end(), kind) !=
+        scenario_.failEnumeration.end()) {
+        return false;
+    }
+    const double t = now();
+    for (std::size_t i = 0; i < scenario_.sensors.size(); ++i) {
+        const auto& s = scenario_.sensors[i];
+        if (s.kind != kind) continue;
+        if (s.faults.disappearAt && t >= *s.faults.disappearAt) continue;  // gone from the bus
+        devices.push_back(std::make_unique<SimDevice>(shared_from_this(), i));
+        infos.push_back({s.kind, s.locator, s.name});
+    }
+    return true;
+}
+
+std::unique_ptr<ProximityStream> SimBackend::openProximity(const std::string& locator) {
+    for (const auto& s : scenario_.sensors) {
+        if (s.kind == SensorKind::Proximity && s.locator == locator) {
+            return std::make_unique<SimProximityStream>(s);
+        }
+    }
+    return nullptr;
+}
+
+std::int32_t SimBackend::nextState(std::size_t index) {
+    const auto& s = scenario_.sensors[index];
+    if (s.faults.disappearAt && now() >= *s.faults.disappearAt) return SENSOR_STATE_NOT_AVAILABLE;
+    std::lock_guard lock(mutex_);
+    auto& st = *states_[index];
+    if (s.states.empty()) return SENSOR_STATE_READY;
+    const std::size_t i = std::min(st.stateCalls++, s.states.size() - 1);
+    return s.states[i];
+}
+
+bool SimBackend::nextSample(std::size_t index, Sample& out) {
+    const auto& s = scenario_.sensors[index];
+    const double t = now();
+    if (s.faults.disappearAt && t >= *s.faults.disappearAt) return false;
+    std::lock_guard lock(mutex_);
+    auto& st = *states_[index];
+    const std::size_t call = st.updateCalls++;
+    if (s.faults.failEvery > 0 && (call + 1) % static_cast<std::size_t>(s.faults.failEvery) == 0) {
+        return false;
+    }
+    if (!s.motion.empty()) {
+        // Rate of the segment that holds t; at rest once the script has run out.
+        double start = 0.0;
+        out.x = out.y = out.z = 0.0;
+        for (const auto& m : s.motion) {
+            if (t < start + m.seconds) {
+                out.x = m.rate[0], out.y = m.rate[1], out.z = m.rate[2];
+                break;
+            }
+            start += m.seconds;
+        }
+        out.kind = 2;
+    } else if (s.heading && s.updates.empty()) {
+        if (s.heading->followTarget && headingTarget_) {
+            const double step = s.heading->degreesPerSecond * (t - st.headingAt);
+            const double diff = std::remainder(*headingTarget_ - st.heading, 360.0);
+            st.heading = wrap360(st.heading + std::clamp(diff, -step, step));
+        }
+        st.headingAt = t;
+        out.heading = st.heading;
+        out.headingValid = true;
+    } else if (!s.updates.empty()) {
+        const auto& u = s.updates[std::min(call, s.updates.size() - 1)];
+        if (u.fail) return false;
+        out.x = u.x.value_or(0.0);
+        out.y = u.y.value_or(0.0);
+        out.z = u.z.value_or(0.0);
+        out.lux = static_cast<float>(u.lux.value_or(0.0));
+        out.kind = u.kind.value_or(2);
+        out.heading = u.heading.value_or(0.0);
+        out.headingValid = u.heading.has_value() && u.valid.value_or(true);
+    } else {
+        // No script: a sensor at rest on a desk in an office.
+        if (s.kind == SensorKind::Accelerometer) out.z = 1.0;
+        out.lux = 300.0f;
+        out.headingValid = true;
+    }
+    if (s.faults.stuckAxis) {
+        double* axes[3] = {&out.x, &out.y, &out.z};
+        double& v = *axes[*s.faults.stuckAxis];
+        if (!st.stuckValue) st.stuckValue = v;
+        v = *st.stuckValue;
+    }
+    return true;
+}
+
+}  // namespace libOrra
