@@ -5,11 +5,18 @@
 namespace {
 std::mutex s_mutex;
 platform::RotationProvider s_provider;
+unsigned s_token = 0;
 }  // namespace
 
-void platform::setRotationProvider(RotationProvider provider) {
+unsigned platform::setRotationProvider(RotationProvider provider) {
     std::lock_guard lock(s_mutex);
     s_provider = std::move(provider);
+    return ++s_token;
+}
+
+void platform::clearRotationProvider(unsigned token) {
+    std::lock_guard lock(s_mutex);
+    if (token == s_token) s_provider = nullptr;
 }
 
 int EnumDisplaySettingsW(const wchar_t* deviceName, DWORD modeNum, DEVMODEW* mode) {

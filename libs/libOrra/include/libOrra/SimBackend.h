@@ -45,6 +45,7 @@ private:
     std::vector<std::unique_ptr<SensorState>> states_;
     std::int64_t originNs_ = 0;
     std::optional<double> headingTarget_;
+    unsigned rotationToken_ = 0;
 };
 
 }  // namespace libOrra

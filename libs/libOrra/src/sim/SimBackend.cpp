@@ -141,10 +141,11 @@ SimBackend::SimBackend(Scenario scenario) : scenario_(std::move(scenario)) {
     }
     originNs_ = vek::Clock::current().now().count();
     const std::optional<std::uint32_t> rotation = scenario_.rotation;
-    platform::setRotationProvider([rotation]() -> std::optional<DWORD> { return rotation; });
+    rotationToken_ =
+        platform::setRotationProvider([rotation]() -> std::optional<DWORD> { return rotation; });
 }
 
-SimBackend::~SimBackend() { platform::setRotationProvider(nullptr); }
+SimBackend::~SimBackend() { platform::clearRotationProvider(rotationToken_); }
 
 double SimBackend::now() const {
     std::lock_guard lock(mutex_);

@@ -32,6 +32,9 @@ namespace platform {
 // simulated machine its scenario's. The provider may be called from any thread. Without one
 // the rotation is unreadable.
 using RotationProvider = std::function<std::optional<DWORD>()>;
-void setRotationProvider(RotationProvider provider);
+// Installs `provider` and returns a token for clearRotationProvider.
+unsigned setRotationProvider(RotationProvider provider);
+// Removes the provider installed under `token`, unless another one has replaced it since.
+void clearRotationProvider(unsigned token);
 
 }  // namespace platform

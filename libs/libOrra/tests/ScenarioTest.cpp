@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include "libOrra/Scenario.h"
+
+namespace {
+
+using libOrra::parseScenario;
+using libOrra::ScenarioError;
+using libOrra::SensorKind;
+
+TEST(Scenario, ReadsEveryPartOfTheFormat) {
+    const auto sc = parseScenario(R"({
+      "display": {"rotation": 2},
+      "sensors": [
+        {"kind": "accelerometer", "locator": "SIM\\ACCEL\\0", "name": "A",
+         "states": ["INITIALIZING", "READY", 7, -1],
+         "updates": [{"fail": true}, {"x": 0.0, "y": 0.02, "z": 0.99}]},
+        {"kind": "light", "locator": "SIM\\ALS\\0", "updates": [{"lux": 12.5}]},
+        {"kind": "gyrometer", "locator": "SIM\\GYRO\\0", "updates": [{"x": 1, "kind": 1}],
+         "motion": [{"seconds": 0.6, "rate": [60, 0, 0]}, {"seconds": 1.2, "rate": [-60, 0, 0]}]},
+        {"kind": "magnetometer", "locator": "SIM\\COMPASS\\0",
+         "heading": {"start": 10, "follow": "target", "degreesPerSecond": 45},
+         "updates": [{"heading": 5, "valid": false}]},
+        {"kind": "proximity", "locator": "SIM\\PROX\\0",
+         "readings": [{"at": 0.2, "detected": true, "mm": 100}, {"at": 0.4, "mm": 102}],
+         "error": {"at": 9.0}, "faults": {"chatterSeconds": 0.05}}],
+      "operator": [{"at": 2.0, "dialog": "GyrometerTest", "press": "Fail"}],
+      "devices": [{"capability": "Accelerometer", "locator": "sim\\accel\\0"}],
+      "failEnumeration": ["light"],
+      "stop": {"at": 30.0}})",
+                                  "full.json");
+    EXPECT_EQ(sc.rotation, 2u);
+    ASSERT_EQ(sc.sensors.size(), 5u);
+    const auto& accel = sc.sensors[0];
+    EXPECT_EQ(accel.kind, SensorKind::Accelerometer);
+    EXPECT_EQ(accel.states, (std::vector<std::int32_t>{3, 0, 7, -1}));
+    ASSERT_EQ(accel.updates.size(), 2u);
+    EXPECT_TRUE(accel.updates[0].fail);
+    EXPECT_DOUBLE_EQ(*accel.updates[1].z, 0.99);
+    EXPECT_EQ(sc.sensors[1].name, "Simulated light") << "a default name";
+    EXPECT_EQ(sc.sensors[2].updates[0].kind, 1);
+    ASSERT_EQ(sc.sensors[2].motion.size(), 2u);
+    EXPECT_DOUBLE_EQ(sc.sensors[2].motion[1].rate[0], -60.0);
+    EXPECT_TRUE(sc.sensors[3].heading->followTarget);
+    EXPECT_DOUBLE_EQ(sc.sensors[3].heading->degreesPerSecond, 45.0);
+    EXPECT_EQ(sc.sensors[3].updates[0].valid, false);
+    EXPECT_EQ(sc.sensors[4].readings[1].detected, false);
+    EXPECT_EQ(sc.sensors[4].readings[1].mm, 102u);
+    EXPECT_DOUBLE_EQ(*sc.sensors[4].errorAt, 9.0);
+    EXPECT_DOUBLE_EQ(*sc.sensors[4].faults.chatterSeconds, 0.05);
+    ASSERT_EQ(sc.operatorActions.size(), 1u);
+    EXPECT_EQ(sc.operatorActions[0].press, "Fail");
+    ASSERT_TRUE(sc.devices.has_value());
+    EXPECT_EQ((*sc.devices)[0].locator, "sim\\accel\\0");
+    EXPECT_EQ(sc.failEnumeration, std::vector<SensorKind>{SensorKind::Light});
+    EXPECT_DOUBLE_EQ(*sc.stopAt, 30.0);
+}
+
+TEST(Scenario, NullRotationMeansUnreadable) {
+    EXPECT_FALSE(parseScenario(R"({"display": {"rotation": null}, "sensors": []})", "f")
+                     .rotation.has_value());
+    EXPECT_EQ(parseScenario(R"({"sensors": []})", "f").rotation, 0u);
+}
+
+TEST(Scenario, DemoParsesWithOneSensorOfEachKind) {
+    const auto sc = parseScenario(libOrra::demoScenarioText(), "demo");
+    for (SensorKind kind : libOrra::kAllSensorKinds) {
+        EXPECT_EQ(std::count_if(sc.sensors.begin(), sc.sensors.end(),
+                                [kind](const auto& s) { return s.kind == kind; }),
+                  1)
+            << libOrra::kindName(kind);
+    }
+}
+
+struct BadRow {
+    const char* text;
+    const char* message;
+};
+
+void PrintTo(const BadRow& r, std::ostream* os) { *os << r.message; }
+
+class MalformedScenario : public ::testing::TestWithParam<BadRow> {};
+
+TEST_P(MalformedScenario, IsRejectedNamingFilePlaceAndExpectation) {
+    try {
+        parseScenario(GetParam().text, "bad.json");
+        GTEST_FAIL() << "accepted";
+    } catch (const ScenarioError& e) {
+        EXPECT_EQ(std::string(e.what()), GetParam().message);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, MalformedScenario,
+    ::testing::Values(
+        BadRow{"{\n  \"sensors\": [\n    {\"kind\": }\n", "scenario bad.json: line 3, column 14: expected valid JSON"},
+        BadRow{"[]", "scenario bad.json: at /: expected an object"},
+        BadRow{"{}", "scenario bad.json: at /sensors: expected a list of sensors"},
+        BadRow{R"({"sensors": [], "sensor": 1})",
+               "scenario bad.json: at /sensor: expected one of the keys display, sensors, "
+               "operator, devices, failEnumeration, stop"},
+        BadRow{R"({"sensors": [{"kind": "barometer", "locator": "x"}]})",
+               "scenario bad.json: at /sensors/0/kind: expected one of accelerometer, light, "
+               "gyrometer, magnetometer, proximity"},
+        BadRow{R"({"sensors": [{"kind": "light"}]})",
+               "scenario bad.json: at /sensors/0/locator: expected the sensor's locator"},
+        BadRow{R"({"sensors": [{"kind": "light", "locator": "l", "states": ["READDY"]}]})",
+               "scenario bad.json: at /sensors/0/states/0: expected a state name (READY, "
+               "NOT_AVAILABLE, NO_DATA, INITIALIZING, ACCESS_DENIED, ERROR) or an integer"},
+        BadRow{R"({"sensors": [{"kind": "light", "locator": "l", "updates": [{"lux": "bright"}]}]})",
+               "scenario bad.json: at /sensors/0/updates/0/lux: expected a finite number"},
+        BadRow{R"({"sensors": [{"kind": "light", "locator": "l", "updates": [{}]}]})",
+               "scenario bad.json: at /sensors/0/updates/0: expected a reading (x, y, z, lux or "
+               "heading) or \"fail\": true"},
+        BadRow{R"({"sensors": [{"kind": "gyrometer", "locator": "g",
+                   "motion": [{"seconds": 1, "rate": [1, 2]}]}]})",
+               "scenario bad.json: at /sensors/0/motion/0/rate: expected three rates [x, y, z] "
+               "in degrees per second"},
+        BadRow{R"({"sensors": [{"kind": "light", "locator": "l", "motion": []}]})",
+               "scenario bad.json: at /sensors/0/motion: expected no motion (gyrometers)"},
+        BadRow{R"({"sensors": [{"kind": "proximity", "locator": "p",
+                   "readings": [{"at": 1}, {"at": 0.5}]}]})",
+               "scenario bad.json: at /sensors/0/readings/1/at: expected times in ascending order"},
+        BadRow{R"({"sensors": [{"kind": "proximity", "locator": "p", "readings": [{"at": -1}]}]})",
+               "scenario bad.json: at /sensors/0/readings/0/at: expected seconds, 0 or more"},
+        BadRow{R"({"sensors": [], "display": {"rotation": 4}})",
+               "scenario bad.json: at /display/rotation: expected 0, 1, 2, 3 or null"},
+        BadRow{R"({"sensors": [], "operator": [{"at": 1, "dialog": "D", "press": "OK"}]})",
+               "scenario bad.json: at /operator/0/press: expected Fail, Cancel, Close, Escape, "
+               "Restart or Exit"},
+        BadRow{R"({"sensors": [], "devices": [{"capability": "Barometer", "locator": "b"}]})",
+               "scenario bad.json: at /devices/0/capability: expected Accelerometer, "
+               "AmbientLightSensor, Gyrometer, Magnetometer or ProximitySensor"},
+        BadRow{R"({"sensors": [], "stop": {}})",
+               "scenario bad.json: at /stop/at: expected the stop request's time in seconds"},
+        BadRow{R"({"sensors": [{"kind": "light", "locator": "l", "faults": {"failEvery": 0}}]})",
+               "scenario bad.json: at /sensors/0/faults/failEvery: expected a whole number, 1 "
+               "or more"}));
+
+}  // namespace
