@@ -73,6 +73,14 @@ void DiagModule::requestStop() {
     StopFlag::set();
 }
 
+void DiagModule::captureEventsForTesting(RunRecord* run) {
+    if (run) {
+        RunContext::begin(run);
+    } else {
+        RunContext::end();
+    }
+}
+
 void DiagModule::setDeviceSourceFactory(DeviceSourceFactory factory) {
     state().devices = std::move(factory);
 }

@@ -7,6 +7,7 @@
 #include "kiva5/Catalogue.h"
 #include "kiva5/DeviceSource.h"
 #include "kiva5/KivaException.h"
+#include "kiva5/Report.h"
 
 namespace kiva5 {
 
@@ -36,6 +37,8 @@ public:
     static void requestStop();
     // How the host finds devices; set once by the module before start().
     static void setDeviceSourceFactory(DeviceSourceFactory factory);
+    // Records events raised from now on into `run` (nullptr stops), as during a host's run.
+    static void captureEventsForTesting(RunRecord* run);
     // Replaces start() for tests of the application object.
     static void setStartForTesting(std::function<int()> start);
 };
