@@ -2,7 +2,31 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <system_error>
+
 namespace vek {
+namespace {
+
+// A Windows library name ("user32.dll") stands for the platform's own stand-in,
+// libvekr-user32.so, beside the running executable.
+std::string platformFileName(const std::string& name) {
+    std::string lower = name;
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (lower.size() <= 4 || lower.compare(lower.size() - 4, 4, ".dll") != 0) return name;
+    const std::string so = "libvekr-" + lower.substr(0, lower.size() - 4) + ".so";
+    std::error_code ec;
+    const auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+    if (!ec && std::filesystem::exists(exe.parent_path() / so, ec)) {
+        return (exe.parent_path() / so).string();
+    }
+    return so;
+}
+
+}  // namespace
 
 DynamicLibrary::~DynamicLibrary() {
     if (handle_)
@@ -12,7 +36,7 @@ DynamicLibrary::~DynamicLibrary() {
 bool DynamicLibrary::load() {
     if (handle_)
         return true;
-    handle_ = dlopen(fileName_.c_str(), RTLD_NOW | RTLD_LOCAL);
+    handle_ = dlopen(platformFileName(fileName_).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle_) {
         const char* err = dlerror();
         lastError_ = err ? err : "unknown dlopen error";

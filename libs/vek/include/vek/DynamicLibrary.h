@@ -5,6 +5,8 @@
 namespace vek {
 
 // A shared library opened on demand with dlopen. Built without loading; used by one thread.
+// A Windows name such as "user32.dll" loads the platform's stand-in libvekr-user32.so from
+// beside the executable.
 class DynamicLibrary {
 public:
     explicit DynamicLibrary(std::string fileName) : fileName_(std::move(fileName)) {}

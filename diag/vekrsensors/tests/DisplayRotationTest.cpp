@@ -1,0 +1,80 @@
+#include <gtest/gtest.h>
+
+#include "DisplayRotation.h"
+#include "platform/Display.h"
+#include "vek/DynamicLibrary.h"
+
+namespace {
+
+std::atomic<vek::Logger*> s_logger{nullptr};
+
+struct TurnRow {
+    std::optional<DWORD> rotation;  // nullopt: unreadable
+    double in[3];
+    double out[3];
+    bool fixed;
+};
+
+void PrintTo(const TurnRow& r, std::ostream* os) {
+    *os << (r.rotation ? std::to_string(*r.rotation) : "unreadable") << " (" << r.in[0] << ","
+        << r.in[1] << "," << r.in[2] << ")";
+}
+
+class FixDataOrientation : public ::testing::TestWithParam<TurnRow> {
+protected:
+    void TearDown() override { platform::setRotationProvider(nullptr); }
+};
+
+TEST_P(FixDataOrientation, TurnsIntoTheDisplaysFrameWithADeadBand) {
+    const auto& row = GetParam();
+    const auto rotation = row.rotation;
+    if (rotation) {
+        platform::setRotationProvider([rotation] { return rotation; });
+    } else {
+        platform::setRotationProvider([] { return std::optional<DWORD>(); });
+    }
+    vekrsensors::DisplayRotation helper(s_logger, "GyrometerTest");
+    double x = row.in[0], y = row.in[1], z = row.in[2];
+    EXPECT_EQ(helper.fixDataOrientation(x, y, z), row.fixed);
+    EXPECT_DOUBLE_EQ(x, row.out[0]);
+    EXPECT_DOUBLE_EQ(y, row.out[1]);
+    EXPECT_DOUBLE_EQ(z, row.out[2]);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, FixDataOrientation,
+    ::testing::Values(TurnRow{0u, {0.5, -0.99, 1.0}, {0.0, 0.0, 1.0}, true},
+                      TurnRow{0u, {-1.0, 1.0, -0.999}, {-1.0, 1.0, 0.0}, true},
+                      TurnRow{1u, {5, 2, 0}, {2, -5, 0}, true},
+                      TurnRow{2u, {5, 2, 0}, {-5, -2, 0}, true},
+                      TurnRow{3u, {5, 2, 0}, {-2, 5, 0}, true},
+                      TurnRow{7u, {5, 0.3, 0}, {5, 0, 0}, true},
+                      TurnRow{std::nullopt, {0.3, 5, -0.2}, {0.3, 5, -0.2}, false}));
+
+TEST(DisplayRotation, PreferenceKeepsTheCurrentOrientation) {
+    const std::pair<std::uint32_t, int> rows[] = {{0, 1}, {1, 2}, {2, 4}, {3, 8}, {4, 0}};
+    for (const auto& [rotation, preference] : rows) {
+        EXPECT_EQ(vekrsensors::DisplayRotation::orientationPreference(rotation), preference);
+    }
+}
+
+TEST(DisplayRotation, NoDisplayMeansUnreadableAndNoLock) {
+    platform::setRotationProvider(nullptr);
+    vekrsensors::DisplayRotation helper(s_logger, "MagnetometerTest");
+    std::uint32_t rotation = 42;
+    EXPECT_FALSE(helper.getDisplayRotation(rotation));
+    EXPECT_EQ(rotation, 42u);
+    if (!getenv("DISPLAY") && !getenv("WAYLAND_DISPLAY")) {
+        EXPECT_FALSE(vekrsensors::DisplayRotation::isWindows8OrLater());
+        EXPECT_NO_THROW(helper.lockAutoRotation()) << "no lock to take: skipped";
+    }
+}
+
+TEST(DisplayRotation, PlatformUser32ExportsTheEntryPoints) {
+    vek::DynamicLibrary user32("user32.dll");
+    ASSERT_TRUE(user32.load()) << user32.lastError();
+    EXPECT_NE(user32.getSymbol("SetDisplayAutoRotationPreferences"), nullptr);
+    EXPECT_NE(user32.getSymbol("VekrRotationLockAvailable"), nullptr);
+}
+
+}  // namespace
