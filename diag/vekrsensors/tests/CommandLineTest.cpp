@@ -4,6 +4,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "FakeSysfs.h"
 #include "ModuleProcess.h"
 #include "ScratchDir.h"
 
@@ -88,6 +89,46 @@ TEST_F(CommandLine, LogFileFollowsTheLoggingConvention) {
     EXPECT_NE(log.find("vekrsensors.vkm 6.5 (build 000000001) started: vekrsensors.vkm --log"),
               std::string::npos)
         << log;
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(CommandLine, SimulatedMachineListsItsDevices) {
+    const ModuleOutcome o = run({"--backend", "sim", "--devices"});
+    EXPECT_EQ(o.exitCode, 0);
+    EXPECT_EQ(o.out,
+              "AmbientLightSensor\tSIM\\ALS\\0\tSimulated ambient light sensor\n"
+              "Accelerometer\tSIM\\ACCEL\\0\tSimulated accelerometer\n"
+              "Magnetometer\tSIM\\COMPASS\\0\tSimulated compass\n"
+              "Gyrometer\tSIM\\GYRO\\0\tSimulated gyrometer\n"
+              "ProximitySensor\tSIM\\PROX\\0\tSimulated proximity sensor\n");
+}
+
+TEST_F(CommandLine, IioTreeListsItsDevices) {
+    FakeSysfs sysfs;
+    sysfs.addHidAccel3d(0);
+    sysfs.addHidAls(1);
+    sysfs.addVl53l0x(2);
+    const ModuleOutcome o = runModule({"--backend", "iio", "--devices"}, dir_,
+                                      {"VEKR_SYSFS_ROOT=" + sysfs.root().string()});
+    EXPECT_EQ(o.exitCode, 0) << o.err;
+    const std::string base = fs::canonical(sysfs.root() / "bus/iio/devices").string();
+    EXPECT_EQ(o.out, "Accelerometer\t" + base + "/iio:device0\taccel_3d\n" +
+                         "AmbientLightSensor\t" + base + "/iio:device1\tals\n" +
+                         "ProximitySensor\t" + base + "/iio:device2\tvl53l0x\n");
+}
+
+TEST_F(CommandLine, MalformedScenarioStopsBeforeAnyTestWithOneLine) {
+    scratch_.write("bad.json", R"({"sensors": [{"kind": "light", "locator": 5}]})");
+    const ModuleOutcome o = run({"--scenario", "bad.json", "--report", "r.json"});
+    EXPECT_EQ(o.exitCode, 8);
+    EXPECT_EQ(o.err,
+              "KivaException: scenario bad.json: at /sensors/0/locator: expected a string\n");
+    EXPECT_FALSE(fs::exists(dir_ / "r.json"));
+    const ModuleOutcome missing = run({"--scenario", "nope.json"});
+    EXPECT_EQ(missing.err, "KivaException: scenario nope.json: cannot be read\n");
 }
 
 }  // namespace
