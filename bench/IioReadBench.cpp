@@ -1,0 +1,70 @@
+// One accelerometer reading through libOrra (three held descriptors, pread, parse, scale,
+// mount matrix, bounded-read hand-off) against three bare preads of the same attributes: the
+// price of the bounded read and the conversion.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include "libOrra/IioBackend.h"
+#include "libOrra/Records.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A fake HID accelerometer in a temporary sysfs tree, removed at exit.
+struct FakeTree {
+    FakeTree() {
+        root = fs::temp_directory_path() / ("vekr-bench-" + std::to_string(::getpid()));
+        const fs::path dev = root / "bus/iio/devices/iio:device0";
+        fs::create_directories(dev);
+        const std::pair<const char*, const char*> attrs[] = {
+            {"name", "accel_3d"},         {"in_accel_x_raw", "-906"}, {"in_accel_y_raw", "15"},
+            {"in_accel_z_raw", "-414"},   {"in_accel_scale", "0.009806650"},
+            {"in_accel_offset", "0"}};
+        for (const auto& [name, text] : attrs) std::ofstream(dev / name) << text << "\n";
+    }
+    ~FakeTree() { fs::remove_all(root); }
+    fs::path root;
+};
+
+FakeTree& tree() {
+    static FakeTree t;
+    return t;
+}
+
+void BM_LibOrraAccelerometerUpdate(benchmark::State& state) {
+    libOrra::installBackend(std::make_shared<libOrra::IioBackend>(tree().root));
+    vek::Array<std::unique_ptr<libOrra::Accelerometer>> accels;
+    if (!libOrra::getAccelerometers(accels) || accels.size() != 1) {
+        state.SkipWithError("no accelerometer in the fake tree");
+        return;
+    }
+    for (auto _ : state) {
+        if (!accels[0]->update()) state.SkipWithError("update failed");
+        benchmark::DoNotOptimize(accels[0]->x);
+    }
+    libOrra::installBackend(nullptr);
+}
+BENCHMARK(BM_LibOrraAccelerometerUpdate);
+
+void BM_ThreeBarePreads(benchmark::State& state) {
+    const fs::path dev = tree().root / "bus/iio/devices/iio:device0";
+    int fds[3];
+    const char* names[] = {"in_accel_x_raw", "in_accel_y_raw", "in_accel_z_raw"};
+    for (int i = 0; i < 3; ++i) fds[i] = ::open((dev / names[i]).c_str(), O_RDONLY);
+    char buf[64];
+    for (auto _ : state) {
+        for (int fd : fds) benchmark::DoNotOptimize(::pread(fd, buf, sizeof buf, 0));
+    }
+    for (int fd : fds) ::close(fd);
+}
+BENCHMARK(BM_ThreeBarePreads);
+
+}  // namespace
+
+BENCHMARK_MAIN();
