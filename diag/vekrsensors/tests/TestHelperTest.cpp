@@ -180,3 +180,27 @@ TEST(COMInitializer, BalancesWhatItTookAndLeavesAMismatchAlone) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(SensorEventSink, CountsReportsFromSeveralThreadsWithoutLosingAny) {
+    ScriptedSensor sensor({0});
+    vekrsensors::SensorEventSink sink(&sensor);
+    struct Report final : ISensorDataReport {
+        virtual ~Report() = default;
+        HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+        ULONG AddRef() override { return 1; }
+        ULONG Release() override { return 1; }
+        std::int64_t timestampNanoseconds() const override { return 0; }
+    } report;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 1000; ++i) sink.OnDataUpdated(&sensor, &report);
+        });
+    }
+    for (auto& t : threads) t.join();
+    EXPECT_EQ(sink.getDataUpdateCount(), 4000u);
+}
+
+}  // namespace
