@@ -73,6 +73,10 @@ void DiagModule::requestStop() {
     StopFlag::set();
 }
 
+void DiagModule::setRunDetail(const KivaString& name, const Value& value) {
+    RunContext::addDetail(name.str(), value);
+}
+
 void DiagModule::captureEventsForTesting(RunRecord* run) {
     if (run) {
         RunContext::begin(run);

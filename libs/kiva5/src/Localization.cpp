@@ -35,6 +35,8 @@ std::optional<std::map<std::string, std::string>> readTable(const std::string& m
     } catch (const nlohmann::json::parse_error& e) {
         throw KivaException(file->string() + ": not valid JSON (byte " + std::to_string(e.byte) +
                             ")");
+    } catch (const nlohmann::json::exception&) {
+        throw KivaException(file->string() + ": not valid JSON (a number out of range)");
     }
     if (!doc.is_object())
         throw KivaException(file->string() + ": must be a JSON object");

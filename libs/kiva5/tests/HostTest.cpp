@@ -194,6 +194,8 @@ TEST_F(HostFixture, BrokenProfileOrStringsAreFrameworkFailuresNamingTheFile) {
     };
     const Row rows[] = {
         {"resources/testmod/profile.json", "{", "profile.json: not valid JSON"},
+        {"resources/testmod/profile.json", R"({"parameters": {"Count": 1e999}})",
+         "profile.json: not valid JSON (a number out of range)"},
         {"resources/testmod/profile.json", R"({"parameters": {"Nope": 1}})",
          "unknown parameter \"Nope\""},
         {"resources/testmod/profile.json", R"({"parameters": {"Count": [1]}})",

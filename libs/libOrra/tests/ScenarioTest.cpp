@@ -95,6 +95,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         BadRow{"{\n  \"sensors\": [\n    {\"kind\": }\n", "scenario bad.json: line 3, column 14: expected valid JSON"},
         BadRow{"[]", "scenario bad.json: at /: expected an object"},
+        // Found by the fuzzer: a number beyond double's range.
+        BadRow{"9e9999999999999999", "scenario bad.json: expected valid JSON with numbers in range"},
         BadRow{"{}", "scenario bad.json: at /sensors: expected a list of sensors"},
         BadRow{R"({"sensors": [], "sensor": 1})",
                "scenario bad.json: at /sensor: expected one of the keys display, sensors, "

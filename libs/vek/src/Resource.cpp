@@ -88,6 +88,8 @@ std::optional<Settings> parseSettings(const std::string& module) {
     } catch (const nlohmann::json::parse_error& e) {
         throw Exception(
             String(file->string() + ": not valid JSON (byte " + std::to_string(e.byte) + ")"));
+    } catch (const nlohmann::json::exception&) {
+        throw Exception(String(file->string() + ": not valid JSON (a number out of range)"));
     }
     if (!doc.is_object())
         throw Exception(String(file->string() + ": must be a JSON object"));

@@ -32,6 +32,9 @@ public:
     static void error(Event* event, const char* sourceFile, int line);
     static void warning(Event* event, const char* sourceFile, int line);
     static bool checkForStop();
+    // Records a measurement beside the running test's verdict (it never changes the verdict):
+    // the report's "details".
+    static void setRunDetail(const KivaString& name, const Value& value);
 
     // Asks the running test, and the run, to stop (signals, a scenario's stop time).
     static void requestStop();

@@ -333,6 +333,9 @@ Scenario parseScenario(std::string_view text, const std::string& fileName) {
         }
         throw ScenarioError("scenario " + fileName + ": line " + std::to_string(line) +
                             ", column " + std::to_string(column) + ": expected valid JSON");
+    } catch (const json::exception&) {
+        // A number too large for a double, for instance.
+        throw ScenarioError("scenario " + fileName + ": expected valid JSON with numbers in range");
     }
     return Reader(fileName).scenario(doc);
 }
