@@ -1,0 +1,53 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "kiva5/DiagModule.h"
+
+namespace vekrsensors {
+
+// What a technician asks after a threshold test: how many readings, how fast they came, and
+// the last, smallest and largest value. Reported beside the verdict, never part of it.
+class ReadingStats {
+public:
+    void add(double value) {
+        ++count_;
+        last_ = value;
+        min_ = std::min(min_, value);
+        max_ = std::max(max_, value);
+    }
+    void addFailure() { ++failures_; }
+
+    // Writes the details of the running test; `unit` names the values ("g", "lux").
+    void report(double seconds, const std::string& unit) const {
+        using kiva5::DataType;
+        using kiva5::DiagModule;
+        using kiva5::KivaString;
+        using kiva5::Value;
+        DiagModule::setRunDetail(KivaString("readings"),
+                                 Value(std::to_string(count_), DataType::INT32()));
+        DiagModule::setRunDetail(KivaString("failedUpdates"),
+                                 Value(std::to_string(failures_), DataType::INT32()));
+        if (seconds > 0) {
+            DiagModule::setRunDetail(KivaString("readingsPerSecond"),
+                                     Value(static_cast<double>(count_) / seconds, DataType::DOUBLE()));
+        }
+        if (count_ == 0) return;
+        DiagModule::setRunDetail(KivaString("unit"), Value(unit));
+        DiagModule::setRunDetail(KivaString("last"), Value(last_, DataType::DOUBLE()));
+        DiagModule::setRunDetail(KivaString("min"), Value(min_, DataType::DOUBLE()));
+        DiagModule::setRunDetail(KivaString("max"), Value(max_, DataType::DOUBLE()));
+    }
+
+private:
+    std::int64_t count_ = 0;
+    std::int64_t failures_ = 0;
+    double last_ = 0.0;
+    double min_ = std::numeric_limits<double>::infinity();
+    double max_ = -std::numeric_limits<double>::infinity();
+};
+
+}  // namespace vekrsensors
