@@ -13,7 +13,8 @@ int main() {
     char buf[64];
     for (const char* name : {"in_accel_x_raw", "in_accel_y_raw", "in_accel_z_raw"}) {
         const int fd = ::open((dir + name).c_str(), O_RDONLY);
-        if (fd < 0 || ::pread(fd, buf, sizeof buf, 0) <= 0) return 1;
+        if (fd < 0 || ::pread(fd, buf, sizeof buf, 0) <= 0)
+            return 1;
         ::close(fd);
     }
     return 0;

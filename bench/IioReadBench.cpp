@@ -22,11 +22,14 @@ struct FakeTree {
         root = fs::temp_directory_path() / ("vekr-bench-" + std::to_string(::getpid()));
         const fs::path dev = root / "bus/iio/devices/iio:device0";
         fs::create_directories(dev);
-        const std::pair<const char*, const char*> attrs[] = {
-            {"name", "accel_3d"},         {"in_accel_x_raw", "-906"}, {"in_accel_y_raw", "15"},
-            {"in_accel_z_raw", "-414"},   {"in_accel_scale", "0.009806650"},
-            {"in_accel_offset", "0"}};
-        for (const auto& [name, text] : attrs) std::ofstream(dev / name) << text << "\n";
+        const std::pair<const char*, const char*> attrs[] = {{"name", "accel_3d"},
+                                                             {"in_accel_x_raw", "-906"},
+                                                             {"in_accel_y_raw", "15"},
+                                                             {"in_accel_z_raw", "-414"},
+                                                             {"in_accel_scale", "0.009806650"},
+                                                             {"in_accel_offset", "0"}};
+        for (const auto& [name, text] : attrs)
+            std::ofstream(dev / name) << text << "\n";
     }
     ~FakeTree() { fs::remove_all(root); }
     fs::path root;
@@ -45,7 +48,8 @@ void BM_LibOrraAccelerometerUpdate(benchmark::State& state) {
         return;
     }
     for (auto _ : state) {
-        if (!accels[0]->update()) state.SkipWithError("update failed");
+        if (!accels[0]->update())
+            state.SkipWithError("update failed");
         benchmark::DoNotOptimize(accels[0]->x);
     }
     libOrra::installBackend(nullptr);
@@ -56,12 +60,15 @@ void BM_ThreeBarePreads(benchmark::State& state) {
     const fs::path dev = tree().root / "bus/iio/devices/iio:device0";
     int fds[3];
     const char* names[] = {"in_accel_x_raw", "in_accel_y_raw", "in_accel_z_raw"};
-    for (int i = 0; i < 3; ++i) fds[i] = ::open((dev / names[i]).c_str(), O_RDONLY);
+    for (int i = 0; i < 3; ++i)
+        fds[i] = ::open((dev / names[i]).c_str(), O_RDONLY);
     char buf[64];
     for (auto _ : state) {
-        for (int fd : fds) benchmark::DoNotOptimize(::pread(fd, buf, sizeof buf, 0));
+        for (int fd : fds)
+            benchmark::DoNotOptimize(::pread(fd, buf, sizeof buf, 0));
     }
-    for (int fd : fds) ::close(fd);
+    for (int fd : fds)
+        ::close(fd);
 }
 BENCHMARK(BM_ThreeBarePreads);
 

@@ -21,10 +21,13 @@ struct Tree {
         root = fs::temp_directory_path() / ("vekr-procbench-" + std::to_string(::getpid()));
         const fs::path dev = root / "bus/iio/devices/iio:device0";
         fs::create_directories(dev);
-        const std::pair<const char*, const char*> attrs[] = {
-            {"name", "accel_3d"}, {"in_accel_x_raw", "-906"}, {"in_accel_y_raw", "15"},
-            {"in_accel_z_raw", "-414"}, {"in_accel_scale", "0.009806650"}};
-        for (const auto& [name, text] : attrs) std::ofstream(dev / name) << text << "\n";
+        const std::pair<const char*, const char*> attrs[] = {{"name", "accel_3d"},
+                                                             {"in_accel_x_raw", "-906"},
+                                                             {"in_accel_y_raw", "15"},
+                                                             {"in_accel_z_raw", "-414"},
+                                                             {"in_accel_scale", "0.009806650"}};
+        for (const auto& [name, text] : attrs)
+            std::ofstream(dev / name) << text << "\n";
     }
     ~Tree() { fs::remove_all(root); }
     fs::path root;
@@ -37,7 +40,8 @@ Tree& tree() {
 
 int spawnAndWait(std::vector<std::string> args) {
     std::vector<char*> argv;
-    for (auto& a : args) argv.push_back(a.data());
+    for (auto& a : args)
+        argv.push_back(a.data());
     argv.push_back(nullptr);
     std::vector<std::string> envStore{"VEKR_SYSFS_ROOT=" + tree().root.string()};
     std::vector<char*> envp{envStore[0].data(), nullptr};
@@ -45,7 +49,8 @@ int spawnAndWait(std::vector<std::string> args) {
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
     pid_t pid = -1;
-    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0) return -1;
+    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0)
+        return -1;
     posix_spawn_file_actions_destroy(&actions);
     int status = 0;
     waitpid(pid, &status, 0);
@@ -60,7 +65,8 @@ void BM_ModuleStartToVerdict(benchmark::State& state) {
     const std::vector<std::string> args{beside("vekrsensors.vkm"), "--backend", "iio", "--test",
                                         "AccelerometerTest"};
     for (auto _ : state) {
-        if (spawnAndWait(args) != 0) state.SkipWithError("the accelerometer did not pass");
+        if (spawnAndWait(args) != 0)
+            state.SkipWithError("the accelerometer did not pass");
     }
 }
 BENCHMARK(BM_ModuleStartToVerdict)->Unit(benchmark::kMillisecond);
@@ -68,7 +74,8 @@ BENCHMARK(BM_ModuleStartToVerdict)->Unit(benchmark::kMillisecond);
 void BM_BareAttributeReader(benchmark::State& state) {
     const std::vector<std::string> args{beside("bare_accel_reader")};
     for (auto _ : state) {
-        if (spawnAndWait(args) != 0) state.SkipWithError("the bare reader failed");
+        if (spawnAndWait(args) != 0)
+            state.SkipWithError("the bare reader failed");
     }
 }
 BENCHMARK(BM_BareAttributeReader)->Unit(benchmark::kMillisecond);

@@ -18,7 +18,8 @@ COMInitializer::COMInitializer() : result_(E_FAIL) {
 
 COMInitializer::~COMInitializer() {
     // S_OK and S_FALSE both took a reference on the apartment and must give it back.
-    if (result_ < 0) return;
+    if (result_ < 0)
+        return;
     try {
         CoUninitialize();
     } catch (...) {

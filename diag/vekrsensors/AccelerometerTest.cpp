@@ -32,22 +32,17 @@ kiva5::TestResult AccelerometerTest(const kiva5::DiagDevice& device) {
 
     const vek::String locator = device.osLocator().vekString();
     std::size_t index = 0;
-    bool found = false;
-    for (; index < accelerometers.size(); ++index) {
-        if (accelerometers[index]->osLocator().equalNoCase(locator)) {
-            found = true;
-            break;
-        }
-    }
-    if (!found) {
+    libOrra::Accelerometer* match = findSensorByLocator(accelerometers, locator, index);
+    if (!match) {
         LOG(4, "Test device could not be found on the system, OSLocator = \"" << locator << "\"");
         return TestResult::NODEVICE();
     }
-    libOrra::Accelerometer& accelerometer = *accelerometers[index];
+    libOrra::Accelerometer& accelerometer = *match;
     LOG(1, "Checking threshold for Accelerometer " << static_cast<unsigned long>(index));
 
     const TestResult state = checkSensorState(accelerometer);
-    if (state != TestResult::PASS()) return state;
+    if (state != TestResult::PASS())
+        return state;
 
     const double threshold = vekrsensors::paramAccelerometerThreshold->value().valueDouble();
     const double waitTime = vekrsensors::paramAccelerometerWaitTime->value().valueDouble();
@@ -83,18 +78,16 @@ kiva5::TestResult AccelerometerTest(const kiva5::DiagDevice& device) {
         if (magnitude < target + threshold && magnitude > target - threshold) {
             stats.report(watch.getElapsed(), "g");
             // "outside" and the upper bound first: the wording is the log's, kept as it is.
-            LOG(1, "The magnitude " << magnitude
-                                    << " is outside the acceptable range of values: ("
-                                    << (target + threshold) << ", " << (target - threshold)
-                                    << ")");
+            LOG(1, "The magnitude " << magnitude << " is outside the acceptable range of values: ("
+                                    << (target + threshold) << ", " << (target - threshold) << ")");
             return TestResult::PASS();
         }
         if (watch.getElapsed() > waitTime) {
             stats.report(watch.getElapsed(), "g");
-            LOG(1, "Accelerometer value (Magnitude: "
-                       << magnitude << " Raw Values: " << x << "," << y << "," << z
-                       << ") was not within the target (" << target << ") threshold value ("
-                       << threshold << ")");
+            LOG(1, "Accelerometer value (Magnitude: " << magnitude << " Raw Values: " << x << ","
+                                                      << y << "," << z
+                                                      << ") was not within the target (" << target
+                                                      << ") threshold value (" << threshold << ")");
             DiagModule::error(vekrsensors::evSensorTimeout, __FILE__, __LINE__);
             return TestResult::FAIL();
         }

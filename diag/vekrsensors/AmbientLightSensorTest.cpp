@@ -41,23 +41,18 @@ kiva5::TestResult AmbientLightSensorTest(const kiva5::DiagDevice& device) {
 
     const vek::String locator = device.osLocator().vekString();
     std::size_t index = 0;
-    bool found = false;
-    for (; index < sensors.size(); ++index) {
-        if (sensors[index]->osLocator().equalNoCase(locator)) {
-            found = true;
-            break;
-        }
-    }
-    if (!found) {
+    libOrra::AmbientLightSensor* match = findSensorByLocator(sensors, locator, index);
+    if (!match) {
         LOG(4, "Test device could not be found on the system, OSLocator = \"" << locator << "\"");
         return TestResult::NODEVICE();
     }
-    libOrra::AmbientLightSensor& sensor = *sensors[index];
+    libOrra::AmbientLightSensor& sensor = *match;
     // "Accelerometer" in the light test's line is the log's own wording, kept as it is.
     LOG(1, "Checking threshold for Accelerometer " << static_cast<unsigned long>(index));
 
     const TestResult state = checkSensorState(sensor);
-    if (state != TestResult::PASS()) return state;
+    if (state != TestResult::PASS())
+        return state;
 
     const double threshold = vekrsensors::paramLuxValueThreshold->value().valueDouble();
     const double waitTime = vekrsensors::paramLuxValueWaitTime->value().valueDouble();
@@ -103,12 +98,11 @@ kiva5::TestResult AmbientLightSensorTest(const kiva5::DiagDevice& device) {
         }
         if (watch.getElapsed() > waitTime) {
             stats.report(watch.getElapsed(), "lux");
-            LOG(1, "Ambient light sensor value (" << lux << ") did not surpass the threshold value ("
-                                                  << threshold << ")");
+            LOG(1, "Ambient light sensor value ("
+                       << lux << ") did not surpass the threshold value (" << threshold << ")");
             // The tip stays on the process-wide event from now on.
-            vekrsensors::evSensorTimeout->addTip(
-                kiva5::Tip::createTip(KivaString("EnsureLightCanReachSensor"),
-                                      kiva5::TipType::TEXT_TIP()));
+            vekrsensors::evSensorTimeout->addTip(kiva5::Tip::createTip(
+                KivaString("EnsureLightCanReachSensor"), kiva5::TipType::TEXT_TIP()));
             if (warnOnly) {
                 DiagModule::warning(vekrsensors::evSensorTimeout, __FILE__, __LINE__);
                 return TestResult::WARN();

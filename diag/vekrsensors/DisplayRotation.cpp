@@ -11,7 +11,8 @@ bool DisplayRotation::isWindows8OrLater() {
     // The lock lives in the platform's user32 stand-in; ask it whether this desktop has one.
     static const bool available = [] {
         vek::DynamicLibrary user32("user32.dll");
-        if (!user32.load()) return false;
+        if (!user32.load())
+            return false;
         auto* probe = reinterpret_cast<int (*)()>(user32.getSymbol("VekrRotationLockAvailable"));
         return probe && probe() != 0;
     }();
@@ -53,7 +54,8 @@ bool DisplayRotation::fixDataOrientation(double& x, double& y, double& z) {
     }
     // Dead band: a hand never holds a device perfectly still.
     for (double* v : {&x, &y, &z}) {
-        if (*v > -1.0 && *v < 1.0) *v = 0.0;
+        if (*v > -1.0 && *v < 1.0)
+            *v = 0.0;
     }
     return true;
 }
@@ -74,8 +76,10 @@ int DisplayRotation::orientationPreference(std::uint32_t rotation) {
 }
 
 void DisplayRotation::lockAutoRotation() {
-    if (!isWindows8OrLater()) return;
-    if (!user32_.isLoaded()) user32_.load();
+    if (!isWindows8OrLater())
+        return;
+    if (!user32_.isLoaded())
+        user32_.load();
     if (!setPreferences_) {
         setPreferences_ =
             reinterpret_cast<int (*)(int)>(user32_.getSymbol("SetDisplayAutoRotationPreferences"));

@@ -32,10 +32,12 @@ public:
         DiagModule::setRunDetail(KivaString("failedUpdates"),
                                  Value(std::to_string(failures_), DataType::INT32()));
         if (seconds > 0) {
-            DiagModule::setRunDetail(KivaString("readingsPerSecond"),
-                                     Value(static_cast<double>(count_) / seconds, DataType::DOUBLE()));
+            DiagModule::setRunDetail(
+                KivaString("readingsPerSecond"),
+                Value(static_cast<double>(count_) / seconds, DataType::DOUBLE()));
         }
-        if (count_ == 0) return;
+        if (count_ == 0)
+            return;
         DiagModule::setRunDetail(KivaString("unit"), Value(unit));
         DiagModule::setRunDetail(KivaString("last"), Value(last_, DataType::DOUBLE()));
         DiagModule::setRunDetail(KivaString("min"), Value(min_, DataType::DOUBLE()));

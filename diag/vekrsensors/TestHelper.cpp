@@ -34,12 +34,14 @@ void pollSensor(libOrra::SensorRecord& sensor, SensorState& state) {
     vek::Stopwatch watch;
     state = SENSOR_STATE_NO_DATA;
     // A negative (or not-a-number) timeout asks nothing more.
-    if (!(timeout >= 0.0)) return;
+    if (!(timeout >= 0.0))
+        return;
     do {
         vek::System::mssleep(100);
         sensor.m_pSensor->GetState(reinterpret_cast<SensorState*>(&sensor.m_state));
         state = static_cast<SensorState>(sensor.m_state);
-        if (state == SENSOR_STATE_READY) return;
+        if (state == SENSOR_STATE_READY)
+            return;
         LOG(1, "Next  sensor state: " << vek::VekValue(state).toHexString(true));
     } while (timeout >= watch.getElapsed());
 }
@@ -74,7 +76,8 @@ namespace vekrsensors {
 
 SensorEventSink::SensorEventSink(ISensor* sensor) : sensor_(sensor) {
     TRACE("SensorEventSink");
-    if (sensor_) sensor_->AddRef();
+    if (sensor_)
+        sensor_->AddRef();
 }
 
 SensorEventSink::~SensorEventSink() {
@@ -87,7 +90,8 @@ SensorEventSink::~SensorEventSink() {
 
 HRESULT SensorEventSink::QueryInterface(REFIID riid, void** ppv) {
     TRACE("SensorEventSink::QI");
-    if (!ppv) return E_POINTER;
+    if (!ppv)
+        return E_POINTER;
     if (riid == IID_IUnknown || riid == IID_ISensorEvents) {
         *ppv = this;
         AddRef();
@@ -114,7 +118,8 @@ HRESULT SensorEventSink::OnStateChanged(ISensor*, SensorState) {
 
 HRESULT SensorEventSink::OnDataUpdated(ISensor* sensor, ISensorDataReport* newData) {
     TRACE("SensorEventSink::OnDataUpdated");
-    if (!sensor || !newData) return E_INVALIDARG;
+    if (!sensor || !newData)
+        return E_INVALIDARG;
     dataUpdateCount_.fetch_add(1);
     return S_OK;
 }

@@ -17,6 +17,18 @@ void pollSensor(libOrra::SensorRecord& sensor, SensorState& state);
 // One state to its result and event.
 kiva5::TestResult checkSensorStateWorker(const SensorState& state);
 
+// The first record whose OS locator equals `locator` ignoring case, with its index; null when
+// none does (also for an empty list).
+template <typename Record>
+Record* findSensorByLocator(vek::Array<std::unique_ptr<Record>>& records,
+                            const vek::String& locator, std::size_t& index) {
+    for (index = 0; index < records.size(); ++index) {
+        if (records[index]->osLocator().equalNoCase(locator))
+            return records[index].get();
+    }
+    return nullptr;
+}
+
 namespace vekrsensors {
 
 // Counts the data reports a sensor delivers while a test samples it. Lives on the test's

@@ -15,7 +15,8 @@ public:
     ULONG Release() override { return refs.fetch_sub(1) - 1; }
     HRESULT OnStateChanged(ISensor*, SensorState) override { return S_OK; }
     HRESULT OnDataUpdated(ISensor* sensor, ISensorDataReport* report) override {
-        if (sensor && report) reports.fetch_add(1);
+        if (sensor && report)
+            reports.fetch_add(1);
         return S_OK;
     }
     HRESULT OnEvent(ISensor*, const GUID&, void*) override { return S_OK; }

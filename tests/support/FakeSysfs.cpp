@@ -7,7 +7,8 @@ std::filesystem::path FakeSysfs::addDevice(int n, const std::string& name,
     const auto dir = device(n);
     std::filesystem::create_directories(dir);
     std::ofstream(dir / "name") << name << "\n";
-    for (const auto& [attr, text] : attributes) set(n, attr, text);
+    for (const auto& [attr, text] : attributes)
+        set(n, attr, text);
     return dir;
 }
 

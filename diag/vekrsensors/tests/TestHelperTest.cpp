@@ -46,6 +46,16 @@ private:
     ScriptedSensor* sensor_;
 };
 
+// A data report that carries nothing.
+class EmptyReport final : public ISensorDataReport {
+public:
+    virtual ~EmptyReport() = default;
+    HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    ULONG AddRef() override { return 1; }
+    ULONG Release() override { return 1; }
+    std::int64_t timestampNanoseconds() const override { return 0; }
+};
+
 struct StateRow {
     const char* label;
     std::vector<std::int32_t> states;
@@ -56,7 +66,9 @@ struct StateRow {
     std::int64_t waitedMs;
 };
 
-void PrintTo(const StateRow& r, std::ostream* os) { *os << r.label; }
+void PrintTo(const StateRow& r, std::ostream* os) {
+    *os << r.label;
+}
 
 class StateCheck : public ::testing::TestWithParam<StateRow> {
 protected:
@@ -75,7 +87,8 @@ protected:
 
 TEST_P(StateCheck, EndsWithTheMappedResultAndEventAfterTheRightWait) {
     const auto& row = GetParam();
-    if (*row.timeout) vekrsensors::paramSensorStateTimeout->set(row.timeout);
+    if (*row.timeout)
+        vekrsensors::paramSensorStateTimeout->set(row.timeout);
     ScriptedSensor sensor(row.states);
     libOrra::Accelerometer record(std::make_unique<ScriptedDevice>(&sensor), {});
     const auto start = clock_.now();
@@ -100,25 +113,46 @@ INSTANTIATE_TEST_SUITE_P(
     Table, StateCheck,
     ::testing::Values(
         StateRow{"ready_at_once", {0}, "5", R::PASS(), "", 1, 0},
-        StateRow{"access_denied_never_waits", {4}, "5", R::CANNOTRUN(), "SensorState_AccessDenied", 1, 0},
+        StateRow{"access_denied_never_waits",
+                 {4},
+                 "5",
+                 R::CANNOTRUN(),
+                 "SensorState_AccessDenied",
+                 1,
+                 0},
         StateRow{"error_never_waits", {5}, "5", R::FAIL(), "SensorState_Error", 1, 0},
         StateRow{"unknown_state_fails_silently", {9}, "5", R::FAIL(), "", 1, 0},
         StateRow{"negative_unknown_state", {-1}, "5", R::FAIL(), "", 1, 0},
         StateRow{"turns_ready_while_waiting", {3, 3, 0}, "5", R::PASS(), "", 3, 200},
         // Polling only stops early for READY: a sensor that turns to ACCESS_DENIED is asked
         // until the time is up.
-        StateRow{"initialising_then_access_denied", {3, 4}, "0.25", R::CANNOTRUN(),
-                 "SensorState_AccessDenied", 4, 300},
+        StateRow{"initialising_then_access_denied",
+                 {3, 4},
+                 "0.25",
+                 R::CANNOTRUN(),
+                 "SensorState_AccessDenied",
+                 4,
+                 300},
         StateRow{"stays_initialising", {3}, "0.25", R::TIMEDOUT(), "SensorState_Invalid", 4, 300},
-        StateRow{"stays_not_available", {1}, "0.25", R::TIMEDOUT(), "SensorState_NotAvailable",
-                 4, 300},
+        StateRow{
+            "stays_not_available", {1}, "0.25", R::TIMEDOUT(), "SensorState_NotAvailable", 4, 300},
         StateRow{"stays_no_data", {2}, "0.25", R::FAIL(), "Sensor_NoData", 4, 300},
-        StateRow{"zero_timeout_asks_once_more", {1}, "0", R::TIMEDOUT(),
-                 "SensorState_NotAvailable", 2, 100},
-        StateRow{"negative_timeout_asks_nothing_and_reads_no_data", {1}, "-1", R::FAIL(),
-                 "Sensor_NoData", 1, 0},
-        StateRow{"unset_timeout_reads_as_zero", {3}, "", R::TIMEDOUT(), "SensorState_Invalid", 2,
-                 100}));
+        StateRow{"zero_timeout_asks_once_more",
+                 {1},
+                 "0",
+                 R::TIMEDOUT(),
+                 "SensorState_NotAvailable",
+                 2,
+                 100},
+        StateRow{"negative_timeout_asks_nothing_and_reads_no_data",
+                 {1},
+                 "-1",
+                 R::FAIL(),
+                 "Sensor_NoData",
+                 1,
+                 0},
+        StateRow{
+            "unset_timeout_reads_as_zero", {3}, "", R::TIMEDOUT(), "SensorState_Invalid", 2, 100}));
 
 TEST(SensorEventSink, AnswersAsACOMSinkAndCountsOnlyValidReports) {
     ScriptedSensor sensor({0});
@@ -138,13 +172,7 @@ TEST(SensorEventSink, AnswersAsACOMSinkAndCountsOnlyValidReports) {
         EXPECT_EQ(sink.Release(), 0u);
         EXPECT_EQ(sink.AddRef(), 1u) << "usable after a release to zero";
 
-        struct Report final : ISensorDataReport {
-            virtual ~Report() = default;
-            HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-            ULONG AddRef() override { return 1; }
-            ULONG Release() override { return 1; }
-            std::int64_t timestampNanoseconds() const override { return 0; }
-        } report;
+        EmptyReport report;
         EXPECT_EQ(sink.OnDataUpdated(&sensor, &report), S_OK);
         EXPECT_EQ(sink.OnDataUpdated(nullptr, &report), E_INVALIDARG);
         EXPECT_EQ(sink.OnDataUpdated(&sensor, nullptr), E_INVALIDARG);
@@ -186,20 +214,16 @@ namespace {
 TEST(SensorEventSink, CountsReportsFromSeveralThreadsWithoutLosingAny) {
     ScriptedSensor sensor({0});
     vekrsensors::SensorEventSink sink(&sensor);
-    struct Report final : ISensorDataReport {
-        virtual ~Report() = default;
-        HRESULT QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-        ULONG AddRef() override { return 1; }
-        ULONG Release() override { return 1; }
-        std::int64_t timestampNanoseconds() const override { return 0; }
-    } report;
+    EmptyReport report;
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&] {
-            for (int i = 0; i < 1000; ++i) sink.OnDataUpdated(&sensor, &report);
+            for (int i = 0; i < 1000; ++i)
+                sink.OnDataUpdated(&sensor, &report);
         });
     }
-    for (auto& t : threads) t.join();
+    for (auto& t : threads)
+        t.join();
     EXPECT_EQ(sink.getDataUpdateCount(), 4000u);
 }
 

@@ -68,7 +68,9 @@ void DiagModule::warning(Event* event, const char* sourceFile, int line) {
     RunContext::raise(event, "warning", sourceFile, line);
 }
 
-bool DiagModule::checkForStop() { return StopFlag::isSet() || RunContext::sourceStopDue(); }
+bool DiagModule::checkForStop() {
+    return StopFlag::isSet() || RunContext::sourceStopDue();
+}
 void DiagModule::requestStop() {
     StopFlag::set();
 }

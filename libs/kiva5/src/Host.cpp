@@ -63,7 +63,8 @@ std::vector<std::pair<std::string, std::string>> readProfile(const std::filesyst
         throw KivaException("profile " + file.string() + ": not valid JSON (byte " +
                             std::to_string(e.byte) + ")");
     } catch (const nlohmann::json::exception&) {
-        throw KivaException("profile " + file.string() + ": not valid JSON (a number out of range)");
+        throw KivaException("profile " + file.string() +
+                            ": not valid JSON (a number out of range)");
     }
     if (!doc.is_object() || !doc.contains("parameters") || !doc["parameters"].is_object()) {
         throw KivaException("profile " + file.string() +

@@ -9,7 +9,8 @@ namespace libOrra {
 
 std::shared_ptr<SensorBackend> makeBackend(const std::string& name,
                                            const std::optional<std::string>& scenarioFile) {
-    if (name == "iio") return std::make_shared<IioBackend>();
+    if (name == "iio")
+        return std::make_shared<IioBackend>();
     if (name == "sim") {
         Scenario scenario = scenarioFile ? loadScenario(*scenarioFile)
                                          : parseScenario(demoScenarioText(), "(embedded demo)");

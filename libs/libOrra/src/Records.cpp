@@ -12,10 +12,12 @@ template <typename Record>
 bool enumerate(SensorKind kind, vek::Array<std::unique_ptr<Record>>& out) {
     out.clear();
     auto backend = installedBackend();
-    if (!backend) return false;
+    if (!backend)
+        return false;
     std::vector<std::unique_ptr<SensorDevice>> devices;
     std::vector<SensorInfo> infos;
-    if (!backend->open(kind, devices, infos)) return false;
+    if (!backend->open(kind, devices, infos))
+        return false;
     for (std::size_t i = 0; i < devices.size() && i < infos.size(); ++i) {
         out.add(std::make_unique<Record>(std::move(devices[i]), infos[i]));
     }
@@ -45,24 +47,33 @@ std::vector<DeviceEntry> SensorBackend::devices() {
 SensorRecord::SensorRecord(std::unique_ptr<SensorDevice> device, const SensorInfo& info)
     : m_osLocator(info.locator), m_friendlyName(info.name), device_(std::move(device)) {
     m_pSensor = device_ ? device_->sensor() : nullptr;
-    if (m_pSensor) m_pSensor->AddRef();
+    if (m_pSensor)
+        m_pSensor->AddRef();
 }
 
 SensorRecord::~SensorRecord() {
-    if (m_pSensor) m_pSensor->Release();
+    if (m_pSensor)
+        m_pSensor->Release();
     m_pSensor = nullptr;
 }
 
 bool SensorRecord::update() {
     Sample s;
-    if (!device_ || !device_->read(s)) return false;
+    if (!device_ || !device_->read(s))
+        return false;
     take(s);
     return true;
 }
 
-void Accelerometer::take(const Sample& s) { x = s.x, y = s.y, z = s.z; }
-void AmbientLightSensor::take(const Sample& s) { lux = s.lux; }
-void Gyrometer::take(const Sample& s) { x = s.x, y = s.y, z = s.z, kind = s.kind; }
+void Accelerometer::take(const Sample& s) {
+    x = s.x, y = s.y, z = s.z;
+}
+void AmbientLightSensor::take(const Sample& s) {
+    lux = s.lux;
+}
+void Gyrometer::take(const Sample& s) {
+    x = s.x, y = s.y, z = s.z, kind = s.kind;
+}
 void Magnetometer::take(const Sample& s) {
     heading = s.heading;
     headingValid = s.headingValid;

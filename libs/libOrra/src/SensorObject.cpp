@@ -5,7 +5,8 @@ namespace libOrra {
 SensorObject::~SensorObject() = default;
 
 HRESULT SensorObject::QueryInterface(REFIID riid, void** ppv) {
-    if (!ppv) return E_POINTER;
+    if (!ppv)
+        return E_POINTER;
     if (riid == IID_IUnknown) {
         *ppv = static_cast<IUnknown*>(this);
         AddRef();
@@ -16,7 +17,8 @@ HRESULT SensorObject::QueryInterface(REFIID riid, void** ppv) {
 
 ULONG SensorObject::Release() {
     const ULONG left = refs_.fetch_sub(1) - 1;
-    if (left == 0) delete this;
+    if (left == 0)
+        delete this;
     return left;
 }
 
@@ -26,9 +28,11 @@ HRESULT SensorObject::SetEventSink(ISensorEvents* sink) {
         std::lock_guard lock(sinkMutex_);
         old = sink_;
         sink_ = sink;
-        if (sink_) sink_->AddRef();
+        if (sink_)
+            sink_->AddRef();
     }
-    if (old) old->Release();
+    if (old)
+        old->Release();
     sinkChanged(sink != nullptr);
     return S_OK;
 }
@@ -42,7 +46,8 @@ void SensorObject::notifyData() {
     // The lock is held across the call so that a sink is never called after SetEventSink
     // (nullptr) returned: the sink lives on its owner's stack.
     std::lock_guard lock(sinkMutex_);
-    if (!sink_) return;
+    if (!sink_)
+        return;
     DataReport report;
     sink_->OnDataUpdated(this, &report);
 }

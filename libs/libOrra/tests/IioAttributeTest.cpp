@@ -14,13 +14,13 @@ TEST(IioAttribute, NumbersAsTheKernelPrintsThem) {
         const char* text;
         std::optional<double> value;
     };
-    const Row rows[] = {{"-906\n", -906.0},       {"0.009806650\n", 0.00980665},
-                        {"  15 ", 15.0},           {"+3", 3.0},
-                        {"1e-3", 0.001},           {"", std::nullopt},
-                        {"\n", std::nullopt},      {"0,5", std::nullopt},
-                        {"abc", std::nullopt},     {"12abc", std::nullopt},
-                        {"nan", std::nullopt},     {"inf", std::nullopt},
-                        {"-", std::nullopt},       {"1 2", std::nullopt}};
+    const Row rows[] = {{"-906\n", -906.0},    {"0.009806650\n", 0.00980665},
+                        {"  15 ", 15.0},       {"+3", 3.0},
+                        {"1e-3", 0.001},       {"", std::nullopt},
+                        {"\n", std::nullopt},  {"0,5", std::nullopt},
+                        {"abc", std::nullopt}, {"12abc", std::nullopt},
+                        {"nan", std::nullopt}, {"inf", std::nullopt},
+                        {"-", std::nullopt},   {"1 2", std::nullopt}};
     for (const Row& row : rows) {
         EXPECT_EQ(parseNumber(row.text), row.value) << '"' << row.text << '"';
     }
@@ -47,9 +47,9 @@ TEST(IioAttribute, MountMatrixIsThreeRowsOfThree) {
     EXPECT_EQ((*m)[1], 1.0);
     EXPECT_EQ((*m)[3], -1.0);
     EXPECT_EQ((*m)[8], -1.0);
-    for (const char* bad : {"", "1, 0, 0; 0, 1, 0", "1, 0; 0, 1, 0; 0, 0, 1, 1",
-                            "1, 0, 0, 0; 1, 0; 0, 0, 1", "a, 0, 0; 0, 1, 0; 0, 0, 1",
-                            "1, 0, 0; 0, 1, 0; 0, 0, 1; 1"}) {
+    for (const char* bad :
+         {"", "1, 0, 0; 0, 1, 0", "1, 0; 0, 1, 0; 0, 0, 1, 1", "1, 0, 0, 0; 1, 0; 0, 0, 1",
+          "a, 0, 0; 0, 1, 0; 0, 0, 1", "1, 0, 0; 0, 1, 0; 0, 0, 1; 1"}) {
         EXPECT_FALSE(parseMountMatrix(bad)) << bad;
     }
 }

@@ -34,10 +34,11 @@ TEST_F(Iio, FindsEverySensorOfAHidHubWithItsCanonicalLocator) {
     fs::create_directories(sysfs_.root() / "bus/iio/devices/trigger0");  // not a device
     const auto sensors = installedBackend()->sensors();
     ASSERT_EQ(sensors.size(), 5u);
-    const std::pair<SensorKind, const char*> expected[] = {
-        {SensorKind::Accelerometer, "accel_3d"}, {SensorKind::Gyrometer, "gyro_3d"},
-        {SensorKind::Magnetometer, "magn_3d"},   {SensorKind::Light, "als"},
-        {SensorKind::Proximity, "vl53l0x"}};
+    const std::pair<SensorKind, const char*> expected[] = {{SensorKind::Accelerometer, "accel_3d"},
+                                                           {SensorKind::Gyrometer, "gyro_3d"},
+                                                           {SensorKind::Magnetometer, "magn_3d"},
+                                                           {SensorKind::Light, "als"},
+                                                           {SensorKind::Proximity, "vl53l0x"}};
     for (std::size_t i = 0; i < 5; ++i) {
         EXPECT_EQ(sensors[i].kind, expected[i].first) << i;
         EXPECT_EQ(sensors[i].name, expected[i].second);
@@ -90,7 +91,9 @@ struct VariantRow {
     double expected;  // x for vectors, heading, lux
 };
 
-void PrintTo(const VariantRow& r, std::ostream* os) { *os << r.label; }
+void PrintTo(const VariantRow& r, std::ostream* os) {
+    *os << r.label;
+}
 
 class IioVariant : public Iio, public ::testing::WithParamInterface<VariantRow> {};
 
@@ -98,22 +101,26 @@ double readOne(SensorKind kind) {
     switch (kind) {
         case SensorKind::Accelerometer: {
             vek::Array<std::unique_ptr<Accelerometer>> a;
-            if (!getAccelerometers(a) || a.size() != 1 || !a[0]->update()) return NAN;
+            if (!getAccelerometers(a) || a.size() != 1 || !a[0]->update())
+                return NAN;
             return a[0]->x;
         }
         case SensorKind::Gyrometer: {
             vek::Array<std::unique_ptr<Gyrometer>> a;
-            if (!getGyrometers(a) || a.size() != 1 || !a[0]->update()) return NAN;
+            if (!getGyrometers(a) || a.size() != 1 || !a[0]->update())
+                return NAN;
             return a[0]->x;
         }
         case SensorKind::Magnetometer: {
             vek::Array<std::unique_ptr<Magnetometer>> a;
-            if (!getMagnetometers(a) || a.size() != 1 || !a[0]->update()) return NAN;
+            if (!getMagnetometers(a) || a.size() != 1 || !a[0]->update())
+                return NAN;
             return a[0]->heading;
         }
         case SensorKind::Light: {
             vek::Array<std::unique_ptr<AmbientLightSensor>> a;
-            if (!getAmbientLightSensors(a) || a.size() != 1 || !a[0]->update()) return NAN;
+            if (!getAmbientLightSensors(a) || a.size() != 1 || !a[0]->update())
+                return NAN;
             return a[0]->lux;
         }
         case SensorKind::Proximity:
@@ -145,8 +152,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         VariantRow{"accel_input_is_processed", SensorKind::Accelerometer,
                    axes("in_accel_%a_input", "9.80665", {{"in_accel_scale", "5"}}), 1.0},
-        VariantRow{"accel_raw_no_scale", SensorKind::Accelerometer, axes("in_accel_%a_raw", "19.6133"),
-                   2.0},
+        VariantRow{"accel_raw_no_scale", SensorKind::Accelerometer,
+                   axes("in_accel_%a_raw", "19.6133"), 2.0},
         VariantRow{"accel_raw_type_scale", SensorKind::Accelerometer,
                    axes("in_accel_%a_raw", "100", {{"in_accel_scale", "0.0980665"}}), 1.0},
         VariantRow{"accel_raw_axis_scale_wins", SensorKind::Accelerometer,
@@ -159,7 +166,8 @@ INSTANTIATE_TEST_SUITE_P(
                    1.0},
         VariantRow{"accel_axis_offset_wins", SensorKind::Accelerometer,
                    axes("in_accel_%a_raw", "90",
-                        {{"in_accel_scale", "0.0980665"}, {"in_accel_x_offset", "10"},
+                        {{"in_accel_scale", "0.0980665"},
+                         {"in_accel_x_offset", "10"},
                          {"in_accel_offset", "-50"}}),
                    1.0},
         VariantRow{"accel_mount_matrix", SensorKind::Accelerometer,
@@ -167,40 +175,54 @@ INSTANTIATE_TEST_SUITE_P(
                         {{"in_accel_y_input", "9.80665"},
                          {"in_accel_mount_matrix", "0, 1, 0; -1, 0, 0; 0, 0, 1"}}),
                    1.0},
-        VariantRow{"accel_device_mount_matrix", SensorKind::Accelerometer,
-                   axes("in_accel_%a_input", "9.80665",
-                        {{"mount_matrix", "-1, 0, 0; 0, -1, 0; 0, 0, 1"}}),
-                   -1.0},
+        VariantRow{
+            "accel_device_mount_matrix", SensorKind::Accelerometer,
+            axes("in_accel_%a_input", "9.80665", {{"mount_matrix", "-1, 0, 0; 0, -1, 0; 0, 0, 1"}}),
+            -1.0},
         VariantRow{"anglvel_input", SensorKind::Gyrometer,
                    axes("in_anglvel_%a_input", "3.14159265358979"), 180.0},
         VariantRow{"anglvel_raw_scale", SensorKind::Gyrometer,
                    axes("in_anglvel_%a_raw", "100", {{"in_anglvel_scale", "0.0174532925199433"}}),
                    100.0},
-        VariantRow{"rot_tilt_comp_input", SensorKind::Magnetometer,
-                   {{"in_rot_from_north_magnetic_tilt_comp_input", "1.5707963267949"}}, 90.0},
-        VariantRow{"rot_tilt_comp_raw_own_scale", SensorKind::Magnetometer,
+        VariantRow{"rot_tilt_comp_input",
+                   SensorKind::Magnetometer,
+                   {{"in_rot_from_north_magnetic_tilt_comp_input", "1.5707963267949"}},
+                   90.0},
+        VariantRow{"rot_tilt_comp_raw_own_scale",
+                   SensorKind::Magnetometer,
                    {{"in_rot_from_north_magnetic_tilt_comp_raw", "2"},
                     {"in_rot_from_north_magnetic_tilt_comp_scale", "1.5707963267949"}},
                    180.0},
-        VariantRow{"rot_input", SensorKind::Magnetometer,
-                   {{"in_rot_from_north_magnetic_input", "-1.5707963267949"}}, 270.0},
-        VariantRow{"rot_raw_type_scale", SensorKind::Magnetometer,
+        VariantRow{"rot_input",
+                   SensorKind::Magnetometer,
+                   {{"in_rot_from_north_magnetic_input", "-1.5707963267949"}},
+                   270.0},
+        VariantRow{"rot_raw_type_scale",
+                   SensorKind::Magnetometer,
                    {{"in_rot_from_north_magnetic_raw", "1000"}, {"in_rot_scale", "0.001"}},
                    57.29577951308232},
         VariantRow{"magn_field_north", SensorKind::Magnetometer,
                    axes("in_magn_%a_raw", "0", {{"in_magn_y_raw", "30"}}), 0.0},
-        VariantRow{"magn_field_east", SensorKind::Magnetometer,
-                   axes("in_magn_%a_input", "-0.3"), 90.0},
-        VariantRow{"illuminance_input", SensorKind::Light, {{"in_illuminance_input", "50.5"}}, 50.5},
-        VariantRow{"illuminance0_input", SensorKind::Light, {{"in_illuminance0_input", "12"}}, 12.0},
-        VariantRow{"illuminance_raw", SensorKind::Light,
-                   {{"in_illuminance_raw", "400"}, {"in_illuminance_scale", "0.25"}}, 100.0},
-        VariantRow{"illuminance0_raw_own_scale", SensorKind::Light,
-                   {{"in_illuminance0_raw", "400"}, {"in_illuminance0_scale", "0.5"},
+        VariantRow{"magn_field_east", SensorKind::Magnetometer, axes("in_magn_%a_input", "-0.3"),
+                   90.0},
+        VariantRow{
+            "illuminance_input", SensorKind::Light, {{"in_illuminance_input", "50.5"}}, 50.5},
+        VariantRow{
+            "illuminance0_input", SensorKind::Light, {{"in_illuminance0_input", "12"}}, 12.0},
+        VariantRow{"illuminance_raw",
+                   SensorKind::Light,
+                   {{"in_illuminance_raw", "400"}, {"in_illuminance_scale", "0.25"}},
+                   100.0},
+        VariantRow{"illuminance0_raw_own_scale",
+                   SensorKind::Light,
+                   {{"in_illuminance0_raw", "400"},
+                    {"in_illuminance0_scale", "0.5"},
                     {"in_illuminance_scale", "9"}},
                    200.0},
-        VariantRow{"intensity_both", SensorKind::Light,
-                   {{"in_intensity_both_raw", "80"}, {"in_intensity_scale", "0.5"}}, 40.0},
+        VariantRow{"intensity_both",
+                   SensorKind::Light,
+                   {{"in_intensity_both_raw", "80"}, {"in_intensity_scale", "0.5"}},
+                   40.0},
         VariantRow{"intensity_clear", SensorKind::Light, {{"in_intensity_clear_raw", "33"}}, 33.0},
         VariantRow{"intensity", SensorKind::Light, {{"in_intensity_raw", "7"}}, 7.0}));
 
@@ -211,7 +233,9 @@ struct ProximityRow {
     unsigned mm;
 };
 
-void PrintTo(const ProximityRow& r, std::ostream* os) { *os << r.attributes.begin()->first; }
+void PrintTo(const ProximityRow& r, std::ostream* os) {
+    *os << r.attributes.begin()->first;
+}
 
 class IioProximity : public Iio, public ::testing::WithParamInterface<ProximityRow> {};
 
@@ -225,7 +249,8 @@ TEST_P(IioProximity, FirstReadingThroughTheBridge) {
     ASSERT_TRUE(libTarra::ProximitySensorRunner::runSensorAsync(
         locators[0],
         [&](bool d, unsigned m) {
-            if (count.fetch_add(1) == 0) seen = d, mm = m;
+            if (count.fetch_add(1) == 0)
+                seen = d, mm = m;
         },
         [] {}));
     for (int i = 0; i < 500 && count.load() == 0; ++i) {
@@ -245,8 +270,7 @@ INSTANTIATE_TEST_SUITE_P(
         ProximityRow{{{"in_distance0_raw", "2500"}, {"in_distance_scale", "0.001"}}, false, 0},
         ProximityRow{{{"in_proximity_input", "1"}}, true, 100},
         ProximityRow{{{"in_proximity_raw", "40"}, {"in_proximity_nearlevel", "50"}}, false, 0},
-        ProximityRow{{{"in_proximity0_raw", "60"}, {"in_proximity_nearlevel", "50"}}, true,
-                     100}));
+        ProximityRow{{{"in_proximity0_raw", "60"}, {"in_proximity_nearlevel", "50"}}, true, 100}));
 
 TEST_F(Iio, RemovedDeviceIsNotAvailableAndNoLongerListed) {
     sysfs_.addHidAccel3d(0);
@@ -276,7 +300,8 @@ TEST_F(Iio, GarbageInAnAttributeFailsTheUpdateAndReportsAnError) {
 }
 
 TEST_F(Iio, UnreadableAttributeIsAccessDenied) {
-    if (::geteuid() == 0) GTEST_SKIP() << "root reads every file";
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "root reads every file";
     sysfs_.addHidAccel3d(0);
     fs::permissions(sysfs_.device(0) / "in_accel_x_raw", fs::perms::none);
     vek::Array<std::unique_ptr<Accelerometer>> accels;
@@ -314,7 +339,8 @@ TEST(BoundedReader, AStuckReadGivesNoReadingInTimeAndFinishesLater) {
     std::atomic<bool> release{false};
     const auto stuck = reader.run(
         [&release] {
-            while (!release.load()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            while (!release.load())
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
             return true;
         },
         std::chrono::milliseconds(20));

@@ -77,7 +77,9 @@ struct BadRow {
     const char* message;
 };
 
-void PrintTo(const BadRow& r, std::ostream* os) { *os << r.message; }
+void PrintTo(const BadRow& r, std::ostream* os) {
+    *os << r.message;
+}
 
 class MalformedScenario : public ::testing::TestWithParam<BadRow> {};
 
@@ -93,10 +95,12 @@ TEST_P(MalformedScenario, IsRejectedNamingFilePlaceAndExpectation) {
 INSTANTIATE_TEST_SUITE_P(
     Table, MalformedScenario,
     ::testing::Values(
-        BadRow{"{\n  \"sensors\": [\n    {\"kind\": }\n", "scenario bad.json: line 3, column 14: expected valid JSON"},
+        BadRow{"{\n  \"sensors\": [\n    {\"kind\": }\n",
+               "scenario bad.json: line 3, column 14: expected valid JSON"},
         BadRow{"[]", "scenario bad.json: at /: expected an object"},
         // Found by the fuzzer: a number beyond double's range.
-        BadRow{"9e9999999999999999", "scenario bad.json: expected valid JSON with numbers in range"},
+        BadRow{"9e9999999999999999",
+               "scenario bad.json: expected valid JSON with numbers in range"},
         BadRow{"{}", "scenario bad.json: at /sensors: expected a list of sensors"},
         BadRow{R"({"sensors": [], "sensor": 1})",
                "scenario bad.json: at /sensor: expected one of the keys display, sensors, "
@@ -109,8 +113,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadRow{R"({"sensors": [{"kind": "light", "locator": "l", "states": ["READDY"]}]})",
                "scenario bad.json: at /sensors/0/states/0: expected a state name (READY, "
                "NOT_AVAILABLE, NO_DATA, INITIALIZING, ACCESS_DENIED, ERROR) or an integer"},
-        BadRow{R"({"sensors": [{"kind": "light", "locator": "l", "updates": [{"lux": "bright"}]}]})",
-               "scenario bad.json: at /sensors/0/updates/0/lux: expected a finite number"},
+        BadRow{
+            R"({"sensors": [{"kind": "light", "locator": "l", "updates": [{"lux": "bright"}]}]})",
+            "scenario bad.json: at /sensors/0/updates/0/lux: expected a finite number"},
         BadRow{R"({"sensors": [{"kind": "light", "locator": "l", "updates": [{}]}]})",
                "scenario bad.json: at /sensors/0/updates/0: expected a reading (x, y, z, lux or "
                "heading) or \"fail\": true"},

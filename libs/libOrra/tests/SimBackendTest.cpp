@@ -82,8 +82,8 @@ TEST_F(SimMachine, GyrometerMotionFollowsTheSensorClock) {
         double x, z;
     };
     double now = 0.0;
-    for (const Row& row : {Row{0.0, 60, 0}, Row{0.59, 60, 0}, Row{0.6, -60, 5},
-                           Row{1.79, -60, 5}, Row{1.8, 0, 0}, Row{10.0, 0, 0}}) {
+    for (const Row& row : {Row{0.0, 60, 0}, Row{0.59, 60, 0}, Row{0.6, -60, 5}, Row{1.79, -60, 5},
+                           Row{1.8, 0, 0}, Row{10.0, 0, 0}}) {
         advance(row.at - now);
         now = row.at;
         ASSERT_TRUE(g.update());
@@ -119,7 +119,8 @@ TEST_F(SimMachine, FaultsToRehearse) {
     ASSERT_TRUE(getAccelerometers(accels));
     ASSERT_EQ(accels.size(), 3u);
     std::vector<bool> updates;
-    for (int i = 0; i < 6; ++i) updates.push_back(accels[0]->update());
+    for (int i = 0; i < 6; ++i)
+        updates.push_back(accels[0]->update());
     EXPECT_EQ(updates, (std::vector<bool>{true, true, false, true, true, false}));
     ASSERT_TRUE(accels[1]->update());
     ASSERT_TRUE(accels[1]->update());
@@ -172,7 +173,8 @@ TEST_F(SimMachine, DataReportsReachAnAttachedSink) {
     ASSERT_TRUE(getAmbientLightSensors(lights));
     lights[0]->m_pSensor->SetEventSink(&sink);
     EXPECT_EQ(sink.refs, 1u);
-    for (int i = 0; i < 3; ++i) lights[0]->update();
+    for (int i = 0; i < 3; ++i)
+        lights[0]->update();
     EXPECT_EQ(sink.reports, 2) << "one report per successful reading";
     lights[0]->m_pSensor->SetEventSink(nullptr);
     EXPECT_EQ(sink.refs, 0u);

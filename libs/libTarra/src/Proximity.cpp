@@ -15,7 +15,8 @@ std::unique_ptr<libOrra::ProximityStream> s_running;
 
 std::vector<vek::String> ProximitySensorEnumerator::getOsLocators(unsigned int timeoutMs) {
     auto backend = libOrra::installedBackend();
-    if (!backend) return {};
+    if (!backend)
+        return {};
     // Enumeration walks sysfs; a wedged device must not hold the caller past its time-out.
     auto task = std::async(std::launch::async, [backend] { return backend->sensors(); });
     if (task.wait_for(std::chrono::milliseconds(timeoutMs)) != std::future_status::ready) {
@@ -23,7 +24,8 @@ std::vector<vek::String> ProximitySensorEnumerator::getOsLocators(unsigned int t
     }
     std::vector<vek::String> out;
     for (const auto& s : task.get()) {
-        if (s.kind == libOrra::SensorKind::Proximity) out.emplace_back(std::string_view(s.locator));
+        if (s.kind == libOrra::SensorKind::Proximity)
+            out.emplace_back(std::string_view(s.locator));
     }
     return out;
 }
@@ -33,10 +35,13 @@ bool ProximitySensorRunner::runSensorAsync(const vek::String& osLocator,
                                            std::function<void()> onError) {
     stopSensor();
     auto backend = libOrra::installedBackend();
-    if (!backend) return false;
+    if (!backend)
+        return false;
     auto stream = backend->openProximity(osLocator.toStdString());
-    if (!stream) return false;
-    if (!stream->start(std::move(onReading), std::move(onError))) return false;
+    if (!stream)
+        return false;
+    if (!stream->start(std::move(onReading), std::move(onError)))
+        return false;
     std::lock_guard lock(s_mutex);
     s_running = std::move(stream);
     return true;
@@ -48,7 +53,8 @@ void ProximitySensorRunner::stopSensor() {
         std::lock_guard lock(s_mutex);
         stream = std::move(s_running);
     }
-    if (stream) stream->stop();
+    if (stream)
+        stream->stop();
 }
 
 }  // namespace libTarra

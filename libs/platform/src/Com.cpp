@@ -3,8 +3,8 @@
 #include "platform/Sensors.h"
 
 const IID IID_IUnknown = {0x00000000, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-const IID IID_ISensorEvents = {0x5D8DCC91, 0x4641, 0x47E7,
-                               {0xB7, 0xC3, 0xB7, 0x4F, 0x48, 0xA6, 0xC3, 0x91}};
+const IID IID_ISensorEvents = {
+    0x5D8DCC91, 0x4641, 0x47E7, {0xB7, 0xC3, 0xB7, 0x4F, 0x48, 0xA6, 0xC3, 0x91}};
 
 namespace {
 
@@ -24,15 +24,21 @@ HRESULT CoInitializeEx(void*, std::uint32_t model) {
         t_apartment.count = 1;
         return S_OK;
     }
-    if (t_apartment.model != model) return RPC_E_CHANGED_MODE;
+    if (t_apartment.model != model)
+        return RPC_E_CHANGED_MODE;
     ++t_apartment.count;
     return S_FALSE;
 }
 
-HRESULT CoInitialize(void* reserved) { return CoInitializeEx(reserved, COINIT_APARTMENTTHREADED); }
-
-void CoUninitialize() {
-    if (t_apartment.count > 0) --t_apartment.count;
+HRESULT CoInitialize(void* reserved) {
+    return CoInitializeEx(reserved, COINIT_APARTMENTTHREADED);
 }
 
-int platform::comInitCountForTesting() { return t_apartment.count; }
+void CoUninitialize() {
+    if (t_apartment.count > 0)
+        --t_apartment.count;
+}
+
+int platform::comInitCountForTesting() {
+    return t_apartment.count;
+}

@@ -16,17 +16,20 @@ unsigned platform::setRotationProvider(RotationProvider provider) {
 
 void platform::clearRotationProvider(unsigned token) {
     std::lock_guard lock(s_mutex);
-    if (token == s_token) s_provider = nullptr;
+    if (token == s_token)
+        s_provider = nullptr;
 }
 
 int EnumDisplaySettingsW(const wchar_t* deviceName, DWORD modeNum, DEVMODEW* mode) {
-    if (deviceName || modeNum != ENUM_CURRENT_SETTINGS || !mode) return 0;
+    if (deviceName || modeNum != ENUM_CURRENT_SETTINGS || !mode)
+        return 0;
     platform::RotationProvider provider;
     {
         std::lock_guard lock(s_mutex);
         provider = s_provider;
     }
-    if (!provider) return 0;
+    if (!provider)
+        return 0;
     const std::optional<DWORD> rotation = provider();
     mode->dmFields = 0;
     if (rotation) {

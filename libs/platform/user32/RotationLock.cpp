@@ -26,22 +26,28 @@ std::string s_previous;
 
 bool runGsettings(const char* verb, const char* value, std::string* out) {
     std::string cmd = std::string("gsettings ") + verb + " " + kSchema + " " + kKey;
-    if (value) cmd += std::string(" ") + value;
+    if (value)
+        cmd += std::string(" ") + value;
     cmd += " 2>/dev/null";
     FILE* p = popen(cmd.c_str(), "r");
-    if (!p) return false;
+    if (!p)
+        return false;
     char buf[64];
     std::string text;
-    while (std::fgets(buf, sizeof buf, p)) text += buf;
+    while (std::fgets(buf, sizeof buf, p))
+        text += buf;
     const int status = pclose(p);
-    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
-    if (out) *out = text;
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
+        text.pop_back();
+    if (out)
+        *out = text;
     return status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 void restore() {
     std::lock_guard lock(s_mutex);
-    if (!s_saved) return;
+    if (!s_saved)
+        return;
     runGsettings("set", s_previous.c_str(), nullptr);
     s_saved = false;
 }
@@ -58,7 +64,8 @@ extern "C" int SetDisplayAutoRotationPreferences(int orientation) {
     std::lock_guard lock(s_mutex);
     if (!s_saved) {
         std::string previous;
-        if (!runGsettings("get", nullptr, &previous)) return 0;
+        if (!runGsettings("get", nullptr, &previous))
+            return 0;
         s_previous = previous;
         s_saved = true;
         static bool registered = false;
@@ -72,7 +79,8 @@ extern "C" int SetDisplayAutoRotationPreferences(int orientation) {
 
 // The version test's question on Linux: does this desktop offer a rotation lock?
 extern "C" int VekrRotationLockAvailable() {
-    if (!std::getenv("WAYLAND_DISPLAY") && !std::getenv("DISPLAY")) return 0;
+    if (!std::getenv("WAYLAND_DISPLAY") && !std::getenv("DISPLAY"))
+        return 0;
     std::string value;
     return runGsettings("get", nullptr, &value) && (value == "true" || value == "false") ? 1 : 0;
 }

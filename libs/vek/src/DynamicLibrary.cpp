@@ -16,7 +16,8 @@ std::string platformFileName(const std::string& name) {
     std::string lower = name;
     std::transform(lower.begin(), lower.end(), lower.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (lower.size() <= 4 || lower.compare(lower.size() - 4, 4, ".dll") != 0) return name;
+    if (lower.size() <= 4 || lower.compare(lower.size() - 4, 4, ".dll") != 0)
+        return name;
     const std::string so = "libvekr-" + lower.substr(0, lower.size() - 4) + ".so";
     std::error_code ec;
     const auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);

@@ -41,7 +41,7 @@ struct ProximityReading {
 // stops moving, a proximity sensor that chatters between seeing and not seeing.
 struct ScenarioFaults {
     std::optional<double> disappearAt;
-    int failEvery = 0;  // every n-th update fails
+    int failEvery = 0;             // every n-th update fails
     std::optional<int> stuckAxis;  // 0, 1, 2: keeps its first value
     std::optional<double> chatterSeconds;
 };
@@ -50,7 +50,7 @@ struct ScenarioSensor {
     SensorKind kind = SensorKind::Accelerometer;
     std::string locator;
     std::string name;
-    std::vector<std::int32_t> states;  // one per GetState call, the last repeats
+    std::vector<std::int32_t> states;     // one per GetState call, the last repeats
     std::vector<ScenarioUpdate> updates;  // one per update() call, the last repeats
     std::vector<MotionSegment> motion;
     std::optional<HeadingScript> heading;

@@ -18,7 +18,8 @@ void BoundedReader::loop(std::shared_ptr<Shared> s) {
     std::unique_lock lock(s->mutex);
     for (;;) {
         s->cv.wait(lock, [&] { return s->quit || (s->busy && s->job); });
-        if (s->quit) return;
+        if (s->quit)
+            return;
         auto job = std::move(s->job);
         s->job = nullptr;
         lock.unlock();

@@ -21,8 +21,10 @@ std::string_view trim(std::string_view s) {
 
 std::optional<double> parseNumber(std::string_view text) {
     text = trim(text);
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    if (text.empty()) return std::nullopt;
+    if (!text.empty() && text.front() == '+')
+        text.remove_prefix(1);
+    if (text.empty())
+        return std::nullopt;
     double v = 0.0;
     const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), v);
     if (ec != std::errc() || end != text.data() + text.size() || !std::isfinite(v)) {
@@ -42,16 +44,20 @@ std::optional<Matrix3> parseMountMatrix(std::string_view text) {
         const std::string_view part =
             text.substr(pos, next == std::string_view::npos ? std::string_view::npos : next - pos);
         const auto v = parseNumber(part);
-        if (!v || n >= 9) return std::nullopt;
+        if (!v || n >= 9)
+            return std::nullopt;
         m[n++] = *v;
-        if (next == std::string_view::npos) break;
+        if (next == std::string_view::npos)
+            break;
         if (text[next] == ';') {
-            if (n != (row + 1) * 3) return std::nullopt;  // three entries per row
+            if (n != (row + 1) * 3)
+                return std::nullopt;  // three entries per row
             ++row;
         }
         pos = next + 1;
     }
-    if (n != 9 || row != 2) return std::nullopt;
+    if (n != 9 || row != 2)
+        return std::nullopt;
     return m;
 }
 

@@ -24,7 +24,9 @@ namespace {
 
 std::atomic<long> s_readTimeoutMs{1000};
 
-std::chrono::milliseconds readTimeout() { return std::chrono::milliseconds(s_readTimeoutMs.load()); }
+std::chrono::milliseconds readTimeout() {
+    return std::chrono::milliseconds(s_readTimeoutMs.load());
+}
 
 // One sysfs attribute kept open and re-read with pread: sysfs regenerates the text on every
 // read from offset 0, so the descriptor never needs reopening while the device lives.
@@ -36,7 +38,8 @@ public:
         error_ = fd_ < 0 ? errno : 0;
     }
     ~Attribute() {
-        if (fd_ >= 0) ::close(fd_);
+        if (fd_ >= 0)
+            ::close(fd_);
     }
     Attribute(Attribute&& o) noexcept : fd_(o.fd_), error_(o.error_) { o.fd_ = -1; }
     Attribute& operator=(Attribute&&) = delete;
@@ -44,7 +47,8 @@ public:
     bool isOpen() const { return fd_ >= 0; }
     // The number the attribute holds; on failure error() tells why (EINVAL for garbage).
     std::optional<double> read() {
-        if (fd_ < 0) return std::nullopt;
+        if (fd_ < 0)
+            return std::nullopt;
         char buf[64];
         const ssize_t n = ::pread(fd_, buf, sizeof buf - 1, 0);
         if (n < 0) {
@@ -64,7 +68,8 @@ private:
 
 std::optional<std::string> readText(const fs::path& p) {
     std::ifstream in(p);
-    if (!in) return std::nullopt;
+    if (!in)
+        return std::nullopt;
     std::string s;
     std::getline(in, s);
     return s;
@@ -81,7 +86,8 @@ std::optional<std::string> findValue(const fs::path& dir, const iio::ChannelRow&
     std::error_code ec;
     for (auto pattern : row.values) {
         const std::string name = iio::expand(pattern, axis);
-        if (fs::exists(dir / name, ec)) return name;
+        if (fs::exists(dir / name, ec))
+            return name;
     }
     return std::nullopt;
 }
@@ -168,7 +174,8 @@ std::shared_ptr<Channels> bind(const fs::path& dir, const iio::ChannelRow& row) 
     const std::string typeOffset = "in_" + std::string(row.type) + "_offset";
     for (int i = 0; i < (threeAxes ? 3 : 1); ++i) {
         const auto name = findValue(dir, row, threeAxes ? axisNames[i] : "");
-        if (!name) return nullptr;
+        if (!name)
+            return nullptr;
         Channels::Axis axis{Attribute(dir / *name), iio::isRaw(*name), 1.0, 0.0};
         if (axis.raw) {
             const std::string stem(iio::stemOf(*name));
@@ -180,15 +187,16 @@ std::shared_ptr<Channels> bind(const fs::path& dir, const iio::ChannelRow& row) 
         }
         ch->axes.push_back(std::move(axis));
     }
-    for (const std::string& mount : {"in_" + std::string(row.type) + "_mount_matrix",
-                                    std::string("mount_matrix")}) {
+    for (const std::string& mount :
+         {"in_" + std::string(row.type) + "_mount_matrix", std::string("mount_matrix")}) {
         if (auto text = readText(dir / mount)) {
-            if (auto m = iio::parseMountMatrix(*text)) ch->mount = *m;
+            if (auto m = iio::parseMountMatrix(*text))
+                ch->mount = *m;
             break;
         }
     }
     for (const std::string& freq : {"in_" + std::string(row.type) + "_sampling_frequency",
-                                   std::string("sampling_frequency")}) {
+                                    std::string("sampling_frequency")}) {
         if (auto f = readNumberOnce(dir / freq); f && *f > 0) {
             ch->frequency = std::clamp(*f, 1.0, 100.0);
             break;
@@ -223,12 +231,12 @@ SensorState stateFromErrno(int err) {
 // device's sampling frequency and reports each sample to the sink.
 class IioSensorObject final : public SensorObject {
 public:
-    explicit IioSensorObject(std::shared_ptr<Channels> channels)
-        : channels_(std::move(channels)) {}
+    explicit IioSensorObject(std::shared_ptr<Channels> channels) : channels_(std::move(channels)) {}
     ~IioSensorObject() override { stopEvents(); }
 
     HRESULT GetState(::SensorState* state) override {
-        if (!state) return E_POINTER;
+        if (!state)
+            return E_POINTER;
         std::error_code ec;
         if (!fs::exists(channels_->dir, ec)) {
             *state = SENSOR_STATE_NOT_AVAILABLE;
@@ -253,9 +261,11 @@ public:
                 return good;
             },
             readTimeout());
-        if (!ok) return std::nullopt;
+        if (!ok)
+            return std::nullopt;
         lastError_.store(*error);
-        if (*ok) out = *result;
+        if (*ok)
+            out = *result;
         return *ok;
     }
 
@@ -271,7 +281,8 @@ protected:
 private:
     void startEvents() {
         std::lock_guard guard(eventMutex_);
-        if (events_.joinable()) return;
+        if (events_.joinable())
+            return;
         stopping_ = false;
         events_ = std::thread([this] {
             const auto period = std::chrono::duration<double>(1.0 / channels_->frequency);
@@ -279,7 +290,8 @@ private:
             while (!stopping_) {
                 lock.unlock();
                 Sample s;
-                if (sample(s).value_or(false)) notifyData();
+                if (sample(s).value_or(false))
+                    notifyData();
                 lock.lock();
                 wake_.wait_for(lock, period, [this] { return stopping_; });
             }
@@ -293,7 +305,8 @@ private:
             t = std::move(events_);
         }
         wake_.notify_all();
-        if (t.joinable()) t.join();
+        if (t.joinable())
+            t.join();
     }
 
     std::shared_ptr<Channels> channels_;
@@ -322,8 +335,8 @@ private:
 // its near level, or above zero without one) and reports a nominal 100 mm while near.
 class IioProximityStream final : public ProximityStream {
 public:
-    explicit IioProximityStream(std::shared_ptr<Channels> ch) : sensor_(new IioSensorObject(ch)),
-                                                                channels_(std::move(ch)) {}
+    explicit IioProximityStream(std::shared_ptr<Channels> ch)
+        : sensor_(new IioSensorObject(ch)), channels_(std::move(ch)) {}
     ~IioProximityStream() override {
         stop();
         sensor_->Release();
@@ -351,8 +364,8 @@ public:
                         const bool seen = s.x > 0.0 && s.x <= kReachMm;
                         onReading(seen, seen ? static_cast<std::uint32_t>(std::lround(s.x)) : 0);
                     } else {
-                        const bool seen = channels_->nearLevel > 0 ? s.x >= channels_->nearLevel
-                                                                   : s.x > 0.0;
+                        const bool seen =
+                            channels_->nearLevel > 0 ? s.x >= channels_->nearLevel : s.x > 0.0;
                         onReading(seen, seen ? kNominalNearMm : 0);
                     }
                 }
@@ -368,7 +381,8 @@ public:
             stopping_ = true;
         }
         wake_.notify_all();
-        if (thread_.joinable()) thread_.join();
+        if (thread_.joinable())
+            thread_.join();
     }
 
 private:
@@ -400,7 +414,8 @@ std::vector<IioBackend::Found> IioBackend::scan() const {
     std::vector<fs::path> dirs;
     for (fs::directory_iterator it(bus, ec), end; !ec && it != end; it.increment(ec)) {
         const std::string name = it->path().filename().string();
-        if (name.rfind("iio:device", 0) == 0) dirs.push_back(it->path());
+        if (name.rfind("iio:device", 0) == 0)
+            dirs.push_back(it->path());
     }
     // iio:device2 before iio:device10: number order, as the kernel numbered them.
     std::sort(dirs.begin(), dirs.end(), [](const fs::path& a, const fs::path& b) {
@@ -428,7 +443,8 @@ std::vector<IioBackend::Found> IioBackend::scan() const {
 
 std::vector<SensorInfo> IioBackend::sensors() {
     std::vector<SensorInfo> out;
-    for (const auto& f : scan()) out.push_back({f.kind, f.locator, f.name});
+    for (const auto& f : scan())
+        out.push_back({f.kind, f.locator, f.name});
     return out;
 }
 
@@ -440,9 +456,11 @@ bool IioBackend::open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>
         return true;
     }
     for (const auto& f : scan()) {
-        if (f.kind != kind) continue;
+        if (f.kind != kind)
+            continue;
         for (const auto& row : iio::channelTable()) {
-            if (row.kind != kind || !rowMatches(f.dir, row)) continue;
+            if (row.kind != kind || !rowMatches(f.dir, row))
+                continue;
             if (auto ch = bind(f.dir, row)) {
                 devices.push_back(std::make_unique<IioDevice>(std::move(ch)));
                 infos.push_back({f.kind, f.locator, f.name});
@@ -455,10 +473,12 @@ bool IioBackend::open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>
 
 std::unique_ptr<ProximityStream> IioBackend::openProximity(const std::string& locator) {
     for (const auto& f : scan()) {
-        if (f.kind != SensorKind::Proximity || f.locator != locator) continue;
+        if (f.kind != SensorKind::Proximity || f.locator != locator)
+            continue;
         for (const auto& row : iio::channelTable()) {
             if (row.kind == SensorKind::Proximity && rowMatches(f.dir, row)) {
-                if (auto ch = bind(f.dir, row)) return std::make_unique<IioProximityStream>(ch);
+                if (auto ch = bind(f.dir, row))
+                    return std::make_unique<IioProximityStream>(ch);
             }
         }
     }

@@ -21,28 +21,34 @@ public:
     }
 
     const json& object(const json& v, const std::string& where) const {
-        if (!v.is_object()) fail(where, "an object");
+        if (!v.is_object())
+            fail(where, "an object");
         return v;
     }
     const json& array(const json& v, const std::string& where) const {
-        if (!v.is_array()) fail(where, "an array");
+        if (!v.is_array())
+            fail(where, "an array");
         return v;
     }
     double number(const json& v, const std::string& where) const {
-        if (!v.is_number() || !std::isfinite(v.get<double>())) fail(where, "a finite number");
+        if (!v.is_number() || !std::isfinite(v.get<double>()))
+            fail(where, "a finite number");
         return v.get<double>();
     }
     double seconds(const json& v, const std::string& where) const {
         const double s = number(v, where);
-        if (s < 0) fail(where, "seconds, 0 or more");
+        if (s < 0)
+            fail(where, "seconds, 0 or more");
         return s;
     }
     bool boolean(const json& v, const std::string& where) const {
-        if (!v.is_boolean()) fail(where, "true or false");
+        if (!v.is_boolean())
+            fail(where, "true or false");
         return v.get<bool>();
     }
     std::string text(const json& v, const std::string& where) const {
-        if (!v.is_string()) fail(where, "a string");
+        if (!v.is_string())
+            fail(where, "a string");
         return v.get<std::string>();
     }
     // Only these keys may appear: a misspelt key would otherwise be silently ignored.
@@ -50,10 +56,12 @@ public:
               std::initializer_list<std::string_view> allowed) const {
         for (const auto& [k, v] : obj.items()) {
             bool ok = false;
-            for (auto a : allowed) ok = ok || a == k;
+            for (auto a : allowed)
+                ok = ok || a == k;
             if (!ok) {
                 std::string list;
-                for (auto a : allowed) list += (list.empty() ? "" : ", ") + std::string(a);
+                for (auto a : allowed)
+                    list += (list.empty() ? "" : ", ") + std::string(a);
                 fail(where + "/" + k, "one of the keys " + list);
             }
         }
@@ -65,32 +73,39 @@ public:
             {"INITIALIZING", 3}, {"ACCESS_DENIED", 4}, {"ERROR", 5}};
         if (v.is_number_integer()) {
             const auto i = v.get<long long>();
-            if (i < INT32_MIN || i > INT32_MAX) fail(where, "a 32-bit state value");
+            if (i < INT32_MIN || i > INT32_MAX)
+                fail(where, "a 32-bit state value");
             return static_cast<std::int32_t>(i);
         }
         if (v.is_string()) {
             for (const auto& [n, s] : names) {
-                if (n == v.get<std::string>()) return s;
+                if (n == v.get<std::string>())
+                    return s;
             }
         }
-        fail(where, "a state name (READY, NOT_AVAILABLE, NO_DATA, INITIALIZING, "
-                    "ACCESS_DENIED, ERROR) or an integer");
+        fail(where,
+             "a state name (READY, NOT_AVAILABLE, NO_DATA, INITIALIZING, "
+             "ACCESS_DENIED, ERROR) or an integer");
     }
 
     ScenarioUpdate update(const json& v, const std::string& where, SensorKind kind) const {
         object(v, where);
         keys(v, where, {"fail", "x", "y", "z", "lux", "heading", "valid", "kind"});
         ScenarioUpdate u;
-        if (v.contains("fail")) u.fail = boolean(v["fail"], where + "/fail");
-        for (auto [key, field] : {std::pair{"x", &u.x}, std::pair{"y", &u.y},
-                                  std::pair{"z", &u.z}, std::pair{"lux", &u.lux},
-                                  std::pair{"heading", &u.heading}}) {
-            if (v.contains(key)) *field = number(v[key], where + "/" + key);
+        if (v.contains("fail"))
+            u.fail = boolean(v["fail"], where + "/fail");
+        for (auto [key, field] : {std::pair{"x", &u.x}, std::pair{"y", &u.y}, std::pair{"z", &u.z},
+                                  std::pair{"lux", &u.lux}, std::pair{"heading", &u.heading}}) {
+            if (v.contains(key))
+                *field = number(v[key], where + "/" + key);
         }
-        if (v.contains("valid")) u.valid = boolean(v["valid"], where + "/valid");
+        if (v.contains("valid"))
+            u.valid = boolean(v["valid"], where + "/valid");
         if (v.contains("kind")) {
-            if (kind != SensorKind::Gyrometer) fail(where + "/kind", "no kind (gyrometers only)");
-            if (!v["kind"].is_number_integer()) fail(where + "/kind", "1 or 2");
+            if (kind != SensorKind::Gyrometer)
+                fail(where + "/kind", "no kind (gyrometers only)");
+            if (!v["kind"].is_number_integer())
+                fail(where + "/kind", "1 or 2");
             u.kind = v["kind"].get<int>();
         }
         if (!u.fail && !u.x && !u.y && !u.z && !u.lux && !u.heading) {
@@ -105,16 +120,19 @@ public:
              {"kind", "locator", "name", "states", "updates", "motion", "heading", "readings",
               "error", "faults"});
         ScenarioSensor s;
-        if (!v.contains("kind")) fail(where + "/kind", "the sensor's kind");
+        if (!v.contains("kind"))
+            fail(where + "/kind", "the sensor's kind");
         const auto kind = kindFromName(text(v["kind"], where + "/kind"));
         if (!kind) {
             fail(where + "/kind",
                  "one of accelerometer, light, gyrometer, magnetometer, proximity");
         }
         s.kind = *kind;
-        if (!v.contains("locator")) fail(where + "/locator", "the sensor's locator");
+        if (!v.contains("locator"))
+            fail(where + "/locator", "the sensor's locator");
         s.locator = text(v["locator"], where + "/locator");
-        if (s.locator.empty()) fail(where + "/locator", "a non-empty locator");
+        if (s.locator.empty())
+            fail(where + "/locator", "a non-empty locator");
         s.name = v.contains("name") ? text(v["name"], where + "/name")
                                     : "Simulated " + std::string(kindName(s.kind));
         if (v.contains("states")) {
@@ -130,14 +148,16 @@ public:
             }
         }
         if (v.contains("motion")) {
-            if (s.kind != SensorKind::Gyrometer) fail(where + "/motion", "no motion (gyrometers)");
+            if (s.kind != SensorKind::Gyrometer)
+                fail(where + "/motion", "no motion (gyrometers)");
             const auto& a = array(v["motion"], where + "/motion");
             for (std::size_t i = 0; i < a.size(); ++i) {
                 const std::string w = where + "/motion/" + std::to_string(i);
                 object(a[i], w);
                 keys(a[i], w, {"seconds", "rate"});
                 MotionSegment m;
-                if (!a[i].contains("seconds")) fail(w + "/seconds", "the segment's length");
+                if (!a[i].contains("seconds"))
+                    fail(w + "/seconds", "the segment's length");
                 m.seconds = seconds(a[i]["seconds"], w + "/seconds");
                 if (!a[i].contains("rate") || !a[i]["rate"].is_array() ||
                     a[i]["rate"].size() != 3) {
@@ -157,7 +177,8 @@ public:
             object(v["heading"], w);
             keys(v["heading"], w, {"start", "follow", "degreesPerSecond"});
             HeadingScript h;
-            if (v["heading"].contains("start")) h.start = number(v["heading"]["start"], w + "/start");
+            if (v["heading"].contains("start"))
+                h.start = number(v["heading"]["start"], w + "/start");
             if (v["heading"].contains("follow")) {
                 if (text(v["heading"]["follow"], w + "/follow") != "target") {
                     fail(w + "/follow", "\"target\"");
@@ -165,26 +186,31 @@ public:
                 h.followTarget = true;
             }
             if (v["heading"].contains("degreesPerSecond")) {
-                h.degreesPerSecond = number(v["heading"]["degreesPerSecond"],
-                                            w + "/degreesPerSecond");
-                if (h.degreesPerSecond <= 0) fail(w + "/degreesPerSecond", "a positive number");
+                h.degreesPerSecond =
+                    number(v["heading"]["degreesPerSecond"], w + "/degreesPerSecond");
+                if (h.degreesPerSecond <= 0)
+                    fail(w + "/degreesPerSecond", "a positive number");
             }
             s.heading = h;
         }
         if (v.contains("readings")) {
-            if (s.kind != SensorKind::Proximity) fail(where + "/readings", "no readings (proximity)");
+            if (s.kind != SensorKind::Proximity)
+                fail(where + "/readings", "no readings (proximity)");
             const auto& a = array(v["readings"], where + "/readings");
             for (std::size_t i = 0; i < a.size(); ++i) {
                 const std::string w = where + "/readings/" + std::to_string(i);
                 object(a[i], w);
                 keys(a[i], w, {"at", "detected", "mm"});
                 ProximityReading r;
-                if (!a[i].contains("at")) fail(w + "/at", "the reading's time in seconds");
+                if (!a[i].contains("at"))
+                    fail(w + "/at", "the reading's time in seconds");
                 r.at = seconds(a[i]["at"], w + "/at");
-                if (a[i].contains("detected")) r.detected = boolean(a[i]["detected"], w + "/detected");
+                if (a[i].contains("detected"))
+                    r.detected = boolean(a[i]["detected"], w + "/detected");
                 if (a[i].contains("mm")) {
                     const double mm = number(a[i]["mm"], w + "/mm");
-                    if (mm < 0 || mm > 4294967295.0) fail(w + "/mm", "millimetres, 0 or more");
+                    if (mm < 0 || mm > 4294967295.0)
+                        fail(w + "/mm", "millimetres, 0 or more");
                     r.mm = static_cast<std::uint32_t>(mm);
                 }
                 if (!s.readings.empty() && r.at < s.readings.back().at) {
@@ -197,7 +223,8 @@ public:
             const std::string w = where + "/error";
             object(v["error"], w);
             keys(v["error"], w, {"at"});
-            if (!v["error"].contains("at")) fail(w + "/at", "the error's time in seconds");
+            if (!v["error"].contains("at"))
+                fail(w + "/at", "the error's time in seconds");
             s.errorAt = seconds(v["error"]["at"], w + "/at");
         }
         if (v.contains("faults")) {
@@ -215,12 +242,14 @@ public:
             }
             if (f.contains("stuckAxis")) {
                 const std::string axis = text(f["stuckAxis"], w + "/stuckAxis");
-                if (axis != "x" && axis != "y" && axis != "z") fail(w + "/stuckAxis", "x, y or z");
+                if (axis != "x" && axis != "y" && axis != "z")
+                    fail(w + "/stuckAxis", "x, y or z");
                 s.faults.stuckAxis = axis[0] - 'x';
             }
             if (f.contains("chatterSeconds")) {
                 s.faults.chatterSeconds = seconds(f["chatterSeconds"], w + "/chatterSeconds");
-                if (*s.faults.chatterSeconds <= 0) fail(w + "/chatterSeconds", "a positive time");
+                if (*s.faults.chatterSeconds <= 0)
+                    fail(w + "/chatterSeconds", "a positive time");
             }
         }
         return s;
@@ -244,7 +273,8 @@ public:
                 }
             }
         }
-        if (!doc.contains("sensors")) fail("/sensors", "a list of sensors");
+        if (!doc.contains("sensors"))
+            fail("/sensors", "a list of sensors");
         const auto& sensors = array(doc["sensors"], "/sensors");
         for (std::size_t i = 0; i < sensors.size(); ++i) {
             sc.sensors.push_back(sensor(sensors[i], "/sensors/" + std::to_string(i)));
@@ -256,17 +286,22 @@ public:
                 object(a[i], w);
                 keys(a[i], w, {"at", "dialog", "press"});
                 OperatorAction act;
-                if (!a[i].contains("at")) fail(w + "/at", "the press's time in seconds");
+                if (!a[i].contains("at"))
+                    fail(w + "/at", "the press's time in seconds");
                 act.at = seconds(a[i]["at"], w + "/at");
-                if (!a[i].contains("dialog")) fail(w + "/dialog", "the dialog's name");
+                if (!a[i].contains("dialog"))
+                    fail(w + "/dialog", "the dialog's name");
                 act.dialog = text(a[i]["dialog"], w + "/dialog");
-                if (!a[i].contains("press")) fail(w + "/press", "the control to press");
+                if (!a[i].contains("press"))
+                    fail(w + "/press", "the control to press");
                 act.press = text(a[i]["press"], w + "/press");
-                static const char* controls[] = {"Fail", "Cancel", "Close",
+                static const char* controls[] = {"Fail",   "Cancel",  "Close",
                                                  "Escape", "Restart", "Exit"};
                 bool ok = false;
-                for (const char* c : controls) ok = ok || act.press == c;
-                if (!ok) fail(w + "/press", "Fail, Cancel, Close, Escape, Restart or Exit");
+                for (const char* c : controls)
+                    ok = ok || act.press == c;
+                if (!ok)
+                    fail(w + "/press", "Fail, Cancel, Close, Escape, Restart or Exit");
                 sc.operatorActions.push_back(act);
             }
         }
@@ -278,14 +313,16 @@ public:
                 object(a[i], w);
                 keys(a[i], w, {"capability", "locator", "name"});
                 ScenarioDevice d;
-                if (!a[i].contains("capability")) fail(w + "/capability", "a device capability");
+                if (!a[i].contains("capability"))
+                    fail(w + "/capability", "a device capability");
                 d.capability = text(a[i]["capability"], w + "/capability");
                 if (!kindFromCapability(d.capability)) {
                     fail(w + "/capability",
                          "Accelerometer, AmbientLightSensor, Gyrometer, Magnetometer or "
                          "ProximitySensor");
                 }
-                if (!a[i].contains("locator")) fail(w + "/locator", "the device's locator");
+                if (!a[i].contains("locator"))
+                    fail(w + "/locator", "the device's locator");
                 d.locator = text(a[i]["locator"], w + "/locator");
                 d.name = a[i].contains("name") ? text(a[i]["name"], w + "/name") : d.locator;
                 devices.push_back(d);
@@ -297,14 +334,16 @@ public:
             for (std::size_t i = 0; i < a.size(); ++i) {
                 const std::string w = "/failEnumeration/" + std::to_string(i);
                 const auto kind = kindFromName(text(a[i], w));
-                if (!kind) fail(w, "one of accelerometer, light, gyrometer, magnetometer, proximity");
+                if (!kind)
+                    fail(w, "one of accelerometer, light, gyrometer, magnetometer, proximity");
                 sc.failEnumeration.push_back(*kind);
             }
         }
         if (doc.contains("stop")) {
             const auto& s = object(doc["stop"], "/stop");
             keys(s, "/stop", {"at"});
-            if (!s.contains("at")) fail("/stop/at", "the stop request's time in seconds");
+            if (!s.contains("at"))
+                fail("/stop/at", "the stop request's time in seconds");
             sc.stopAt = seconds(s["at"], "/stop/at");
         }
         return sc;
@@ -342,7 +381,8 @@ Scenario parseScenario(std::string_view text, const std::string& fileName) {
 
 Scenario loadScenario(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    if (!in) throw ScenarioError("scenario " + path + ": cannot be read");
+    if (!in)
+        throw ScenarioError("scenario " + path + ": cannot be read");
     std::ostringstream text;
     text << in.rdbuf();
     return parseScenario(text.str(), path);

@@ -27,7 +27,8 @@ public:
     SimSensorObject(std::shared_ptr<SimBackend> backend, std::size_t index)
         : backend_(std::move(backend)), index_(index) {}
     HRESULT GetState(::SensorState* state) override {
-        if (!state) return E_POINTER;
+        if (!state)
+            return E_POINTER;
         *state = static_cast<::SensorState>(backend_->nextState(index_));
         return S_OK;
     }
@@ -46,7 +47,8 @@ public:
     ~SimDevice() override { sensor_->Release(); }
     ISensor* sensor() override { return sensor_; }
     bool read(Sample& out) override {
-        if (!backend_->nextSample(index_, out)) return false;
+        if (!backend_->nextSample(index_, out))
+            return false;
         sensor_->notifyData();
         return true;
     }
@@ -80,7 +82,8 @@ public:
             stopping_ = true;
         }
         wake_.notify_all();
-        if (thread_.joinable()) thread_.join();
+        if (thread_.joinable())
+            thread_.join();
     }
 
 private:
@@ -105,16 +108,17 @@ private:
             for (int i = 1; i <= 200; ++i) {
                 at += *sensor_.faults.chatterSeconds;
                 const bool seen = i % 2 == 0;
-                script.emplace_back(at, [&onReading, seen, last] {
-                    onReading(seen, seen ? last.mm : 0);
-                });
+                script.emplace_back(
+                    at, [&onReading, seen, last] { onReading(seen, seen ? last.mm : 0); });
             }
         }
-        if (sensor_.errorAt) script.emplace_back(*sensor_.errorAt, [&onError] { onError(); });
+        if (sensor_.errorAt)
+            script.emplace_back(*sensor_.errorAt, [&onError] { onError(); });
         std::stable_sort(script.begin(), script.end(),
                          [](const auto& a, const auto& b) { return a.first < b.first; });
         for (const auto& [at, deliver] : script) {
-            if (!waitUntil(start, at)) return;
+            if (!waitUntil(start, at))
+                return;
             deliver();
         }
     }
@@ -136,7 +140,8 @@ double wrap360(double d) {
 SimBackend::SimBackend(Scenario scenario) : scenario_(std::move(scenario)) {
     for (const auto& s : scenario_.sensors) {
         auto st = std::make_unique<SensorState>();
-        if (s.heading) st->heading = wrap360(s.heading->start);
+        if (s.heading)
+            st->heading = wrap360(s.heading->start);
         states_.push_back(std::move(st));
     }
     originNs_ = vek::Clock::current().now().count();
@@ -145,7 +150,9 @@ SimBackend::SimBackend(Scenario scenario) : scenario_(std::move(scenario)) {
         platform::setRotationProvider([rotation]() -> std::optional<DWORD> { return rotation; });
 }
 
-SimBackend::~SimBackend() { platform::clearRotationProvider(rotationToken_); }
+SimBackend::~SimBackend() {
+    platform::clearRotationProvider(rotationToken_);
+}
 
 double SimBackend::now() const {
     std::lock_guard lock(mutex_);
@@ -164,7 +171,9 @@ void SimBackend::testStarting() {
     headingTarget_.reset();
 }
 
-bool SimBackend::stopDue() const { return scenario_.stopAt && now() >= *scenario_.stopAt; }
+bool SimBackend::stopDue() const {
+    return scenario_.stopAt && now() >= *scenario_.stopAt;
+}
 
 void SimBackend::setHeadingTarget(double degrees) {
     std::lock_guard lock(mutex_);
@@ -173,14 +182,17 @@ void SimBackend::setHeadingTarget(double degrees) {
 
 std::vector<SensorInfo> SimBackend::sensors() {
     std::vector<SensorInfo> out;
-    for (const auto& s : scenario_.sensors) out.push_back({s.kind, s.locator, s.name});
+    for (const auto& s : scenario_.sensors)
+        out.push_back({s.kind, s.locator, s.name});
     return out;
 }
 
 std::vector<DeviceEntry> SimBackend::devices() {
-    if (!scenario_.devices) return SensorBackend::devices();
+    if (!scenario_.devices)
+        return SensorBackend::devices();
     std::vector<DeviceEntry> out;
-    for (const auto& d : *scenario_.devices) out.push_back({d.capability, d.locator, d.name});
+    for (const auto& d : *scenario_.devices)
+        out.push_back({d.capability, d.locator, d.name});
     return out;
 }
 
@@ -193,8 +205,10 @@ bool SimBackend::open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>
     const double t = now();
     for (std::size_t i = 0; i < scenario_.sensors.size(); ++i) {
         const auto& s = scenario_.sensors[i];
-        if (s.kind != kind) continue;
-        if (s.faults.disappearAt && t >= *s.faults.disappearAt) continue;  // gone from the bus
+        if (s.kind != kind)
+            continue;
+        if (s.faults.disappearAt && t >= *s.faults.disappearAt)
+            continue;  // gone from the bus
         devices.push_back(std::make_unique<SimDevice>(shared_from_this(), i));
         infos.push_back({s.kind, s.locator, s.name});
     }
@@ -212,10 +226,12 @@ std::unique_ptr<ProximityStream> SimBackend::openProximity(const std::string& lo
 
 std::int32_t SimBackend::nextState(std::size_t index) {
     const auto& s = scenario_.sensors[index];
-    if (s.faults.disappearAt && now() >= *s.faults.disappearAt) return SENSOR_STATE_NOT_AVAILABLE;
+    if (s.faults.disappearAt && now() >= *s.faults.disappearAt)
+        return SENSOR_STATE_NOT_AVAILABLE;
     std::lock_guard lock(mutex_);
     auto& st = *states_[index];
-    if (s.states.empty()) return SENSOR_STATE_READY;
+    if (s.states.empty())
+        return SENSOR_STATE_READY;
     const std::size_t i = std::min(st.stateCalls++, s.states.size() - 1);
     return s.states[i];
 }
@@ -223,7 +239,8 @@ std::int32_t SimBackend::nextState(std::size_t index) {
 bool SimBackend::nextSample(std::size_t index, Sample& out) {
     const auto& s = scenario_.sensors[index];
     const double t = now();
-    if (s.faults.disappearAt && t >= *s.faults.disappearAt) return false;
+    if (s.faults.disappearAt && t >= *s.faults.disappearAt)
+        return false;
     std::lock_guard lock(mutex_);
     auto& st = *states_[index];
     const std::size_t call = st.updateCalls++;
@@ -253,7 +270,8 @@ bool SimBackend::nextSample(std::size_t index, Sample& out) {
         out.headingValid = true;
     } else if (!s.updates.empty()) {
         const auto& u = s.updates[std::min(call, s.updates.size() - 1)];
-        if (u.fail) return false;
+        if (u.fail)
+            return false;
         out.x = u.x.value_or(0.0);
         out.y = u.y.value_or(0.0);
         out.z = u.z.value_or(0.0);
@@ -263,14 +281,16 @@ bool SimBackend::nextSample(std::size_t index, Sample& out) {
         out.headingValid = u.heading.has_value() && u.valid.value_or(true);
     } else {
         // No script: a sensor at rest on a desk in an office.
-        if (s.kind == SensorKind::Accelerometer) out.z = 1.0;
+        if (s.kind == SensorKind::Accelerometer)
+            out.z = 1.0;
         out.lux = 300.0f;
         out.headingValid = true;
     }
     if (s.faults.stuckAxis) {
         double* axes[3] = {&out.x, &out.y, &out.z};
         double& v = *axes[*s.faults.stuckAxis];
-        if (!st.stuckValue) st.stuckValue = v;
+        if (!st.stuckValue)
+            st.stuckValue = v;
         v = *st.stuckValue;
     }
     return true;
