@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "../SensorObject.h"
+#include "../StoppableThread.h"
 #include "BoundedReader.h"
 #include "IioChannels.h"
 #include "libOrra/IioAttribute.h"
@@ -280,42 +281,23 @@ protected:
 
 private:
     void startEvents() {
-        std::lock_guard guard(eventMutex_);
-        if (events_.joinable())
+        if (events_.running())
             return;
-        stopping_ = false;
-        events_ = std::thread([this] {
+        events_.start([this](StoppableThread& self) {
             const auto period = std::chrono::duration<double>(1.0 / channels_->frequency);
-            std::unique_lock lock(eventMutex_);
-            while (!stopping_) {
-                lock.unlock();
+            do {
                 Sample s;
                 if (sample(s).value_or(false))
                     notifyData();
-                lock.lock();
-                wake_.wait_for(lock, period, [this] { return stopping_; });
-            }
+            } while (self.waitFor(period));
         });
     }
-    void stopEvents() {
-        std::thread t;
-        {
-            std::lock_guard lock(eventMutex_);
-            stopping_ = true;
-            t = std::move(events_);
-        }
-        wake_.notify_all();
-        if (t.joinable())
-            t.join();
-    }
+    void stopEvents() { events_.stop(); }
 
     std::shared_ptr<Channels> channels_;
     iio::BoundedReader reader_;
     std::atomic<int> lastError_{0};
-    std::mutex eventMutex_;
-    std::condition_variable wake_;
-    bool stopping_ = false;
-    std::thread events_;
+    StoppableThread events_;  // last member: stopped before the rest goes
 };
 
 class IioDevice final : public SensorDevice {
@@ -345,53 +327,38 @@ public:
     static constexpr std::uint32_t kNominalNearMm = 100;
 
     bool start(ReadingFn onReading, ErrorFn onError) override {
-        stop();
-        stopping_ = false;
-        thread_ = std::thread([this, onReading = std::move(onReading),
-                               onError = std::move(onError)] {
+        thread_.start([this, onReading = std::move(onReading),
+                       onError = std::move(onError)](StoppableThread& self) {
             const auto period = std::chrono::duration<double>(1.0 / channels_->frequency);
-            std::unique_lock lock(mutex_);
-            while (!stopping_) {
-                lock.unlock();
+            do {
                 Sample s;
                 const auto ok = sensor_->sample(s);
                 if (ok && !*ok) {
                     onError();
                     return;
                 }
-                if (ok) {
-                    if (channels_->role == iio::Role::Distance) {
-                        const bool seen = s.x > 0.0 && s.x <= kReachMm;
-                        onReading(seen, seen ? static_cast<std::uint32_t>(std::lround(s.x)) : 0);
-                    } else {
-                        const bool seen =
-                            channels_->nearLevel > 0 ? s.x >= channels_->nearLevel : s.x > 0.0;
-                        onReading(seen, seen ? kNominalNearMm : 0);
-                    }
-                }
-                lock.lock();
-                wake_.wait_for(lock, period, [this] { return stopping_; });
-            }
+                if (ok)
+                    deliver(s, onReading);
+            } while (self.waitFor(period));
         });
         return true;
     }
-    void stop() override {
-        {
-            std::lock_guard lock(mutex_);
-            stopping_ = true;
-        }
-        wake_.notify_all();
-        if (thread_.joinable())
-            thread_.join();
-    }
+    void stop() override { thread_.stop(); }
 
 private:
+    void deliver(const Sample& s, const ReadingFn& onReading) const {
+        if (channels_->role == iio::Role::Distance) {
+            const bool seen = s.x > 0.0 && s.x <= kReachMm;
+            onReading(seen, seen ? static_cast<std::uint32_t>(std::lround(s.x)) : 0);
+        } else {
+            const bool seen = channels_->nearLevel > 0 ? s.x >= channels_->nearLevel : s.x > 0.0;
+            onReading(seen, seen ? kNominalNearMm : 0);
+        }
+    }
+
     IioSensorObject* sensor_;
     std::shared_ptr<Channels> channels_;
-    std::thread thread_;
-    std::mutex mutex_;
-    std::condition_variable wake_;
-    bool stopping_ = false;
+    StoppableThread thread_;
 };
 
 }  // namespace

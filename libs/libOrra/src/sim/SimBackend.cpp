@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <condition_variable>
 #include <thread>
 
 #include "../SensorObject.h"
+#include "../StoppableThread.h"
 #include "platform/Display.h"
 #include "vek/Clock.h"
 
@@ -66,36 +66,14 @@ public:
     ~SimProximityStream() override { stop(); }
 
     bool start(ReadingFn onReading, ErrorFn onError) override {
-        stop();
-        {
-            std::lock_guard lock(mutex_);
-            stopping_ = false;
-        }
-        thread_ = std::thread([this, onReading = std::move(onReading),
-                               onError = std::move(onError)] { run(onReading, onError); });
+        thread_.start([this, onReading = std::move(onReading), onError = std::move(onError)](
+                          StoppableThread& self) { run(self, onReading, onError); });
         return true;
     }
-
-    void stop() override {
-        {
-            std::lock_guard lock(mutex_);
-            stopping_ = true;
-        }
-        wake_.notify_all();
-        if (thread_.joinable())
-            thread_.join();
-    }
+    void stop() override { thread_.stop(); }
 
 private:
-    // Waits until `at` seconds after the start; false when stopped first.
-    bool waitUntil(std::chrono::steady_clock::time_point start, double at) {
-        std::unique_lock lock(mutex_);
-        const auto due = start + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                                     std::chrono::duration<double>(at));
-        return !wake_.wait_until(lock, due, [this] { return stopping_; });
-    }
-
-    void run(const ReadingFn& onReading, const ErrorFn& onError) {
+    void run(StoppableThread& self, const ReadingFn& onReading, const ErrorFn& onError) {
         const auto start = std::chrono::steady_clock::now();
         std::vector<std::pair<double, std::function<void()>>> script;
         for (const auto& r : sensor_.readings) {
@@ -117,17 +95,17 @@ private:
         std::stable_sort(script.begin(), script.end(),
                          [](const auto& a, const auto& b) { return a.first < b.first; });
         for (const auto& [at, deliver] : script) {
-            if (!waitUntil(start, at))
+            const auto due =
+                start + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                            std::chrono::duration<double>(at));
+            if (!self.waitUntil(due))
                 return;
             deliver();
         }
     }
 
     ScenarioSensor sensor_;
-    std::thread thread_;
-    std::mutex mutex_;
-    std::condition_variable wake_;
-    bool stopping_ = false;
+    StoppableThread thread_;
 };
 
 double wrap360(double d) {
