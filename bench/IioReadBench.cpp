@@ -2,8 +2,10 @@
 // mount matrix, bounded-read hand-off) against three bare preads of the same attributes: the
 // price of the bounded read and the conversion.
 #include <benchmark/benchmark.h>
+
 #include <fcntl.h>
 #include <unistd.h>
+#include "FakeAccelTree.h"
 
 #include <filesystem>
 #include <fstream>
@@ -16,32 +18,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A fake HID accelerometer in a temporary sysfs tree, removed at exit.
-struct FakeTree {
-    FakeTree() {
-        root = fs::temp_directory_path() / ("vekr-bench-" + std::to_string(::getpid()));
-        const fs::path dev = root / "bus/iio/devices/iio:device0";
-        fs::create_directories(dev);
-        const std::pair<const char*, const char*> attrs[] = {{"name", "accel_3d"},
-                                                             {"in_accel_x_raw", "-906"},
-                                                             {"in_accel_y_raw", "15"},
-                                                             {"in_accel_z_raw", "-414"},
-                                                             {"in_accel_scale", "0.009806650"},
-                                                             {"in_accel_offset", "0"}};
-        for (const auto& [name, text] : attrs)
-            std::ofstream(dev / name) << text << "\n";
-    }
-    ~FakeTree() { fs::remove_all(root); }
-    fs::path root;
-};
-
-FakeTree& tree() {
-    static FakeTree t;
-    return t;
-}
-
 void BM_LibOrraAccelerometerUpdate(benchmark::State& state) {
-    libOrra::installBackend(std::make_shared<libOrra::IioBackend>(tree().root));
+    libOrra::installBackend(std::make_shared<libOrra::IioBackend>(FakeAccelTree::root()));
     vek::Array<std::unique_ptr<libOrra::Accelerometer>> accels;
     if (!libOrra::getAccelerometers(accels) || accels.size() != 1) {
         state.SkipWithError("no accelerometer in the fake tree");
@@ -57,7 +35,7 @@ void BM_LibOrraAccelerometerUpdate(benchmark::State& state) {
 BENCHMARK(BM_LibOrraAccelerometerUpdate);
 
 void BM_ThreeBarePreads(benchmark::State& state) {
-    const fs::path dev = tree().root / "bus/iio/devices/iio:device0";
+    const fs::path dev = FakeAccelTree::root() / "bus/iio/devices/iio:device0";
     int fds[3];
     const char* names[] = {"in_accel_x_raw", "in_accel_y_raw", "in_accel_z_raw"};
     for (int i = 0; i < 3; ++i)

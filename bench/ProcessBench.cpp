@@ -1,10 +1,12 @@
 // Start to verdict: the whole module process for an in-band accelerometer on a fake HID tree,
 // against a bare program that only opens and reads the same attributes.
 #include <benchmark/benchmark.h>
+
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include "FakeAccelTree.h"
 
 #include <filesystem>
 #include <fstream>
@@ -16,34 +18,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Tree {
-    Tree() {
-        root = fs::temp_directory_path() / ("vekr-procbench-" + std::to_string(::getpid()));
-        const fs::path dev = root / "bus/iio/devices/iio:device0";
-        fs::create_directories(dev);
-        const std::pair<const char*, const char*> attrs[] = {{"name", "accel_3d"},
-                                                             {"in_accel_x_raw", "-906"},
-                                                             {"in_accel_y_raw", "15"},
-                                                             {"in_accel_z_raw", "-414"},
-                                                             {"in_accel_scale", "0.009806650"}};
-        for (const auto& [name, text] : attrs)
-            std::ofstream(dev / name) << text << "\n";
-    }
-    ~Tree() { fs::remove_all(root); }
-    fs::path root;
-};
-
-Tree& tree() {
-    static Tree t;
-    return t;
-}
-
 int spawnAndWait(std::vector<std::string> args) {
     std::vector<char*> argv;
     for (auto& a : args)
         argv.push_back(a.data());
     argv.push_back(nullptr);
-    std::vector<std::string> envStore{"VEKR_SYSFS_ROOT=" + tree().root.string()};
+    std::vector<std::string> envStore{"VEKR_SYSFS_ROOT=" + FakeAccelTree::root().string()};
     std::vector<char*> envp{envStore[0].data(), nullptr};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
