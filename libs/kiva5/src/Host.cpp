@@ -13,6 +13,7 @@
 #include "kiva5/Localization.h"
 #include "kiva5/Report.h"
 #include "vek/Exception.h"
+#include "vek/Json.h"
 #include "vek/Logging.h"
 #include "vek/Resource.h"
 #include "vek/Stopwatch.h"
@@ -53,19 +54,16 @@ bool equalNoCase(const std::string& a, const std::string& b) {
 
 // Profile: {"parameters": {"Name": "text" | number | boolean, ...}}.
 std::vector<std::pair<std::string, std::string>> readProfile(const std::filesystem::path& file) {
-    std::ifstream in(file);
-    if (!in)
+    const auto content = vek::readTextFile(file);
+    if (!content)
         throw KivaException("cannot read profile " + file.string());
-    nlohmann::json doc;
-    try {
-        doc = nlohmann::json::parse(in);
-    } catch (const nlohmann::json::parse_error& e) {
-        throw KivaException("profile " + file.string() + ": not valid JSON (byte " +
-                            std::to_string(e.byte) + ")");
-    } catch (const nlohmann::json::exception&) {
-        throw KivaException("profile " + file.string() +
-                            ": not valid JSON (a number out of range)");
+    vek::JsonSyntaxError error;
+    auto parsed = vek::parseJson(*content, error);
+    if (!parsed) {
+        throw KivaException("profile " + file.string() + ": not valid JSON (" + error.describe() +
+                            ")");
     }
+    nlohmann::json& doc = *parsed;
     if (!doc.is_object() || !doc.contains("parameters") || !doc["parameters"].is_object()) {
         throw KivaException("profile " + file.string() +
                             ": expected an object with a \"parameters\" object");

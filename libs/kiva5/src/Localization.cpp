@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "kiva5/KivaException.h"
+#include "vek/Json.h"
 #include "vek/Resource.h"
 
 namespace kiva5 {
@@ -28,16 +29,14 @@ std::optional<std::map<std::string, std::string>> readTable(const std::string& m
                                              "strings" / (language + ".json"));
     if (!file)
         return std::nullopt;
-    std::ifstream in(*file);
-    nlohmann::json doc;
-    try {
-        doc = nlohmann::json::parse(in);
-    } catch (const nlohmann::json::parse_error& e) {
-        throw KivaException(file->string() + ": not valid JSON (byte " + std::to_string(e.byte) +
-                            ")");
-    } catch (const nlohmann::json::exception&) {
-        throw KivaException(file->string() + ": not valid JSON (a number out of range)");
-    }
+    const auto content = vek::readTextFile(*file);
+    if (!content)
+        throw KivaException(file->string() + ": cannot be read");
+    vek::JsonSyntaxError error;
+    const auto parsed = vek::parseJson(*content, error);
+    if (!parsed)
+        throw KivaException(file->string() + ": not valid JSON (" + error.describe() + ")");
+    const nlohmann::json& doc = *parsed;
     if (!doc.is_object())
         throw KivaException(file->string() + ": must be a JSON object");
     std::map<std::string, std::string> table;

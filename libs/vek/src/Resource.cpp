@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "vek/Exception.h"
+#include "vek/Json.h"
 
 namespace vek {
 namespace fs = std::filesystem;
@@ -79,18 +80,14 @@ std::optional<Settings> parseSettings(const std::string& module) {
     const auto file = Resource::resolve(relative);
     if (!file)
         return std::nullopt;
-    std::ifstream in(*file);
-    if (!in)
+    const auto text = readTextFile(*file);
+    if (!text)
         throw Exception(String(file->string() + ": cannot be read"));
-    nlohmann::json doc;
-    try {
-        doc = nlohmann::json::parse(in);
-    } catch (const nlohmann::json::parse_error& e) {
-        throw Exception(
-            String(file->string() + ": not valid JSON (byte " + std::to_string(e.byte) + ")"));
-    } catch (const nlohmann::json::exception&) {
-        throw Exception(String(file->string() + ": not valid JSON (a number out of range)"));
-    }
+    JsonSyntaxError error;
+    const auto parsed = parseJson(*text, error);
+    if (!parsed)
+        throw Exception(String(file->string() + ": not valid JSON (" + error.describe() + ")"));
+    const nlohmann::json& doc = *parsed;
     if (!doc.is_object())
         throw Exception(String(file->string() + ": must be a JSON object"));
     Settings settings;

@@ -3,7 +3,9 @@
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
+
 #include <sstream>
+#include "vek/Json.h"
 
 namespace libOrra {
 namespace {
@@ -356,36 +358,22 @@ private:
 }  // namespace
 
 Scenario parseScenario(std::string_view text, const std::string& fileName) {
-    json doc;
-    try {
-        doc = json::parse(text.begin(), text.end());
-    } catch (const json::parse_error& e) {
-        // Turn the byte offset into a line and column people can find.
-        std::size_t line = 1, column = 1;
-        for (std::size_t i = 0; i + 1 < e.byte && i < text.size(); ++i) {
-            if (text[i] == '\n') {
-                ++line;
-                column = 1;
-            } else {
-                ++column;
-            }
-        }
-        throw ScenarioError("scenario " + fileName + ": line " + std::to_string(line) +
-                            ", column " + std::to_string(column) + ": expected valid JSON");
-    } catch (const json::exception&) {
-        // A number too large for a double, for instance.
-        throw ScenarioError("scenario " + fileName + ": expected valid JSON with numbers in range");
+    vek::JsonSyntaxError error;
+    const auto doc = vek::parseJson(text, error);
+    if (!doc) {
+        throw ScenarioError("scenario " + fileName + ": " +
+                            (error.numberOutOfRange
+                                 ? std::string("expected valid JSON with numbers in range")
+                                 : error.describe() + ": expected valid JSON"));
     }
-    return Reader(fileName).scenario(doc);
+    return Reader(fileName).scenario(*doc);
 }
 
 Scenario loadScenario(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
+    const auto text = vek::readTextFile(path);
+    if (!text)
         throw ScenarioError("scenario " + path + ": cannot be read");
-    std::ostringstream text;
-    text << in.rdbuf();
-    return parseScenario(text.str(), path);
+    return parseScenario(*text, path);
 }
 
 std::string_view demoScenarioText() {
