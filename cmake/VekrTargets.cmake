@@ -33,7 +33,10 @@ function(vekr_add_test target)
   add_dependencies(${target} vekr_resources)
   set(props TIMEOUT 60)
   if(ARG_LABELS)
-    list(APPEND props LABELS "${ARG_LABELS}")
+    # The discovery script cannot carry a list, so several labels become one ("threads_gui");
+    # ctest's label filters are regular expressions, so -L threads still selects it.
+    list(JOIN ARG_LABELS "_" labels)
+    list(APPEND props LABELS "${labels}")
   endif()
   if("gui" IN_LIST ARG_LABELS)
     list(APPEND props ENVIRONMENT "QT_QPA_PLATFORM=offscreen")

@@ -20,6 +20,11 @@ void platform::clearRotationProvider(unsigned token) {
         s_provider = nullptr;
 }
 
+bool platform::hasRotationProvider() {
+    std::lock_guard lock(s_mutex);
+    return static_cast<bool>(s_provider);
+}
+
 int EnumDisplaySettingsW(const wchar_t* deviceName, DWORD modeNum, DEVMODEW* mode) {
     if (deviceName || modeNum != ENUM_CURRENT_SETTINGS || !mode)
         return 0;

@@ -46,6 +46,7 @@ private:
     std::int64_t originNs_ = 0;
     std::optional<double> headingTarget_;
     unsigned rotationToken_ = 0;
+    unsigned operatorToken_ = 0;
 };
 
 }  // namespace libOrra

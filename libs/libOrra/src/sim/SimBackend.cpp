@@ -7,6 +7,7 @@
 #include "../SensorObject.h"
 #include "../StoppableThread.h"
 #include "platform/Display.h"
+#include "platform/Screen.h"
 #include "vek/Clock.h"
 
 namespace libOrra {
@@ -126,9 +127,20 @@ SimBackend::SimBackend(Scenario scenario) : scenario_(std::move(scenario)) {
     const std::optional<std::uint32_t> rotation = scenario_.rotation;
     rotationToken_ =
         platform::setRotationProvider([rotation]() -> std::optional<DWORD> { return rotation; });
+    // The scripted person: each time a dialog opens, the presses the scenario lists for it.
+    std::vector<OperatorAction> actions = scenario_.operatorActions;
+    operatorToken_ = platform::setOperatorScript([actions](const std::string& dialog) {
+        std::vector<platform::OperatorPress> presses;
+        for (const auto& a : actions) {
+            if (a.dialog == dialog)
+                presses.push_back({a.at, a.press});
+        }
+        return presses;
+    });
 }
 
 SimBackend::~SimBackend() {
+    platform::clearOperatorScript(operatorToken_);
     platform::clearRotationProvider(rotationToken_);
 }
 

@@ -36,5 +36,7 @@ using RotationProvider = std::function<std::optional<DWORD>()>;
 unsigned setRotationProvider(RotationProvider provider);
 // Removes the provider installed under `token`, unless another one has replaced it since.
 void clearRotationProvider(unsigned token);
+// True while a provider is installed (the simulated machine's wins over the screen's).
+bool hasRotationProvider();
 
 }  // namespace platform

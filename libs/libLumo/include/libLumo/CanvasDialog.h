@@ -1,0 +1,87 @@
+#pragma once
+
+#include <QImage>
+#include <QTimer>
+#include <atomic>
+#include <optional>
+#include <vector>
+
+#include "libLumo/VekDialog.h"
+#include "platform/Hresult.h"
+#include "vek/Logging.h"
+
+class QPainter;
+
+namespace libLumo {
+
+// An image a canvas dialog draws, loaded once at this pixel size.
+struct CanvasImage {
+    const char* path;  // relative: resolved against the working directory
+    int width;
+    int height;
+};
+
+// The frame shared by the drawing dialogs: a plain child widget over the dialog's client area
+// (10 pixels in, leaving a 50-pixel strip below for the buttons) into which the dialog draws
+// its picture from images decoded and scaled once. The "render target" is the canvas's pixel
+// size: made on the first paint together with the images, dropped when the dialog moves to
+// another screen (the images are rebuilt on the next paint). Failures are logged and
+// survived: a missing image leaves the canvas blank on every paint while the buttons still
+// work. A frame clock ticks once per display frame and by default repaints the canvas; the
+// dialog draws whatever values its worker last wrote. Main thread only.
+class CanvasDialog : public VekDialog {
+public:
+    CanvasDialog(const DialogTemplate& dialog, QWidget* parent, std::string operatorName,
+                 std::vector<CanvasImage> images, std::atomic<vek::Logger*>& logger,
+                 const char* loggerName);
+    ~CanvasDialog() override;
+
+    HRESULT CreateDeviceIndependentResources();
+    HRESULT CreateDeviceResources();
+    void DiscardDeviceResources();
+    bool loadResource(const char* path, int width, int height, QImage& bitmap);
+    // Decodes the first frame of `path` and scales it smoothly to width x height; a zero
+    // width or height keeps the image's aspect ratio.
+    static HRESULT LoadBitmapFromFile(const vek::String& path, int width, int height,
+                                      QImage& bitmap);
+    void OnResize(int type, int width, int height);
+    // Draws one frame of the canvas with `painter`.
+    void render(QPainter& painter);
+
+    QWidget* canvas() const { return canvas_; }
+    bool hasRenderTarget() const { return renderTarget_.has_value(); }
+    // The canvas as it was last painted, e.g. to save a frame to a file.
+    QImage grabCanvas();
+    // Milliseconds between two frames (the primary screen's refresh, about 60 Hz).
+    int frameInterval() const { return frameClock_.interval(); }
+
+protected:
+    // The dialog's own picture on a target of W x H pixels, with its images in the order given
+    // at construction (none of them null).
+    virtual void drawPicture(QPainter& painter, float width, float height,
+                             const std::vector<QImage>& bitmaps) = 0;
+    // One tick of the frame clock; the default repaints the canvas.
+    virtual void OnFrame();
+    void startFrameClock();
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+    std::atomic<vek::Logger*>& logger_;
+    const char* loggerName_;
+
+private:
+    QWidget* canvas_ = nullptr;
+    std::vector<CanvasImage> images_;
+    std::vector<QImage> bitmaps_;
+    std::optional<QSize> renderTarget_;
+    QTimer frameClock_;
+    bool screenWatched_ = false;
+};
+
+// Draws `image` into the rectangle with these edges. When right < left (or bottom < top) the
+// image comes out mirrored, as a painter of rectangles with swapped edges would draw it: one
+// image serves both sides of an axis.
+void drawBitmap(QPainter& painter, const QImage& image, float left, float top, float right,
+                float bottom);
+
+}  // namespace libLumo

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QDialog>
+#include <map>
+#include <string>
+
+#include "libLumo/DialogTemplate.h"
+#include "vek/String.h"
+
+class QAbstractButton;
+
+namespace libLumo {
+
+// The module's dialog base: a modal QDialog laid out from a dialog template (ids and dialog
+// units), with the dialog calls the module's code is written against. Built, run and
+// destroyed on the main thread. When the simulated operator has presses scripted for this
+// dialog's name, DoModal schedules them as the dialog opens.
+class VekDialog : public QDialog {
+public:
+    static constexpr int IDCANCEL = 2;
+
+    VekDialog(const DialogTemplate& dialog, QWidget* parent, std::string operatorName);
+    ~VekDialog() override;
+
+    // Shows the dialog and runs its loop; returns the code given to EndDialog (IDCANCEL for
+    // Escape and the window's close button).
+    int DoModal();
+    void EndDialog(int code);
+    // The control with this id, or null.
+    QAbstractButton* GetDlgItem(int id) const;
+    // Sets a control's text; an id without a control is skipped.
+    void SetDlgItemText(int id, const vek::String& text);
+    void SetWindowText(const vek::String& text);
+    // True from construction until the dialog has ended.
+    bool IsWindow() const { return open_; }
+
+    int resourceId() const { return resourceId_; }
+    const DialogBaseUnits& baseUnits() const { return units_; }
+    // Client area in pixels.
+    QSize clientSize() const { return clientSize_; }
+    const std::string& operatorName() const { return operatorName_; }
+
+    // What a scripted press does: "Close" closes the window, "Escape" sends the key, any other
+    // name clicks the control that operatorControl() names, when it is visible and enabled.
+    void pressAsOperator(const std::string& control);
+
+protected:
+    // Called by DoModal before the dialog shows. Return value as the original's (true).
+    virtual bool OnInitDialog() { return true; }
+    // Called by DoModal once the dialog has ended.
+    virtual void OnDestroy() {}
+    // Escape and the close button; the default ends with IDCANCEL.
+    virtual void OnCancel() { EndDialog(IDCANCEL); }
+    // The button a scripted press names: "Fail" is control 1000 and "Cancel" 1001.
+    virtual QAbstractButton* operatorControl(const std::string& press);
+
+    void reject() override { OnCancel(); }
+
+private:
+    int resourceId_;
+    std::string operatorName_;
+    DialogBaseUnits units_;
+    QSize clientSize_;
+    std::map<int, QAbstractButton*> controls_;
+    bool open_ = true;
+};
+
+// vek::String to QString and back, for the texts the framework supplies.
+QString toQString(const vek::String& text);
+
+}  // namespace libLumo

@@ -1,0 +1,215 @@
+#include "libLumo/CanvasDialog.h"
+
+#include <QGuiApplication>
+#include <QImageReader>
+#include <QPainter>
+#include <QResizeEvent>
+#include <QScreen>
+#include <QWindow>
+#include <algorithm>
+#include <cmath>
+
+#include "vek/Resource.h"
+#include "vek/VekValue.h"
+
+namespace libLumo {
+namespace {
+
+#define LOG(priority, expr) VEK_LOG(logger_, loggerName_, priority, expr)
+
+std::string hex(HRESULT hr) {
+    return vek::VekValue(hr).toHexString(true).toStdString();
+}
+
+// The plain child that the picture is drawn into; it paints through its dialog.
+class CanvasWidget final : public QWidget {
+public:
+    CanvasWidget(CanvasDialog* dialog) : QWidget(dialog), dialog_(dialog) {}
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        dialog_->render(painter);
+    }
+
+private:
+    CanvasDialog* dialog_;
+};
+
+}  // namespace
+
+CanvasDialog::CanvasDialog(const DialogTemplate& dialog, QWidget* parent, std::string operatorName,
+                           std::vector<CanvasImage> images, std::atomic<vek::Logger*>& logger,
+                           const char* loggerName)
+    : VekDialog(dialog, parent, std::move(operatorName)),
+      logger_(logger),
+      loggerName_(loggerName),
+      images_(std::move(images)),
+      bitmaps_(images_.size()) {
+    const HRESULT hr = CreateDeviceIndependentResources();
+    if (FAILED(hr)) {
+        LOG(4, "Error creating resources: " << hex(hr));
+    } else {
+        const QSize client = clientSize();
+        canvas_ = new CanvasWidget(this);
+        canvas_->setObjectName(QStringLiteral("canvas"));
+        canvas_->setGeometry(10, 10, client.width() - 20, client.height() - 60);
+    }
+    startFrameClock();
+}
+
+CanvasDialog::~CanvasDialog() = default;
+
+HRESULT CanvasDialog::CreateDeviceIndependentResources() {
+    // The decoder is the one device-independent resource: without PNG support there is
+    // nothing to draw with.
+    if (!QImageReader::supportedImageFormats().contains("png")) {
+        LOG(4, "Failed to create the WIC factory: " << hex(WINCODEC_ERR_COMPONENTNOTFOUND));
+        return WINCODEC_ERR_COMPONENTNOTFOUND;
+    }
+    return S_OK;
+}
+
+HRESULT CanvasDialog::CreateDeviceResources() {
+    if (renderTarget_)
+        return S_OK;
+    if (!canvas_) {
+        LOG(4, "Could not create render target: " << hex(E_POINTER));
+        return E_POINTER;
+    }
+    renderTarget_ = canvas_->size();
+    for (std::size_t i = 0; i < images_.size(); ++i) {
+        loadResource(images_[i].path, images_[i].width, images_[i].height, bitmaps_[i]);
+    }
+    return S_OK;
+}
+
+void CanvasDialog::DiscardDeviceResources() {
+    renderTarget_.reset();
+    for (QImage& bitmap : bitmaps_)
+        bitmap = QImage();
+}
+
+bool CanvasDialog::loadResource(const char* path, int width, int height, QImage& bitmap) {
+    // The working directory first, then the installed resources beside the executable.
+    const auto found = vek::Resource::resolve(path);
+    const std::string file = found ? found->string() : std::string(path);
+    const HRESULT hr = LoadBitmapFromFile(vek::String(file), width, height, bitmap);
+    if (FAILED(hr)) {
+        LOG(4, "Could not load bitmap '" << path << "': " << hex(hr));
+        return false;
+    }
+    return true;
+}
+
+HRESULT CanvasDialog::LoadBitmapFromFile(const vek::String& path, int width, int height,
+                                         QImage& bitmap) {
+    QImageReader reader(toQString(path));
+    QImage frame;
+    if (!reader.read(&frame)) {
+        switch (reader.error()) {
+            case QImageReader::FileNotFoundError:
+                return HRESULT_FILE_NOT_FOUND;
+            case QImageReader::UnsupportedFormatError:
+                return WINCODEC_ERR_COMPONENTNOTFOUND;
+            default:
+                return WINCODEC_ERR_BADIMAGE;
+        }
+    }
+    if (width != 0 || height != 0) {
+        // A missing side keeps the aspect ratio, computed in single precision and truncated.
+        if (width == 0) {
+            width =
+                static_cast<int>(static_cast<float>(frame.width()) *
+                                 (static_cast<float>(height) / static_cast<float>(frame.height())));
+        }
+        if (height == 0) {
+            height =
+                static_cast<int>(static_cast<float>(frame.height()) *
+                                 (static_cast<float>(width) / static_cast<float>(frame.width())));
+        }
+        if (frame.size() != QSize(width, height)) {
+            frame = frame.scaled(width, height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        }
+    }
+    bitmap = frame.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    return bitmap.isNull() ? E_FAIL : S_OK;
+}
+
+void CanvasDialog::OnResize(int /*type*/, int width, int height) {
+    // The target follows the dialog's new client size; the canvas itself stays where it is.
+    if (renderTarget_)
+        renderTarget_ = QSize(width, height);
+}
+
+void CanvasDialog::resizeEvent(QResizeEvent* event) {
+    VekDialog::resizeEvent(event);
+    // Only a real change of size counts: Qt also reports the size the dialog was given
+    // before it first showed, which is no resize.
+    if (event->oldSize().isValid() && event->oldSize() != event->size())
+        OnResize(0, event->size().width(), event->size().height());
+}
+
+void CanvasDialog::render(QPainter& painter) {
+    if (!renderTarget_) {
+        const HRESULT hr = CreateDeviceResources();
+        if (FAILED(hr)) {
+            LOG(4, "Could not create device resources: " << hex(hr));
+            return;
+        }
+    }
+    // One missing image leaves the whole canvas blank, deliberately: a half-drawn picture
+    // would mislead the person turning the device.
+    if (std::any_of(bitmaps_.begin(), bitmaps_.end(), [](const QImage& b) { return b.isNull(); }))
+        return;
+    const auto width = static_cast<float>(renderTarget_->width());
+    const auto height = static_cast<float>(renderTarget_->height());
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.fillRect(QRectF(0, 0, width, height), Qt::black);
+    painter.resetTransform();
+    drawPicture(painter, width, height, bitmaps_);
+}
+
+QImage CanvasDialog::grabCanvas() {
+    return canvas_ ? canvas_->grab().toImage() : QImage();
+}
+
+void CanvasDialog::OnFrame() {
+    if (canvas_)
+        canvas_->update();
+}
+
+void CanvasDialog::startFrameClock() {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    const double hz = screen && screen->refreshRate() > 1.0 ? screen->refreshRate() : 60.0;
+    frameClock_.setTimerType(Qt::PreciseTimer);
+    frameClock_.setInterval(std::clamp(static_cast<int>(std::lround(1000.0 / hz)), 4, 50));
+    QObject::connect(&frameClock_, &QTimer::timeout, this, [this] { OnFrame(); });
+    frameClock_.start();
+}
+
+void CanvasDialog::showEvent(QShowEvent* event) {
+    VekDialog::showEvent(event);
+    // On another screen the images are made again for it.
+    if (!screenWatched_ && windowHandle()) {
+        screenWatched_ = true;
+        QObject::connect(windowHandle(), &QWindow::screenChanged, this,
+                         [this](QScreen*) { DiscardDeviceResources(); });
+    }
+}
+
+void drawBitmap(QPainter& painter, const QImage& image, float left, float top, float right,
+                float bottom) {
+    const float w = right - left, h = bottom - top;
+    if (w >= 0 && h >= 0) {
+        painter.drawImage(QRectF(left, top, w, h), image);
+        return;
+    }
+    painter.save();
+    painter.translate(left, top);
+    painter.scale(w < 0 ? -1.0 : 1.0, h < 0 ? -1.0 : 1.0);
+    painter.drawImage(QRectF(0, 0, std::abs(w), std::abs(h)), image);
+    painter.restore();
+}
+
+}  // namespace libLumo

@@ -1,0 +1,111 @@
+#include "libLumo/GdiResourceManager.h"
+
+#include <QApplication>
+#include <QScreen>
+#include <atomic>
+#include <optional>
+
+#include "platform/Display.h"
+#include "platform/Screen.h"
+#include "vek/Logging.h"
+
+namespace {
+
+std::atomic<vek::Logger*> s_logger{nullptr};
+constexpr const char* kLoggerName = "libLumo";
+
+QWidget* s_cuiHandle = nullptr;
+std::atomic<bool> s_started{false};
+// The primary screen's rotation code, kept current from the screen's change notifications so
+// that worker threads can read it without touching Qt.
+std::atomic<int> s_rotation{-1};
+
+int rotationCode(const QScreen* screen) {
+    const int angle =
+        screen->angleBetween(screen->nativeOrientation(), screen->orientation()) % 360;
+    return ((angle + 360) % 360) / 90;
+}
+
+void followPrimaryScreen() {
+    QScreen* screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return;
+    s_rotation.store(rotationCode(screen));
+    QObject::connect(screen, &QScreen::orientationChanged, screen,
+                     [screen](Qt::ScreenOrientation) { s_rotation.store(rotationCode(screen)); });
+    // A simulated machine brings its own display; only a real one is read from the screen.
+    if (!platform::hasRotationProvider()) {
+        platform::setRotationProvider([]() -> std::optional<DWORD> {
+            const int r = s_rotation.load();
+            if (r < 0)
+                return std::nullopt;
+            return static_cast<DWORD>(r);
+        });
+    }
+}
+
+// Qt's own messages go to the module log instead of the host's terminal.
+void toModuleLog(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    int priority = 1;
+    switch (type) {
+        case QtDebugMsg:
+        case QtInfoMsg:
+            priority = 1;
+            break;
+        case QtWarningMsg:
+            priority = 3;
+            break;
+        case QtCriticalMsg:
+        case QtFatalMsg:
+            priority = 4;
+            break;
+    }
+    VEK_LOG(s_logger, kLoggerName, priority, "Qt: " << message.toStdString());
+}
+
+}  // namespace
+
+namespace libLumo {
+
+GdiResourceManager::GdiResourceManager() {
+    if (QApplication::instance()) {
+        ready_ = true;
+        return;
+    }
+    const platform::DisplayMode mode = platform::displayMode();
+    const bool userChoice = !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+    if (!userChoice) {
+        if (mode == platform::DisplayMode::Offscreen) {
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        } else if (platform::detectDisplayMode(false) == platform::DisplayMode::None) {
+            // Starting on no display would end the process inside Qt.
+            VEK_LOG(s_logger, kLoggerName, 4, "No display to show a dialog on");
+            return;
+        }
+    }
+    qInstallMessageHandler(&toModuleLog);
+    static int argc = 1;
+    static char name[] = "vekrsensors";
+    static char* argv[] = {name, nullptr};
+    // Lives to the end of the process: later dialogs reuse it.
+    new QApplication(argc, argv);
+    s_started.store(true);
+    followPrimaryScreen();
+    VEK_LOG(s_logger, kLoggerName, 1,
+            "GUI toolkit started on " << QGuiApplication::platformName().toStdString());
+    ready_ = true;
+}
+
+bool GdiResourceManager::toolkitStarted() {
+    return s_started.load();
+}
+
+}  // namespace libLumo
+
+QWidget* VekrGetCUIHandle() {
+    return s_cuiHandle;
+}
+
+void VekrSetCUIHandle(QWidget* window) {
+    s_cuiHandle = window;
+}

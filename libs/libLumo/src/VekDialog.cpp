@@ -1,0 +1,116 @@
+#include "libLumo/VekDialog.h"
+
+#include <QApplication>
+#include <QFontMetrics>
+#include <QKeyEvent>
+#include <QPushButton>
+#include <QTimer>
+#include <atomic>
+#include <cmath>
+
+#include "platform/Screen.h"
+#include "vek/Logging.h"
+
+namespace libLumo {
+namespace {
+std::atomic<vek::Logger*> s_logger{nullptr};
+constexpr const char* kLoggerName = "libLumo";
+}  // namespace
+
+QString toQString(const vek::String& text) {
+    return QString::fromUtf16(text.units().data(), static_cast<qsizetype>(text.length()));
+}
+
+VekDialog::VekDialog(const DialogTemplate& dialog, QWidget* parent, std::string operatorName)
+    : QDialog(parent), resourceId_(dialog.id), operatorName_(std::move(operatorName)) {
+    setObjectName(QString::number(dialog.id));
+    setWindowTitle(QString::fromStdString(dialog.caption));
+    if (dialog.topmost)
+        setWindowFlag(Qt::WindowStaysOnTopHint);
+    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+
+    // The template's units follow the dialog font: the platform's default UI font.
+    const QFontMetrics metrics(font());
+    units_ = baseUnitsFromFont(metrics.horizontalAdvance(QStringLiteral(
+                                   "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz")),
+                               metrics.height());
+    const PixelRect client = mapDialogRect({0, 0, dialog.cx, dialog.cy}, units_);
+    clientSize_ = QSize(client.width, client.height);
+    setFixedSize(clientSize_);
+
+    for (const ButtonTemplate& b : dialog.buttons) {
+        auto* button = new QPushButton(QString::fromStdString(b.text), this);
+        button->setObjectName(QString::number(b.id));
+        button->setAutoDefault(false);
+        const PixelRect r = mapDialogRect(b.rect, units_);
+        button->setGeometry(r.x, r.y, r.width, r.height);
+        controls_[b.id] = button;
+    }
+}
+
+VekDialog::~VekDialog() = default;
+
+int VekDialog::DoModal() {
+    open_ = true;
+    OnInitDialog();
+    for (const platform::OperatorPress& press : platform::operatorPresses(operatorName_)) {
+        const int ms = static_cast<int>(std::lround(press.at * 1000.0));
+        QTimer::singleShot(ms, this, [this, control = press.control] {
+            if (open_)
+                pressAsOperator(control);
+        });
+    }
+    const int code = exec();
+    open_ = false;
+    OnDestroy();
+    return code;
+}
+
+void VekDialog::EndDialog(int code) {
+    open_ = false;
+    done(code);
+}
+
+QAbstractButton* VekDialog::GetDlgItem(int id) const {
+    const auto it = controls_.find(id);
+    return it == controls_.end() ? nullptr : it->second;
+}
+
+void VekDialog::SetDlgItemText(int id, const vek::String& text) {
+    if (QAbstractButton* control = GetDlgItem(id))
+        control->setText(toQString(text));
+}
+
+void VekDialog::SetWindowText(const vek::String& text) {
+    setWindowTitle(toQString(text));
+}
+
+QAbstractButton* VekDialog::operatorControl(const std::string& press) {
+    if (press == "Fail")
+        return GetDlgItem(1000);
+    if (press == "Cancel")
+        return GetDlgItem(1001);
+    return nullptr;
+}
+
+void VekDialog::pressAsOperator(const std::string& control) {
+    VEK_LOG(s_logger, kLoggerName, 1, "Operator presses " << control << " on " << operatorName_);
+    if (control == "Close") {
+        close();
+        return;
+    }
+    if (control == "Escape") {
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+        QApplication::sendEvent(this, &press);
+        return;
+    }
+    QAbstractButton* button = operatorControl(control);
+    if (button && button->isVisible() && button->isEnabled()) {
+        button->click();
+    } else {
+        VEK_LOG(s_logger, kLoggerName, 2,
+                "Operator cannot press " << control << ": no such control in view");
+    }
+}
+
+}  // namespace libLumo

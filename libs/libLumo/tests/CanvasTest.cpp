@@ -1,0 +1,192 @@
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QPainter>
+#include <fstream>
+#include <sstream>
+
+#include "ScratchDir.h"
+#include "libLumo/CanvasDialog.h"
+#include "libLumo/GdiResourceManager.h"
+#include "platform/Screen.h"
+#include "vek/Logging.h"
+#include "vek/Resource.h"
+
+namespace {
+
+std::atomic<vek::Logger*> s_logger{nullptr};
+
+libLumo::DialogTemplate probeTemplate() {
+    libLumo::DialogTemplate t;
+    t.id = 999;
+    t.caption = "Probe";
+    t.cx = 200;
+    t.cy = 150;
+    t.buttons = {{1000, "Fail", {40, 130, 50, 14}}, {1001, "Cancel", {110, 130, 50, 14}}};
+    return t;
+}
+
+// A canvas that paints its one image over the whole target.
+class ProbeDialog : public libLumo::CanvasDialog {
+public:
+    explicit ProbeDialog(const char* image)
+        : CanvasDialog(probeTemplate(), nullptr, "Probe", {{image, 8, 8}}, s_logger, "CanvasTest") {
+    }
+    int paints = 0;
+
+protected:
+    void drawPicture(QPainter& painter, float width, float height,
+                     const std::vector<QImage>& bitmaps) override {
+        ++paints;
+        libLumo::drawBitmap(painter, bitmaps[0], 0, 0, width, height);
+    }
+};
+
+class Canvas : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(gui_.ready());
+        QImage green(4, 4, QImage::Format_ARGB32);
+        green.fill(Qt::green);
+        std::filesystem::create_directories(scratch_ / "resources/probe");
+        ASSERT_TRUE(
+            green.save(QString::fromStdString((scratch_ / "resources/probe/green.png").string())));
+        std::ofstream(scratch_ / "resources/probe/garbage.png") << "not a picture";
+        // Images resolve beside the "executable" when the working directory lacks them.
+        vek::Resource::setExecutableDirForTesting(scratch_.path());
+        vek::LogFactory::setStreamForTesting(&log_);
+        vek::LogFactory::setPriority(vek::kLogError);
+    }
+    void TearDown() override {
+        vek::LogFactory::setStreamForTesting(nullptr);
+        vek::LogFactory::setPriority(vek::kLogOff);
+        vek::Resource::setExecutableDirForTesting(std::nullopt);
+    }
+    int countInLog(const std::string& text) const {
+        const std::string s = log_.str();
+        int n = 0;
+        for (auto at = s.find(text); at != std::string::npos; at = s.find(text, at + 1))
+            ++n;
+        return n;
+    }
+    static QRgb centre(const QImage& frame) {
+        return frame.pixel(frame.width() / 2, frame.height() / 2);
+    }
+    libLumo::GdiResourceManager gui_;
+    vekr::testing::ScratchDir scratch_{"vekr-canvas"};
+    std::ostringstream log_;
+};
+
+TEST_F(Canvas, DrawsItsImageOncePerPaintAndLoadsItOnce) {
+    ProbeDialog dialog("resources/probe/green.png");
+    ASSERT_NE(dialog.canvas(), nullptr);
+    EXPECT_EQ(dialog.canvas()->geometry(),
+              QRect(10, 10, dialog.clientSize().width() - 20, dialog.clientSize().height() - 60));
+    const QImage first = dialog.grabCanvas();
+    const QImage second = dialog.grabCanvas();
+    EXPECT_EQ(dialog.paints, 2);
+    EXPECT_EQ(centre(first), QColor(Qt::green).rgb());
+    EXPECT_EQ(centre(second), QColor(Qt::green).rgb());
+    EXPECT_EQ(log_.str(), "");
+}
+
+TEST_F(Canvas, AMissingImageLeavesTheCanvasBlankAndIsLoggedOncePerTarget) {
+    ProbeDialog dialog("resources/probe/missing.png");
+    const QImage frame = dialog.grabCanvas();
+    dialog.grabCanvas();
+    EXPECT_EQ(dialog.paints, 0);
+    EXPECT_NE(centre(frame), QColor(Qt::black).rgb()) << "not even cleared";
+    EXPECT_EQ(countInLog("Could not load bitmap 'resources/probe/missing.png': 0x80070002"), 1)
+        << log_.str();
+
+    // A lost target is rebuilt on the next paint, and the image is tried again.
+    dialog.DiscardDeviceResources();
+    EXPECT_FALSE(dialog.hasRenderTarget());
+    dialog.grabCanvas();
+    EXPECT_TRUE(dialog.hasRenderTarget());
+    EXPECT_EQ(countInLog("Could not load bitmap"), 2);
+}
+
+TEST_F(Canvas, LoadsBitmapsAtTheAskedSize) {
+    struct Row {
+        const char* file;
+        int width, height;
+        HRESULT hr;
+        QSize size;
+    };
+    const Row rows[] = {
+        {"green.png", 10, 6, S_OK, {10, 6}},
+        {"green.png", 0, 12, S_OK, {12, 12}},  // a missing side keeps the aspect ratio
+        {"green.png", 9, 0, S_OK, {9, 9}},
+        {"green.png", 0, 0, S_OK, {4, 4}},  // the image's own size
+        {"missing.png", 10, 10, HRESULT_FILE_NOT_FOUND, {}},
+        {"garbage.png", 10, 10, WINCODEC_ERR_COMPONENTNOTFOUND, {}},
+    };
+    for (const Row& r : rows) {
+        QImage bitmap;
+        const auto path = scratch_ / "resources/probe" / r.file;
+        EXPECT_EQ(libLumo::CanvasDialog::LoadBitmapFromFile(vek::String(path.string()), r.width,
+                                                            r.height, bitmap),
+                  r.hr)
+            << r.file << " " << r.width << "x" << r.height;
+        if (r.hr == S_OK) {
+            EXPECT_EQ(bitmap.size(), r.size) << r.file;
+        } else {
+            EXPECT_TRUE(bitmap.isNull()) << r.file;
+        }
+    }
+}
+
+TEST(DrawBitmap, SwappedEdgesMirrorTheImage) {
+    QImage image(2, 2, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::red);
+    image.setPixel(1, 0, QColor(Qt::blue).rgb());  // blue top right
+    struct Row {
+        float left, top, right, bottom;
+        QPoint blueAt;
+    };
+    const Row rows[] = {
+        {0, 0, 2, 2, {1, 0}},
+        {2, 0, 0, 2, {0, 0}},  // left and right swapped: mirrored left to right
+        {0, 2, 2, 0, {1, 1}},  // top and bottom swapped: upside down
+    };
+    for (const Row& r : rows) {
+        QImage target(2, 2, QImage::Format_ARGB32_Premultiplied);
+        target.fill(Qt::black);
+        QPainter painter(&target);
+        libLumo::drawBitmap(painter, image, r.left, r.top, r.right, r.bottom);
+        painter.end();
+        EXPECT_EQ(target.pixel(r.blueAt), QColor(Qt::blue).rgb())
+            << r.left << "," << r.top << "," << r.right << "," << r.bottom;
+    }
+}
+
+// The scripted operator ends the dialog the way a person would.
+TEST_F(Canvas, ScriptedPressesEndTheDialogAsAPersonWould) {
+    struct Row {
+        std::vector<platform::OperatorPress> presses;
+        int code;
+        int refusals;  // presses on controls that cannot be pressed
+    };
+    const Row rows[] = {
+        {{{0.05, "Escape"}}, libLumo::VekDialog::IDCANCEL, 0},
+        {{{0.05, "Close"}}, libLumo::VekDialog::IDCANCEL, 0},
+        // A hidden button cannot be pressed; the operator then gives up with Escape.
+        {{{0.02, "Fail"}, {0.08, "Escape"}}, libLumo::VekDialog::IDCANCEL, 1},
+    };
+    for (const Row& r : rows) {
+        const unsigned token = platform::setOperatorScript([&r](const std::string& dialog) {
+            return dialog == "Probe" ? r.presses : std::vector<platform::OperatorPress>{};
+        });
+        ProbeDialog dialog("resources/probe/green.png");
+        dialog.GetDlgItem(1000)->hide();
+        log_.str("");
+        vek::LogFactory::setPriority(vek::kLogWarning);
+        EXPECT_EQ(dialog.DoModal(), r.code);
+        EXPECT_FALSE(dialog.IsWindow());
+        EXPECT_EQ(countInLog("Operator cannot press"), r.refusals) << log_.str();
+        platform::clearOperatorScript(token);
+    }
+}
+
+}  // namespace

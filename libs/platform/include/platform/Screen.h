@@ -1,0 +1,43 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+// Where the module's dialogs can appear, and who presses their controls when nobody sits in
+// front of the machine.
+
+namespace platform {
+
+enum class DisplayMode {
+    None,       // no screen: an interactive test cannot run
+    Screen,     // the windowing system of the session (or the Qt platform chosen by the user)
+    Offscreen,  // dialogs run without a screen, driven by the simulated operator
+};
+
+// The mode for this process: a Qt platform named in QT_QPA_PLATFORM or a display in DISPLAY /
+// WAYLAND_DISPLAY means Screen; otherwise a simulated machine gets Offscreen and a real one
+// None.
+DisplayMode detectDisplayMode(bool simulatedMachine);
+// Set by the host before the tests run; read by the dialog layer and the host from any thread.
+void setDisplayMode(DisplayMode mode);
+DisplayMode displayMode();
+const char* displayModeName(DisplayMode mode);
+
+// One scripted press: `control` ("Fail", "Cancel", "Close", "Escape", "Restart", "Exit") of a
+// dialog, `at` seconds after that dialog opened.
+struct OperatorPress {
+    double at = 0.0;
+    std::string control;
+};
+
+// The simulated person's script: the presses to make on the named dialog each time it opens.
+using OperatorScript = std::function<std::vector<OperatorPress>(const std::string& dialog)>;
+// Installs `script` and returns a token for clearOperatorScript.
+unsigned setOperatorScript(OperatorScript script);
+// Removes the script installed under `token`, unless another one has replaced it since.
+void clearOperatorScript(unsigned token);
+// The presses for `dialog`; none without a script.
+std::vector<OperatorPress> operatorPresses(const std::string& dialog);
+
+}  // namespace platform
