@@ -5,6 +5,7 @@
 #include <exception>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <ostream>
 #include <sstream>
 
@@ -12,6 +13,7 @@
 #include "kiva5/KivaException.h"
 #include "kiva5/Localization.h"
 #include "kiva5/Report.h"
+#include "platform/Screen.h"
 #include "vek/Exception.h"
 #include "vek/Json.h"
 #include "vek/Logging.h"
@@ -129,13 +131,15 @@ Host::Host(Catalogue& catalogue, std::string moduleFile, ModuleVersion version,
       out_(out),
       err_(err) {}
 
-int Host::start(const std::vector<std::string>& args) {
-    const std::string versionText =
-        std::to_string(version_.major) + "." + std::to_string(version_.minor);
-    Options o;
-    CLI::App app{"Sensor diagnostics for tablets and convertibles", moduleFile_};
-    app.set_version_flag("--version",
-                         moduleFile_ + " " + versionText + " (build " + version_.build + ")");
+namespace {
+
+// Reads the command line. Returns the exit code when it is already settled (help, version,
+// a parse error), nothing when the options are to be obeyed.
+std::optional<int> parseCommandLine(const std::vector<std::string>& args,
+                                    const std::string& moduleFile, const std::string& versionLine,
+                                    Options& o, std::ostream& out, std::ostream& err) {
+    CLI::App app{"Sensor diagnostics for tablets and convertibles", moduleFile};
+    app.set_version_flag("--version", versionLine);
     app.add_flag("--list", o.list, "Print the declared tests, parameters, events and keys");
     app.add_flag("--devices", o.devices, "Print the devices the backend finds");
     app.add_option("--test", o.tests, "Run this test (repeatable; default: all)");
@@ -156,21 +160,150 @@ int Host::start(const std::vector<std::string>& args) {
     try {
         app.parse(rest);
     } catch (const CLI::CallForHelp&) {
-        out_ << app.help();
+        out << app.help();
         return 0;
     } catch (const CLI::CallForVersion&) {
-        out_ << app.version() << "\n";
+        out << app.version() << "\n";
         return 0;
     } catch (const CLI::ParseError& e) {
-        err_ << moduleFile_ << ": " << e.what() << " (see --help)\n";
-        return kUsageError;
+        err << moduleFile << ": " << e.what() << " (see --help)\n";
+        return Host::kUsageError;
     }
+    if (o.logLevel && o.log.empty())
+        throw UsageError{"--log-level needs --log FILE"};
+    if (!o.scenario.empty() && o.backend == "iio")
+        throw UsageError{"--scenario goes with --backend sim"};
+    return std::nullopt;
+}
 
+// The tests to run, in the order asked for (each once); all of them by default.
+std::vector<Test*> selectTests(const Catalogue& catalogue, const Options& o) {
+    std::vector<Test*> tests;
+    for (const auto& name : o.tests) {
+        Test* t = catalogue.findTest(name);
+        if (!t) {
+            std::string known;
+            for (const auto& k : catalogue.tests())
+                known += " " + k->name();
+            throw UsageError{"unknown test \"" + name + "\"; known tests:" + known};
+        }
+        if (std::find(tests.begin(), tests.end(), t) == tests.end())
+            tests.push_back(t);
+    }
+    if (tests.empty()) {
+        for (const auto& t : catalogue.tests())
+            tests.push_back(t.get());
+    }
+    return tests;
+}
+
+// --param assignments, checked against the catalogue.
+std::vector<std::pair<Parameter*, std::string>> parameterOverrides(const Catalogue& catalogue,
+                                                                   const Options& o) {
+    std::vector<std::pair<Parameter*, std::string>> overrides;
+    for (const auto& assignment : o.params) {
+        const auto eq = assignment.find('=');
+        if (eq == std::string::npos || eq == 0)
+            throw UsageError{"--param expects NAME=VALUE, got \"" + assignment + "\""};
+        const std::string name = assignment.substr(0, eq);
+        Parameter* p = catalogue.findParameter(name);
+        if (!p)
+            throw UsageError{"unknown parameter \"" + name + "\""};
+        overrides.emplace_back(p, assignment.substr(eq + 1));
+    }
+    return overrides;
+}
+
+// Texts and settings are read before any test starts, so a broken install fails at once
+// instead of halfway through a run.
+void loadResources(const Catalogue& catalogue, const Options& o, const std::string& module) {
+    const bool explicitLang = !o.lang.empty();
+    const std::string lang = explicitLang ? o.lang : vek::VekLocale::languageFromEnvironment();
+    std::vector<std::string> keys;
+    for (const auto& s : catalogue.strings())
+        keys.push_back(s->key());
+    Localization::load(module, lang, explicitLang, keys);
+    vek::VekLocale::setGlobalLocale(Localization::language());
     try {
+        vek::Resource::loadSettings(vek::String(module));
+    } catch (const vek::Exception& e) {
+        throw KivaException(e.toString().toStdString());
+    }
+}
+
+// Parameters: every one unset, then the profile, then --param.
+void applyParameters(const Catalogue& catalogue, const Options& o, const std::string& module,
+                     const std::vector<std::pair<Parameter*, std::string>>& overrides) {
+    for (const auto& p : catalogue.parameters())
+        p->unset();
+    std::filesystem::path profile = o.profile;
+    if (profile.empty()) {
+        auto shipped =
+            vek::Resource::resolve(std::filesystem::path("resources") / module / "profile.json");
+        if (!shipped) {
+            throw KivaException("resources/" + module + "/profile.json: not found beside " +
+                                "the working directory or the executable");
+        }
+        profile = *shipped;
+    }
+    for (const auto& [name, text] : readProfile(profile)) {
+        Parameter* p = catalogue.findParameter(name);
+        if (!p) {
+            throw KivaException("profile " + profile.string() + ": unknown parameter \"" + name +
+                                "\"");
+        }
+        p->set(text);
+    }
+    for (const auto& [p, text] : overrides)
+        p->set(text);
+}
+
+// Why a test is not called on a device at all, or "" when it may run.
+std::string reasonNotToRun(const Test& test, bool escaped) {
+    if (escaped)
+        return "not started: an earlier test ended abnormally";
+    if (StopFlag::isSet())
+        return "not started: stop requested";
+    for (const Parameter* p : test.parameters()) {
+        if (p->isset() && !p->value().isValid()) {
+            return "parameter " + p->name() + " = \"" + p->value().text() + "\" is not a valid " +
+                   std::string(p->type().name());
+        }
+    }
+    if (test.interactive() && platform::displayMode() == platform::DisplayMode::None) {
+        return "no display to show the test's dialog on: run it in a desktop session "
+               "(DISPLAY or WAYLAND_DISPLAY), or on the simulated machine (--backend sim)";
+    }
+    return "";
+}
+
+// The result for a run that reasonNotToRun() refused.
+TestResult refusedResult(const Test& test, bool escaped) {
+    if (escaped || StopFlag::isSet())
+        return TestResult::USERABORTED();
+    for (const Parameter* p : test.parameters()) {
+        if (p->isset() && !p->value().isValid())
+            return TestResult::BADPARAMS();
+    }
+    return TestResult::CANNOTRUN();
+}
+
+}  // namespace
+
+int Host::start(const std::vector<std::string>& args) {
+    const std::string versionText =
+        std::to_string(version_.major) + "." + std::to_string(version_.minor);
+    Options o;
+    try {
+        if (auto settled = parseCommandLine(
+                args, moduleFile_,
+                moduleFile_ + " " + versionText + " (build " + version_.build + ")", o, out_,
+                err_)) {
+            return *settled;
+        }
         if (!o.log.empty()) {
-            if (!vek::LogFactory::openFile(o.log)) {
+            if (!vek::LogFactory::openFile(o.log))
                 throw UsageError{"cannot open log file " + o.log};
-            }
             vek::LogFactory::setPriority(o.logLevel ? o.logLevel : vek::kLogProgress);
             std::string line;
             for (const auto& a : args)
@@ -178,98 +311,25 @@ int Host::start(const std::vector<std::string>& args) {
             VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
                     moduleFile_ << " " << versionText << " (build " << version_.build
                                 << ") started:" << line);
-        } else if (o.logLevel) {
-            throw UsageError{"--log-level needs --log FILE"};
         }
         if (o.list) {
             printCatalogue(catalogue_, out_);
             return 0;
         }
-
         // The command line is checked against the catalogue before anything is read.
-        // Tests to run, in the order asked for (each once).
-        std::vector<Test*> tests;
-        for (const auto& name : o.tests) {
-            Test* t = catalogue_.findTest(name);
-            if (!t) {
-                std::string known;
-                for (const auto& k : catalogue_.tests())
-                    known += " " + k->name();
-                throw UsageError{"unknown test \"" + name + "\"; known tests:" + known};
-            }
-            if (std::find(tests.begin(), tests.end(), t) == tests.end())
-                tests.push_back(t);
-        }
-        if (tests.empty()) {
-            for (const auto& t : catalogue_.tests())
-                tests.push_back(t.get());
-        }
+        const std::vector<Test*> tests = selectTests(catalogue_, o);
+        const auto overrides = parameterOverrides(catalogue_, o);
 
-        std::vector<std::pair<Parameter*, std::string>> overrides;
-        for (const auto& assignment : o.params) {
-            const auto eq = assignment.find('=');
-            if (eq == std::string::npos || eq == 0) {
-                throw UsageError{"--param expects NAME=VALUE, got \"" + assignment + "\""};
-            }
-            const std::string name = assignment.substr(0, eq);
-            Parameter* p = catalogue_.findParameter(name);
-            if (!p)
-                throw UsageError{"unknown parameter \"" + name + "\""};
-            overrides.emplace_back(p, assignment.substr(eq + 1));
-        }
-        if (!o.scenario.empty() && o.backend == "iio") {
-            throw UsageError{"--scenario goes with --backend sim"};
-        }
-
-        // Resources: texts and settings are read now, so a broken install fails before any
-        // test starts instead of halfway through one.
         const std::string module = moduleStem(moduleFile_);
-        const bool explicitLang = !o.lang.empty();
-        const std::string lang = explicitLang ? o.lang : vek::VekLocale::languageFromEnvironment();
-        std::vector<std::string> keys;
-        for (const auto& s : catalogue_.strings())
-            keys.push_back(s->key());
-        Localization::load(module, lang, explicitLang, keys);
-        vek::VekLocale::setGlobalLocale(Localization::language());
-        try {
-            vek::Resource::loadSettings(vek::String(module));
-        } catch (const vek::Exception& e) {
-            throw KivaException(e.toString().toStdString());
-        }
+        loadResources(catalogue_, o, module);
+        applyParameters(catalogue_, o, module, overrides);
 
-        // Parameters: the profile, then --param.
-        for (const auto& p : catalogue_.parameters())
-            p->unset();
-        std::filesystem::path profile = o.profile;
-        if (profile.empty()) {
-            auto shipped = vek::Resource::resolve(std::filesystem::path("resources") / module /
-                                                  "profile.json");
-            if (!shipped) {
-                throw KivaException("resources/" + module + "/profile.json: not found beside " +
-                                    "the working directory or the executable");
-            }
-            profile = *shipped;
-        }
-        for (const auto& [name, text] : readProfile(profile)) {
-            Parameter* p = catalogue_.findParameter(name);
-            if (!p) {
-                throw KivaException("profile " + profile.string() + ": unknown parameter \"" +
-                                    name + "\"");
-            }
-            p->set(text);
-        }
-        for (const auto& [p, text] : overrides)
-            p->set(text);
-
-        // Devices.
         BackendSelection selection;
-        selection.backend = o.backend;
+        selection.backend = o.backend.empty() ? "iio" : o.backend;
         if (!o.scenario.empty()) {
             selection.backend = "sim";
             selection.scenario = o.scenario;
         }
-        if (selection.backend.empty())
-            selection.backend = "iio";
         std::unique_ptr<DeviceSource> source =
             devices_ ? devices_(selection) : std::make_unique<EmptySource>();
         const std::vector<DiagDevice> devices = source->devices();
@@ -280,85 +340,18 @@ int Host::start(const std::vector<std::string>& args) {
             }
             return 0;
         }
+        // A simulated machine's dialogs run offscreen when there is no screen.
+        platform::setDisplayMode(platform::detectDisplayMode(selection.backend == "sim"));
+        VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
+                "Display: " << platform::displayModeName(platform::displayMode()));
 
-        // Runs.
         Report report;
         report.moduleFile = moduleFile_;
         report.version = versionText;
         report.build = version_.build;
         report.backend = selection.backend;
-        StopFlag::clear();
-        StopFlag::installSignalHandlers();
-        std::exception_ptr escaped;
-        for (Test* test : tests) {
-            std::vector<const DiagDevice*> targets;
-            for (const auto& d : devices) {
-                if (d.capability() == test->capability() &&
-                    (o.device.empty() || equalNoCase(d.osLocator().str(), o.device))) {
-                    targets.push_back(&d);
-                }
-            }
-            if (targets.empty()) {
-                RunRecord run;
-                run.test = test->name();
-                run.result = TestResult::NODEVICE();
-                run.notes.push_back("no " + std::string(test->capability().name()) + " device" +
-                                    (o.device.empty() ? "" : " with locator " + o.device));
-                report.runs.push_back(std::move(run));
-                continue;
-            }
-            for (const DiagDevice* device : targets) {
-                RunRecord run;
-                run.test = test->name();
-                run.device = *device;
-                for (const Parameter* p : test->parameters()) {
-                    if (p->isset())
-                        run.parameters.emplace_back(p->name(), p->value().text());
-                }
-                if (escaped || StopFlag::isSet()) {
-                    run.result = TestResult::USERABORTED();
-                    run.notes.push_back(escaped ? "not started: an earlier test ended abnormally"
-                                                : "not started: stop requested");
-                    report.runs.push_back(std::move(run));
-                    continue;
-                }
-                std::string bad;
-                for (const Parameter* p : test->parameters()) {
-                    if (p->isset() && !p->value().isValid()) {
-                        bad = "parameter " + p->name() + " = \"" + p->value().text() +
-                              "\" is not a valid " + std::string(p->type().name());
-                        break;
-                    }
-                }
-                if (!bad.empty()) {
-                    run.result = TestResult::BADPARAMS();
-                    run.notes.push_back(bad);
-                    report.runs.push_back(std::move(run));
-                    continue;
-                }
-                VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
-                        "Running " << test->name() << " on " << device->osLocator().str());
-                report.runs.push_back(std::move(run));
-                RunRecord& current = report.runs.back();
-                RunContext::begin(&current);
-                RunContext::setSource(source.get());
-                source->testStarting(test->name(), *device);
-                vek::Stopwatch watch;
-                try {
-                    current.result = test->function()(*device);
-                } catch (...) {
-                    escaped = std::current_exception();
-                    current.result = TestResult::EXITEDABNORMALLY();
-                    current.notes.push_back("the test ended by an exception");
-                }
-                current.seconds = watch.getElapsed();
-                source->testFinished();
-                RunContext::setSource(nullptr);
-                RunContext::end();
-                VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
-                        test->name() << " result " << current.result.name());
-            }
-        }
+        std::exception_ptr escaped = runTests(tests, devices, o.device, *source, report);
+
         report.settleResult();
         const bool reportToStdout = o.report == "-";
         report.printSummary(reportToStdout ? err_ : out_);
@@ -374,6 +367,71 @@ int Host::start(const std::vector<std::string>& args) {
         err_ << moduleFile_ << ": " << e.message << " (see --help)\n";
         return kUsageError;
     }
+}
+
+std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
+                                  const std::vector<DiagDevice>& devices,
+                                  const std::string& onlyDevice, DeviceSource& source,
+                                  Report& report) {
+    StopFlag::clear();
+    StopFlag::installSignalHandlers();
+    std::exception_ptr escaped;
+    for (Test* test : tests) {
+        std::vector<const DiagDevice*> targets;
+        for (const auto& d : devices) {
+            if (d.capability() == test->capability() &&
+                (onlyDevice.empty() || equalNoCase(d.osLocator().str(), onlyDevice))) {
+                targets.push_back(&d);
+            }
+        }
+        if (targets.empty()) {
+            RunRecord run;
+            run.test = test->name();
+            run.result = TestResult::NODEVICE();
+            run.notes.push_back("no " + std::string(test->capability().name()) + " device" +
+                                (onlyDevice.empty() ? "" : " with locator " + onlyDevice));
+            report.runs.push_back(std::move(run));
+            continue;
+        }
+        for (const DiagDevice* device : targets) {
+            RunRecord run;
+            run.test = test->name();
+            run.device = *device;
+            for (const Parameter* p : test->parameters()) {
+                if (p->isset())
+                    run.parameters.emplace_back(p->name(), p->value().text());
+            }
+            const std::string refused = reasonNotToRun(*test, static_cast<bool>(escaped));
+            if (!refused.empty()) {
+                run.result = refusedResult(*test, static_cast<bool>(escaped));
+                run.notes.push_back(refused);
+                report.runs.push_back(std::move(run));
+                continue;
+            }
+            VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
+                    "Running " << test->name() << " on " << device->osLocator().str());
+            report.runs.push_back(std::move(run));
+            RunRecord& current = report.runs.back();
+            RunContext::begin(&current);
+            RunContext::setSource(&source);
+            source.testStarting(test->name(), *device);
+            vek::Stopwatch watch;
+            try {
+                current.result = test->function()(*device);
+            } catch (...) {
+                escaped = std::current_exception();
+                current.result = TestResult::EXITEDABNORMALLY();
+                current.notes.push_back("the test ended by an exception");
+            }
+            current.seconds = watch.getElapsed();
+            source.testFinished();
+            RunContext::setSource(nullptr);
+            RunContext::end();
+            VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
+                    test->name() << " result " << current.result.name());
+        }
+    }
+    return escaped;
 }
 
 }  // namespace kiva5

@@ -10,6 +10,7 @@
 #include "kiva5/DiagModule.h"
 #include "kiva5/Host.h"
 #include "kiva5/KivaException.h"
+#include "platform/Screen.h"
 #include "vek/Resource.h"
 
 namespace fs = std::filesystem;
@@ -70,8 +71,13 @@ protected:
         g_gyro = nullptr;
         g_calls.clear();
         DiagModule::requestStop();  // a stale request must not leak into the next start()
+        // A screen, so that the interactive test may run unless a case takes it away.
+        setenv("QT_QPA_PLATFORM", "offscreen", 1);
     }
-    void TearDown() override { vek::Resource::resetForTesting(); }
+    void TearDown() override {
+        vek::Resource::resetForTesting();
+        unsetenv("QT_QPA_PLATFORM");
+    }
     void writeGoodResources() {
         vek::Resource::resetForTesting();
         vek::Resource::setExecutableDirForTesting(std::nullopt);
@@ -369,6 +375,38 @@ TEST_F(HostFixture, ListPrintsTheCatalogueInDeclarationOrder) {
               "  Threshold DOUBLE\n  Count INT32\n  Flag BOOLEAN\n"
               "Events:\n  Ev\n"
               "Localized strings:\n  Title\n");
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(HostFixture, InteractiveTestsNeedADisplayExceptOnTheSimulatedMachine) {
+    unsetenv("QT_QPA_PLATFORM");
+    unsetenv("DISPLAY");
+    unsetenv("WAYLAND_DISPLAY");
+    auto report = runForReport({"--backend", "iio"});
+    EXPECT_EQ(report["runs"][0]["result"], "PASS") << "a test without a dialog still runs";
+    const auto& refused = report["runs"][1];
+    EXPECT_EQ(refused["result"], "CANNOTRUN");
+    ASSERT_EQ(refused["notes"].size(), 1u);
+    EXPECT_NE(refused["notes"][0].get<std::string>().find("no display"), std::string::npos);
+    EXPECT_EQ(g_calls, std::vector<std::string>{"ATest SIM\\ACCEL\\0"})
+        << "the interactive test is not called";
+    EXPECT_EQ(platform::displayMode(), platform::DisplayMode::None);
+
+    g_calls.clear();
+    report = runForReport({"--backend", "sim"});
+    EXPECT_EQ(report["runs"][1]["result"], "PASS");
+    EXPECT_EQ(g_calls.size(), 2u);
+    EXPECT_EQ(platform::displayMode(), platform::DisplayMode::Offscreen);
+
+    setenv("DISPLAY", ":7", 1);
+    g_calls.clear();
+    report = runForReport({"--backend", "iio"});
+    EXPECT_EQ(report["runs"][1]["result"], "PASS");
+    EXPECT_EQ(platform::displayMode(), platform::DisplayMode::Screen);
+    unsetenv("DISPLAY");
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <exception>
 #include <iosfwd>
 #include <string>
 #include <vector>
 
 #include "kiva5/Catalogue.h"
 #include "kiva5/DeviceSource.h"
+#include "kiva5/Report.h"
 
 namespace kiva5 {
 
@@ -32,6 +34,13 @@ public:
     int start(const std::vector<std::string>& args);
 
 private:
+    // Calls each test once per matching device, in order, into `report`. Returns the
+    // exception that escaped a test, if one did (the runs after it are not started).
+    std::exception_ptr runTests(const std::vector<Test*>& tests,
+                                const std::vector<DiagDevice>& devices,
+                                const std::string& onlyDevice, DeviceSource& source,
+                                Report& report);
+
     Catalogue& catalogue_;
     std::string moduleFile_;
     ModuleVersion version_;
