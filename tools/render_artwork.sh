@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Renders the dialogs' artwork from its vector sources (resources/vekrsensors/artwork/*.svg)
+# to the PNG files the dialogs load, each at the pixel size the dialog loads it at.
+# Run after editing a source; the PNGs are committed so that a build needs no renderer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+command -v rsvg-convert >/dev/null || { echo "render_artwork: rsvg-convert missing (scripts/setup.sh installs it)" >&2; exit 1; }
+
+src=resources/vekrsensors/artwork
+out=resources/vekrsensors
+
+# name                          width height
+sizes=(
+  "gyrometer_bg                  752 752"
+  "gyrometer_dial                156 162"
+  "gyrometer_marble               61  62"
+  "gyrometer_marble_hole          56  56"
+  "gyrometer_light_red            83  84"
+  "gyrometer_light_green          83  84"
+  "gyrometer_dial_arrow_right    108  75"
+  "gyrometer_dial_arrow_left     108  75"
+  "vekrsensors_icon               64  64"
+)
+
+for row in "${sizes[@]}"; do
+  read -r name width height <<<"$row"
+  tmp=$(mktemp "$out/.$name.XXXXXX")
+  rsvg-convert --width "$width" --height "$height" --format png "$src/$name.svg" >"$tmp"
+  mv "$tmp" "$out/$name.png"
+done
+echo "render_artwork: ${#sizes[@]} images in $out"
