@@ -24,8 +24,15 @@ ModuleOutcome runModule(const std::vector<std::string>& args, const std::string&
         argv.push_back(a.data());
     argv.push_back(nullptr);
     std::vector<std::string> envStore;
-    for (char** e = environ; *e; ++e)
-        envStore.emplace_back(*e);
+    // No screen unless a test gives one: the simulated machine's dialogs then run offscreen,
+    // whatever session the tests were started from.
+    for (char** e = environ; *e; ++e) {
+        const std::string entry(*e);
+        if (entry.rfind("DISPLAY=", 0) != 0 && entry.rfind("WAYLAND_DISPLAY=", 0) != 0 &&
+            entry.rfind("QT_QPA_PLATFORM=", 0) != 0) {
+            envStore.push_back(entry);
+        }
+    }
     envStore.insert(envStore.end(), extraEnv.begin(), extraEnv.end());
     std::vector<char*> envp;
     for (auto& e : envStore)
