@@ -1,0 +1,68 @@
+// One frame of the gyrometer dialog at its own size: the picture computed from the latest
+// values and drawn with its eight images into the canvas's pixels. The dialog redraws about
+// 60 times a second, so a frame must stay far below 16 ms.
+#include <benchmark/benchmark.h>
+
+#include <QCoreApplication>
+#include <QPainter>
+#include <cstdlib>
+
+#include "GyrometerTest/GyrometerTestDlg.h"
+#include "libLumo/GdiResourceManager.h"
+
+namespace {
+
+// The picture alone, into an image the canvas's size.
+void BM_GyrometerPicture(benchmark::State& state) {
+    vekrsensors::GyrometerTestDlg dialog(nullptr);
+    QImage target(dialog.canvas()->size(), QImage::Format_ARGB32_Premultiplied);
+    double turn = 0.0;
+    for (auto _ : state) {
+        turn = turn > 1.0 ? -1.0 : turn + 0.01;
+        dialog.UpdateRotationX(turn);
+        dialog.UpdateRotationY(-turn);
+        dialog.UpdateRotationZ(turn / 2);
+        QPainter painter(&target);
+        dialog.render(painter);
+        painter.end();
+        benchmark::DoNotOptimize(target.constBits());
+    }
+    if (!dialog.hasRenderTarget())
+        state.SkipWithError("the canvas never drew (images missing?)");
+}
+BENCHMARK(BM_GyrometerPicture)->Unit(benchmark::kMicrosecond);
+
+// The whole repaint of the canvas widget, as the frame clock asks for it.
+void BM_GyrometerCanvasRepaint(benchmark::State& state) {
+    vekrsensors::GyrometerTestDlg dialog(nullptr);
+    dialog.show();
+    // Until the window is exposed, a repaint draws nothing.
+    for (int i = 0; i < 100 && !dialog.hasRenderTarget(); ++i) {
+        QCoreApplication::processEvents();
+        dialog.canvas()->repaint();
+    }
+    if (!dialog.hasRenderTarget()) {
+        state.SkipWithError("the canvas is not exposed");
+        return;
+    }
+    double turn = 0.0;
+    for (auto _ : state) {
+        turn = turn > 1.0 ? -1.0 : turn + 0.01;
+        dialog.UpdateRotationX(turn);
+        dialog.canvas()->repaint();
+    }
+}
+BENCHMARK(BM_GyrometerCanvasRepaint)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    libLumo::GdiResourceManager gui;
+    if (!gui.ready())
+        return 1;
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

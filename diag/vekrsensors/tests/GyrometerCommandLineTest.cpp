@@ -1,0 +1,129 @@
+// The gyrometer test as a host runs it: the executable on a simulated machine whose dialog
+// opens offscreen and whose operator ends it, one row per way the test can end.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "FakeSysfs.h"
+#include "ModuleProcess.h"
+#include "ScratchDir.h"
+
+namespace {
+
+struct Ending {
+    const char* label;
+    const char* extra;  // scenario keys beside the gyrometer
+    const char* result;
+    const char* event;  // "" for none
+};
+
+void PrintTo(const Ending& e, std::ostream* os) {
+    *os << e.label;
+}
+
+constexpr const char* kTurnsEveryWay =
+    R"({"kind": "gyrometer", "locator": "SIM\\GYRO\\0", "motion": [
+        {"seconds": 0.5, "rate": [60, 0, 0]}, {"seconds": 1.0, "rate": [-60, 0, 0]},
+        {"seconds": 0.5, "rate": [0, 60, 0]}, {"seconds": 1.0, "rate": [0, -60, 0]},
+        {"seconds": 0.5, "rate": [0, 0, 60]}, {"seconds": 1.0, "rate": [0, 0, -60]}]})";
+
+class GyrometerEnding : public ::testing::TestWithParam<Ending> {
+protected:
+    vekr::testing::ScratchDir scratch_{"vekr-gyro-cli"};
+};
+
+TEST_P(GyrometerEnding, ReportsTheEndingsVerdict) {
+    const Ending& e = GetParam();
+    scratch_.write("s.json",
+                   std::string(R"({"sensors": [)") + kTurnsEveryWay + "]" + e.extra + "}");
+    const ModuleOutcome o =
+        runModule({"--scenario", "s.json", "--test", "GyrometerTest", "--report", "r.json"},
+                  scratch_.path().string());
+    std::ifstream in(scratch_ / "r.json");
+    ASSERT_TRUE(in) << o.err;
+    const auto report = nlohmann::json::parse(in);
+    ASSERT_EQ(report["runs"].size(), 1u);
+    const auto& run = report["runs"][0];
+    EXPECT_EQ(run["result"], e.result) << run.dump(2);
+    EXPECT_EQ(o.exitCode, run["code"]);
+    if (*e.event) {
+        ASSERT_EQ(run["events"].size(), 1u) << run.dump(2);
+        EXPECT_EQ(run["events"][0]["name"], e.event);
+    } else {
+        EXPECT_EQ(run["events"].size(), 0u) << run.dump(2);
+    }
+    EXPECT_EQ(o.err, "") << "nothing from the toolkit on the host's terminal";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Gyrometer, GyrometerEnding,
+    ::testing::Values(
+        Ending{"turned_every_way_passes", "", "PASS", ""},
+        Ending{"fail_pressed",
+               R"(, "operator": [{"at": 0.3, "dialog": "GyrometerTest", "press": "Fail"}])",
+               "FAIL", "UserClickedFail"},
+        Ending{"cancel_pressed",
+               R"(, "operator": [{"at": 0.3, "dialog": "GyrometerTest", "press": "Cancel"}])",
+               "USERABORTED", ""},
+        Ending{"escape_pressed",
+               R"(, "operator": [{"at": 0.3, "dialog": "GyrometerTest", "press": "Escape"}])",
+               "USERABORTED", ""},
+        Ending{"window_closed",
+               R"(, "operator": [{"at": 0.3, "dialog": "GyrometerTest", "press": "Close"}])",
+               "USERABORTED", ""},
+        // Presses meant for another dialog do not touch this one.
+        Ending{"press_for_another_dialog",
+               R"(, "operator": [{"at": 0.3, "dialog": "MagnetometerTest", "press": "Fail"}])",
+               "PASS", ""},
+        Ending{"no_gyrometer_with_the_devices_locator",
+               R"(, "devices": [{"capability": "Gyrometer", "locator": "SIM\\GYRO\\9"}])",
+               "NODEVICE", ""},
+        Ending{"stop_requested", R"(, "stop": {"at": 0.5})", "USERABORTED", ""}),
+    [](const auto& row) { return std::string(row.param.label); });
+
+class GyrometerHost : public ::testing::Test {
+protected:
+    vekr::testing::ScratchDir scratch_{"vekr-gyro-host"};
+};
+
+// A real machine without a screen cannot show the dialog: the run says so and moves on.
+TEST_F(GyrometerHost, NoDisplayOnARealMachineIsCannotRun) {
+    FakeSysfs sysfs;
+    sysfs.addHidGyro3d(0);
+    const ModuleOutcome o = runModule({"--backend", "iio", "--report", "-"},
+                                      scratch_.path().string(),
+                                      {"VEKR_SYSFS_ROOT=" + sysfs.root().string()});
+    const auto report = nlohmann::json::parse(o.out);
+    bool seen = false;
+    for (const auto& run : report["runs"]) {
+        if (run["test"] != "GyrometerTest")
+            continue;
+        seen = true;
+        EXPECT_EQ(run["result"], "CANNOTRUN");
+        EXPECT_NE(run["notes"][0].get<std::string>().find("no display"), std::string::npos);
+    }
+    EXPECT_TRUE(seen) << o.out;
+}
+
+// Only the dialogs start the GUI toolkit: a run of the tests without one never does.
+TEST_F(GyrometerHost, NonInteractiveTestsNeverStartTheToolkit) {
+    const ModuleOutcome o =
+        runModule({"--backend", "sim", "--test", "AccelerometerTest", "--test",
+                   "AmbientLightSensorTest", "--log", "log.txt"},
+                  scratch_.path().string());
+    EXPECT_EQ(o.exitCode, 0) << o.err;
+    std::ifstream in(scratch_ / "log.txt");
+    const std::string log((std::istreambuf_iterator<char>(in)), {});
+    EXPECT_NE(log.find("AccelerometerTest"), std::string::npos) << "the log was written";
+    EXPECT_EQ(log.find("GUI toolkit started"), std::string::npos);
+
+    const ModuleOutcome gyro = runModule(
+        {"--backend", "sim", "--test", "GyrometerTest", "--log", "log2.txt"},
+        scratch_.path().string());
+    std::ifstream in2(scratch_ / "log2.txt");
+    const std::string log2((std::istreambuf_iterator<char>(in2)), {});
+    EXPECT_NE(log2.find("GUI toolkit started on offscreen"), std::string::npos) << log2;
+}
+
+}  // namespace
