@@ -198,10 +198,48 @@ void CanvasDialog::showEvent(QShowEvent* event) {
     }
 }
 
+namespace {
+
+// A picture is redrawn every frame at the same sizes, and resampling a canvas-sized image each
+// time is most of a frame's cost. Images drawn unrotated at a whole-pixel size are therefore
+// resampled once and then copied. Keyed by the image's identity, so a reloaded image is
+// resampled afresh; a few entries cover one dialog's picture. Painting thread only.
+const QImage* resampled(const QImage& image, QSize size) {
+    struct Entry {
+        qint64 key;
+        QSize size;
+        QImage image;
+    };
+    constexpr std::size_t kEntries = 8;
+    thread_local std::vector<Entry> cache;
+    for (const Entry& e : cache) {
+        if (e.key == image.cacheKey() && e.size == size)
+            return &e.image;
+    }
+    if (cache.size() == kEntries)
+        cache.erase(cache.begin());
+    cache.push_back({image.cacheKey(), size,
+                     image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                         .convertToFormat(QImage::Format_ARGB32_Premultiplied)});
+    return &cache.back().image;
+}
+
+bool wholePixels(float v) {
+    return std::abs(v - std::round(v)) < 1e-3f;
+}
+
+}  // namespace
+
 void drawBitmap(QPainter& painter, const QImage& image, float left, float top, float right,
                 float bottom) {
     const float w = right - left, h = bottom - top;
     if (w >= 0 && h >= 0) {
+        const QSize size(static_cast<int>(std::round(w)), static_cast<int>(std::round(h)));
+        if (painter.transform().type() <= QTransform::TxTranslate && wholePixels(w) &&
+            wholePixels(h) && size != image.size() && !size.isEmpty()) {
+            painter.drawImage(QPointF(left, top), *resampled(image, size));
+            return;
+        }
         painter.drawImage(QRectF(left, top, w, h), image);
         return;
     }

@@ -55,7 +55,7 @@ int VekDialog::DoModal() {
     OnInitDialog();
     for (const platform::OperatorPress& press : platform::operatorPresses(operatorName_)) {
         const int ms = static_cast<int>(std::lround(press.at * 1000.0));
-        QTimer::singleShot(ms, this, [this, control = press.control] {
+        QTimer::singleShot(ms, Qt::PreciseTimer, this, [this, control = press.control] {
             if (open_)
                 pressAsOperator(control);
         });
