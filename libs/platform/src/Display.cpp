@@ -1,38 +1,27 @@
 #include "platform/Display.h"
 
-#include <mutex>
+#include "InstalledHook.h"
 
 namespace {
-std::mutex s_mutex;
-platform::RotationProvider s_provider;
-unsigned s_token = 0;
+platform::InstalledHook<platform::RotationProvider> s_provider;
 }  // namespace
 
 unsigned platform::setRotationProvider(RotationProvider provider) {
-    std::lock_guard lock(s_mutex);
-    s_provider = std::move(provider);
-    return ++s_token;
+    return s_provider.set(std::move(provider));
 }
 
 void platform::clearRotationProvider(unsigned token) {
-    std::lock_guard lock(s_mutex);
-    if (token == s_token)
-        s_provider = nullptr;
+    s_provider.clear(token);
 }
 
 bool platform::hasRotationProvider() {
-    std::lock_guard lock(s_mutex);
-    return static_cast<bool>(s_provider);
+    return static_cast<bool>(s_provider.get());
 }
 
 int EnumDisplaySettingsW(const wchar_t* deviceName, DWORD modeNum, DEVMODEW* mode) {
     if (deviceName || modeNum != ENUM_CURRENT_SETTINGS || !mode)
         return 0;
-    platform::RotationProvider provider;
-    {
-        std::lock_guard lock(s_mutex);
-        provider = s_provider;
-    }
+    const platform::RotationProvider provider = s_provider.get();
     if (!provider)
         return 0;
     const std::optional<DWORD> rotation = provider();

@@ -2,13 +2,12 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <mutex>
+
+#include "InstalledHook.h"
 
 namespace {
 std::atomic<platform::DisplayMode> s_mode{platform::DisplayMode::None};
-std::mutex s_mutex;
-platform::OperatorScript s_script;
-unsigned s_token = 0;
+platform::InstalledHook<platform::OperatorScript> s_script;
 
 bool envSet(const char* name) {
     const char* v = std::getenv(name);
@@ -43,22 +42,14 @@ const char* platform::displayModeName(DisplayMode mode) {
 }
 
 unsigned platform::setOperatorScript(OperatorScript script) {
-    std::lock_guard lock(s_mutex);
-    s_script = std::move(script);
-    return ++s_token;
+    return s_script.set(std::move(script));
 }
 
 void platform::clearOperatorScript(unsigned token) {
-    std::lock_guard lock(s_mutex);
-    if (token == s_token)
-        s_script = nullptr;
+    s_script.clear(token);
 }
 
 std::vector<platform::OperatorPress> platform::operatorPresses(const std::string& dialog) {
-    OperatorScript script;
-    {
-        std::lock_guard lock(s_mutex);
-        script = s_script;
-    }
+    const OperatorScript script = s_script.get();
     return script ? script(dialog) : std::vector<OperatorPress>{};
 }
