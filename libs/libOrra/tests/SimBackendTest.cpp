@@ -173,13 +173,26 @@ TEST_F(SimMachine, DataReportsReachAnAttachedSink) {
     ASSERT_TRUE(getAmbientLightSensors(lights));
     lights[0]->m_pSensor->SetEventSink(&sink);
     EXPECT_EQ(sink.refs, 1u);
+    EXPECT_EQ(sink.reports, 1) << "a healthy sensor has data as soon as someone listens";
     for (int i = 0; i < 3; ++i)
         lights[0]->update();
-    EXPECT_EQ(sink.reports, 2) << "one report per successful reading";
+    EXPECT_EQ(sink.reports, 3) << "then one report per successful reading";
     lights[0]->m_pSensor->SetEventSink(nullptr);
     EXPECT_EQ(sink.refs, 0u);
     lights[0]->update();
-    EXPECT_EQ(sink.reports, 2);
+    EXPECT_EQ(sink.reports, 3);
+}
+
+TEST_F(SimMachine, ASilentSensorNeverReports) {
+    vekr::testing::CountingSink sink;
+    load(R"({"sensors": [{"kind": "light", "locator": "L", "updates": [{"lux": 1}],
+              "faults": {"silent": true}}]})");
+    vek::Array<std::unique_ptr<AmbientLightSensor>> lights;
+    ASSERT_TRUE(getAmbientLightSensors(lights));
+    lights[0]->m_pSensor->SetEventSink(&sink);
+    EXPECT_TRUE(lights[0]->update());
+    EXPECT_EQ(sink.reports, 0);
+    lights[0]->m_pSensor->SetEventSink(nullptr);
 }
 
 // The bridge delivers the scripted proximity readings on its own thread, in real time.

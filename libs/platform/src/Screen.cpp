@@ -8,6 +8,7 @@
 namespace {
 std::atomic<platform::DisplayMode> s_mode{platform::DisplayMode::None};
 platform::InstalledHook<platform::OperatorScript> s_script;
+platform::InstalledHook<platform::OperatorWatcher> s_watcher;
 
 bool envSet(const char* name) {
     const char* v = std::getenv(name);
@@ -52,4 +53,17 @@ void platform::clearOperatorScript(unsigned token) {
 std::vector<platform::OperatorPress> platform::operatorPresses(const std::string& dialog) {
     const OperatorScript script = s_script.get();
     return script ? script(dialog) : std::vector<OperatorPress>{};
+}
+
+unsigned platform::setOperatorWatcher(OperatorWatcher watcher) {
+    return s_watcher.set(std::move(watcher));
+}
+
+void platform::clearOperatorWatcher(unsigned token) {
+    s_watcher.clear(token);
+}
+
+void platform::showToOperator(const std::string& dialog, const std::string& item, double value) {
+    if (const OperatorWatcher watcher = s_watcher.get())
+        watcher(dialog, item, value);
 }

@@ -44,6 +44,7 @@ struct ScenarioFaults {
     int failEvery = 0;             // every n-th update fails
     std::optional<int> stuckAxis;  // 0, 1, 2: keeps its first value
     std::optional<double> chatterSeconds;
+    bool silent = false;  // never raises a data event
 };
 
 struct ScenarioSensor {

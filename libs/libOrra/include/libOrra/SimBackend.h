@@ -47,6 +47,7 @@ private:
     std::optional<double> headingTarget_;
     unsigned rotationToken_ = 0;
     unsigned operatorToken_ = 0;
+    unsigned watcherToken_ = 0;
 };
 
 }  // namespace libOrra

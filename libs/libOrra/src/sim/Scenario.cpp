@@ -232,7 +232,9 @@ public:
         if (v.contains("faults")) {
             const std::string w = where + "/faults";
             const auto& f = object(v["faults"], w);
-            keys(f, w, {"disappearAt", "failEvery", "stuckAxis", "chatterSeconds"});
+            keys(f, w, {"disappearAt", "failEvery", "stuckAxis", "chatterSeconds", "silent"});
+            if (f.contains("silent"))
+                s.faults.silent = boolean(f["silent"], w + "/silent");
             if (f.contains("disappearAt")) {
                 s.faults.disappearAt = seconds(f["disappearAt"], w + "/disappearAt");
             }

@@ -26,7 +26,15 @@ namespace {
 class SimSensorObject final : public SensorObject {
 public:
     SimSensorObject(std::shared_ptr<SimBackend> backend, std::size_t index)
-        : backend_(std::move(backend)), index_(index) {}
+        : backend_(std::move(backend)),
+          index_(index),
+          silent_(backend_->scenario().sensors[index].faults.silent) {}
+    // A healthy simulated sensor always has a fresh sample: one data event as a sink attaches,
+    // then one per read.
+    void dataRead() {
+        if (!silent_)
+            notifyData();
+    }
     HRESULT GetState(::SensorState* state) override {
         if (!state)
             return E_POINTER;
@@ -34,9 +42,16 @@ public:
         return S_OK;
     }
 
+protected:
+    void sinkChanged(bool attached) override {
+        if (attached)
+            dataRead();
+    }
+
 private:
     std::shared_ptr<SimBackend> backend_;
     std::size_t index_;
+    bool silent_;
 };
 
 // A simulated sensor as a record sees it. Data events go to the attached sink on the
@@ -50,7 +65,7 @@ public:
     bool read(Sample& out) override {
         if (!backend_->nextSample(index_, out))
             return false;
-        sensor_->notifyData();
+        sensor_->dataRead();
         return true;
     }
 
@@ -114,6 +129,20 @@ double wrap360(double d) {
     return d < 0 ? d + 360.0 : d;
 }
 
+// The display's turn as the compass reads it: a quarter turn one way is -90, the other +90.
+double compassRotationDegrees(std::optional<std::uint32_t> rotation) {
+    switch (rotation.value_or(0)) {
+        case 1:
+            return -90.0;
+        case 2:
+            return 180.0;
+        case 3:
+            return 90.0;
+        default:
+            return 0.0;
+    }
+}
+
 }  // namespace
 
 SimBackend::SimBackend(Scenario scenario) : scenario_(std::move(scenario)) {
@@ -137,9 +166,18 @@ SimBackend::SimBackend(Scenario scenario) : scenario_(std::move(scenario)) {
         }
         return presses;
     });
+    // The person reads the compass's target as drawn, -(target + display rotation), and turns
+    // the device toward the heading that brings the needle onto it.
+    const double rotationDegrees = compassRotationDegrees(scenario_.rotation);
+    watcherToken_ = platform::setOperatorWatcher(
+        [this, rotationDegrees](const std::string& dialog, const std::string& item, double value) {
+            if (dialog == "MagnetometerTest" && item == "target")
+                setHeadingTarget(wrap360(-value - rotationDegrees));
+        });
 }
 
 SimBackend::~SimBackend() {
+    platform::clearOperatorWatcher(watcherToken_);
     platform::clearOperatorScript(operatorToken_);
     platform::clearRotationProvider(rotationToken_);
 }

@@ -40,4 +40,13 @@ void clearOperatorScript(unsigned token);
 // The presses for `dialog`; none without a script.
 std::vector<OperatorPress> operatorPresses(const std::string& dialog);
 
+// What the simulated person reads off a dialog, e.g. the compass's target ("target", in
+// degrees as drawn). Called from whichever thread sets the value.
+using OperatorWatcher =
+    std::function<void(const std::string& dialog, const std::string& item, double value)>;
+unsigned setOperatorWatcher(OperatorWatcher watcher);
+void clearOperatorWatcher(unsigned token);
+// Shows a value to the watcher, if one is installed; a no-op on a real machine.
+void showToOperator(const std::string& dialog, const std::string& item, double value);
+
 }  // namespace platform
