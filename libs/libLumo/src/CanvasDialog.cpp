@@ -170,6 +170,11 @@ void CanvasDialog::render(QPainter& painter) {
     drawPicture(painter, width, height, bitmaps_);
 }
 
+void CanvasDialog::requestRepaint() {
+    if (canvas_)
+        QMetaObject::invokeMethod(canvas_, "update", Qt::QueuedConnection);
+}
+
 QImage CanvasDialog::grabCanvas() {
     return canvas_ ? canvas_->grab().toImage() : QImage();
 }

@@ -44,7 +44,8 @@ public:
     // width or height keeps the image's aspect ratio.
     static HRESULT LoadBitmapFromFile(const vek::String& path, int width, int height,
                                       QImage& bitmap);
-    void OnResize(int type, int width, int height);
+    // The target follows the dialog's new client size; the canvas itself stays.
+    virtual void OnResize(int type, int width, int height);
     // Draws one frame of the canvas with `painter`.
     void render(QPainter& painter);
 
@@ -54,6 +55,8 @@ public:
     QImage grabCanvas();
     // Milliseconds between two frames (the primary screen's refresh, about 60 Hz).
     int frameInterval() const { return frameClock_.interval(); }
+    // Asks for one repaint of the canvas; any thread (queued to the dialog's thread).
+    void requestRepaint();
 
 protected:
     // The dialog's own picture on a target of W x H pixels, with its images in the order given
@@ -63,6 +66,8 @@ protected:
     // One tick of the frame clock; the default repaints the canvas.
     virtual void OnFrame();
     void startFrameClock();
+    // A dialog that repaints only on request stops the frame clock.
+    void stopFrameClock() { frameClock_.stop(); }
     void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
 

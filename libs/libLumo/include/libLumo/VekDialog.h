@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <atomic>
 #include <map>
 #include <string>
 
@@ -31,8 +32,8 @@ public:
     // Sets a control's text; an id without a control is skipped.
     void SetDlgItemText(int id, const vek::String& text);
     void SetWindowText(const vek::String& text);
-    // True from construction until the dialog has ended.
-    bool IsWindow() const { return open_; }
+    // True from construction until the dialog has ended. Any thread.
+    bool IsWindow() const { return open_.load(); }
 
     int resourceId() const { return resourceId_; }
     const DialogBaseUnits& baseUnits() const { return units_; }
@@ -62,7 +63,7 @@ private:
     DialogBaseUnits units_;
     QSize clientSize_;
     std::map<int, QAbstractButton*> controls_;
-    bool open_ = true;
+    std::atomic<bool> open_{true};
 };
 
 // vek::String to QString and back, for the texts the framework supplies.
