@@ -19,6 +19,13 @@ sizes=(
   "gyrometer_light_green          83  84"
   "gyrometer_dial_arrow_right    108  75"
   "gyrometer_dial_arrow_left     108  75"
+  "compass_container_bg          498 437"
+  "compass_bg                    375 375"
+  "compass_needle                183 702"
+  "compass_needle_cap             75  75"
+  "compass_marker                 30  41"
+  "compass_arrow_left            201 406"
+  "compass_arrow_right           201 406"
   "vekrsensors_icon               64  64"
 )
 
