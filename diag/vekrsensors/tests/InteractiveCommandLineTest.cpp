@@ -1,5 +1,5 @@
-// The gyrometer test as a host runs it: the executable on a simulated machine whose dialog
-// opens offscreen and whose operator ends it, one row per way the test can end.
+// The interactive tests as a host runs them: the executable on a simulated machine whose
+// dialogs open offscreen and whose operator ends them, one row per way a test can end.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -13,9 +13,11 @@ namespace {
 
 struct Ending {
     const char* label;
-    const char* extra;  // scenario keys beside the gyrometer
+    const char* extra;  // scenario keys beside the sensor
     const char* result;
     const char* event;  // "" for none
+    const char* test = "GyrometerTest";
+    const char* sensor = nullptr;  // the gyrometer that turns every way by default
 };
 
 void PrintTo(const Ending& e, std::ostream* os) {
@@ -28,18 +30,21 @@ constexpr const char* kTurnsEveryWay =
         {"seconds": 0.5, "rate": [0, 60, 0]}, {"seconds": 1.0, "rate": [0, -60, 0]},
         {"seconds": 0.5, "rate": [0, 0, 60]}, {"seconds": 1.0, "rate": [0, 0, -60]}]})";
 
-class GyrometerEnding : public ::testing::TestWithParam<Ending> {
+constexpr const char* kFollowsTheTarget =
+    R"({"kind": "magnetometer", "locator": "SIM\\COMPASS\\0",
+        "heading": {"start": 10, "follow": "target", "degreesPerSecond": 90}})";
+
+class InteractiveEnding : public ::testing::TestWithParam<Ending> {
 protected:
-    vekr::testing::ScratchDir scratch_{"vekr-gyro-cli"};
+    vekr::testing::ScratchDir scratch_{"vekr-interactive-cli"};
 };
 
-TEST_P(GyrometerEnding, ReportsTheEndingsVerdict) {
+TEST_P(InteractiveEnding, ReportsTheEndingsVerdict) {
     const Ending& e = GetParam();
-    scratch_.write("s.json",
-                   std::string(R"({"sensors": [)") + kTurnsEveryWay + "]" + e.extra + "}");
-    const ModuleOutcome o =
-        runModule({"--scenario", "s.json", "--test", "GyrometerTest", "--report", "r.json"},
-                  scratch_.path().string());
+    scratch_.write("s.json", std::string(R"({"sensors": [)") +
+                                 (e.sensor ? e.sensor : kTurnsEveryWay) + "]" + e.extra + "}");
+    const ModuleOutcome o = runModule(
+        {"--scenario", "s.json", "--test", e.test, "--report", "r.json"}, scratch_.path().string());
     std::ifstream in(scratch_ / "r.json");
     ASSERT_TRUE(in) << o.err;
     const auto report = nlohmann::json::parse(in);
@@ -57,12 +62,12 @@ TEST_P(GyrometerEnding, ReportsTheEndingsVerdict) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Gyrometer, GyrometerEnding,
+    Gyrometer, InteractiveEnding,
     ::testing::Values(
         Ending{"turned_every_way_passes", "", "PASS", ""},
         Ending{"fail_pressed",
-               R"(, "operator": [{"at": 0.3, "dialog": "GyrometerTest", "press": "Fail"}])",
-               "FAIL", "UserClickedFail"},
+               R"(, "operator": [{"at": 0.3, "dialog": "GyrometerTest", "press": "Fail"}])", "FAIL",
+               "UserClickedFail"},
         Ending{"cancel_pressed",
                R"(, "operator": [{"at": 0.3, "dialog": "GyrometerTest", "press": "Cancel"}])",
                "USERABORTED", ""},
@@ -82,6 +87,28 @@ INSTANTIATE_TEST_SUITE_P(
         Ending{"stop_requested", R"(, "stop": {"at": 0.5})", "USERABORTED", ""}),
     [](const auto& row) { return std::string(row.param.label); });
 
+constexpr const char* kCompassTest = "MagnetometerTest";
+
+INSTANTIATE_TEST_SUITE_P(
+    Compass, InteractiveEnding,
+    ::testing::Values(
+        Ending{"turned_to_the_target_passes", "", "PASS", "", kCompassTest, kFollowsTheTarget},
+        Ending{"fail_pressed",
+               R"(, "operator": [{"at": 0.3, "dialog": "MagnetometerTest", "press": "Fail"}])",
+               "FAIL", "UserClickedFail", kCompassTest, kFollowsTheTarget},
+        Ending{"cancel_pressed",
+               R"(, "operator": [{"at": 0.3, "dialog": "MagnetometerTest", "press": "Cancel"}])",
+               "USERABORTED", "", kCompassTest, kFollowsTheTarget},
+        Ending{"escape_pressed",
+               R"(, "operator": [{"at": 0.3, "dialog": "MagnetometerTest", "press": "Escape"}])",
+               "USERABORTED", "", kCompassTest, kFollowsTheTarget},
+        // A freshly started module has no earlier result to fall back on: CANNOTRUN.
+        Ending{"failed_first_heading", "", "CANNOTRUN", "Sensor_NoData", kCompassTest,
+               R"({"kind": "magnetometer", "locator": "C", "updates": [{"fail": true}]})"},
+        Ending{"stop_requested", R"(, "stop": {"at": 0.5})", "USERABORTED", "", kCompassTest,
+               R"({"kind": "magnetometer", "locator": "C", "heading": {"start": 10}})"}),
+    [](const auto& row) { return std::string(row.param.label); });
+
 class GyrometerHost : public ::testing::Test {
 protected:
     vekr::testing::ScratchDir scratch_{"vekr-gyro-host"};
@@ -91,9 +118,9 @@ protected:
 TEST_F(GyrometerHost, NoDisplayOnARealMachineIsCannotRun) {
     FakeSysfs sysfs;
     sysfs.addHidGyro3d(0);
-    const ModuleOutcome o = runModule({"--backend", "iio", "--report", "-"},
-                                      scratch_.path().string(),
-                                      {"VEKR_SYSFS_ROOT=" + sysfs.root().string()});
+    const ModuleOutcome o =
+        runModule({"--backend", "iio", "--report", "-"}, scratch_.path().string(),
+                  {"VEKR_SYSFS_ROOT=" + sysfs.root().string()});
     const auto report = nlohmann::json::parse(o.out);
     bool seen = false;
     for (const auto& run : report["runs"]) {
@@ -108,19 +135,18 @@ TEST_F(GyrometerHost, NoDisplayOnARealMachineIsCannotRun) {
 
 // Only the dialogs start the GUI toolkit: a run of the tests without one never does.
 TEST_F(GyrometerHost, NonInteractiveTestsNeverStartTheToolkit) {
-    const ModuleOutcome o =
-        runModule({"--backend", "sim", "--test", "AccelerometerTest", "--test",
-                   "AmbientLightSensorTest", "--log", "log.txt"},
-                  scratch_.path().string());
+    const ModuleOutcome o = runModule({"--backend", "sim", "--test", "AccelerometerTest", "--test",
+                                       "AmbientLightSensorTest", "--log", "log.txt"},
+                                      scratch_.path().string());
     EXPECT_EQ(o.exitCode, 0) << o.err;
     std::ifstream in(scratch_ / "log.txt");
     const std::string log((std::istreambuf_iterator<char>(in)), {});
     EXPECT_NE(log.find("AccelerometerTest"), std::string::npos) << "the log was written";
     EXPECT_EQ(log.find("GUI toolkit started"), std::string::npos);
 
-    const ModuleOutcome gyro = runModule(
-        {"--backend", "sim", "--test", "GyrometerTest", "--log", "log2.txt"},
-        scratch_.path().string());
+    const ModuleOutcome gyro =
+        runModule({"--backend", "sim", "--test", "GyrometerTest", "--log", "log2.txt"},
+                  scratch_.path().string());
     std::ifstream in2(scratch_ / "log2.txt");
     const std::string log2((std::istreambuf_iterator<char>(in2)), {});
     EXPECT_NE(log2.find("GUI toolkit started on offscreen"), std::string::npos) << log2;

@@ -1,0 +1,192 @@
+#include "MagnetometerTestDlg.h"
+
+#include <QAbstractButton>
+#include <QIcon>
+#include <QPainter>
+#include <QPainterPath>
+#include <cmath>
+
+#include "platform/Screen.h"
+#include "vek/Logging.h"
+#include "vek/Resource.h"
+#include "vekrsensors.h"
+
+namespace vekrsensors {
+namespace {
+
+std::atomic<vek::Logger*> s_logger{nullptr};
+constexpr const char* kLoggerName = "MagnetometerTest.MagnetometerTestDlg";
+
+// Dialog resource 101: 345 x 306 units, Fail and Cancel on the bottom row.
+libLumo::DialogTemplate dialogTemplate() {
+    libLumo::DialogTemplate t;
+    t.id = MagnetometerTestDlg::IDD;
+    t.caption = "Magnetometer Test";
+    t.cx = 345;
+    t.cy = 306;
+    t.buttons = {{MagnetometerTestDlg::IDC_BUTTON_FAIL, "Fail", {109, 287, 50, 14}},
+                 {MagnetometerTestDlg::IDC_BUTTON_CANCEL, "Cancel", {184, 287, 50, 14}}};
+    return t;
+}
+
+enum Image { ContainerBackground, Dial, Needle, NeedleCap, Marker, LeftArrow, RightArrow };
+
+std::vector<libLumo::CanvasImage> images() {
+    return {{"resources/vekrsensors/compass_container_bg.png", 498, 437},
+            {"resources/vekrsensors/compass_bg.png", 375, 375},
+            {"resources/vekrsensors/compass_needle.png", 183, 702},
+            {"resources/vekrsensors/compass_needle_cap.png", 75, 75},
+            {"resources/vekrsensors/compass_marker.png", 30, 41},
+            {"resources/vekrsensors/compass_arrow_left.png", 201, 406},
+            {"resources/vekrsensors/compass_arrow_right.png", 201, 406}};
+}
+
+CompassPicture::Size sizeOf(const QImage& image) {
+    return {static_cast<float>(image.width()), static_cast<float>(image.height())};
+}
+
+// An image at its own size, centred on `at`.
+void drawCentred(QPainter& painter, const QImage& image, PointF at) {
+    const auto w = static_cast<float>(image.width()), h = static_cast<float>(image.height());
+    libLumo::drawBitmap(painter, image, at.x - w / 2, at.y - h / 2, at.x + w / 2, at.y + h / 2);
+}
+
+void rotateAbout(QPainter& painter, PointF centre, float degrees) {
+    painter.translate(centre.x, centre.y);
+    painter.rotate(degrees);
+    painter.translate(-centre.x, -centre.y);
+}
+
+}  // namespace
+
+MagnetometerTestDlg::MagnetometerTestDlg(QWidget* parent)
+    : libLumo::CanvasDialog(dialogTemplate(), parent, "MagnetometerTest", images(), s_logger,
+                            kLoggerName) {
+    // The compass repaints when the worker asks, not every frame.
+    stopFrameClock();
+    if (auto icon = vek::Resource::resolve("resources/vekrsensors/vekrsensors_icon.png"))
+        setWindowIcon(QIcon(QString::fromStdString(icon->string())));
+    if (QAbstractButton* fail = GetDlgItem(IDC_BUTTON_FAIL))
+        QObject::connect(fail, &QAbstractButton::clicked, this,
+                         [this] { OnBnClickedButtonFail(); });
+    if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL)) {
+        QObject::connect(cancel, &QAbstractButton::clicked, this,
+                         [this] { OnBnClickedButtonCancel(); });
+    }
+}
+
+MagnetometerTestDlg::~MagnetometerTestDlg() {
+    VEK_TRACE(s_logger, kLoggerName, "~MagnetometerTestDlg");
+}
+
+bool MagnetometerTestDlg::OnInitDialog() {
+    SetWindowText(strTitleMagnetometerTest->localizedString());
+    SetDlgItemText(IDC_BUTTON_FAIL, strFailButton->localizedString());
+    SetDlgItemText(IDC_BUTTON_CANCEL, strCancelButton->localizedString());
+    if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL))
+        cancel->setFocus();
+    activateWindow();
+    raise();
+    return true;
+}
+
+void MagnetometerTestDlg::OnDestroy() {
+    VEK_TRACE(s_logger, kLoggerName, "OnDestroy");
+}
+
+void MagnetometerTestDlg::SetTargetRotation(double angle) {
+    target_.store(angle, std::memory_order_relaxed);
+    VEK_LOG(s_logger, kLoggerName, 1, "New target rotation: " << angle);
+    // Whoever stands in front of a simulated machine reads the target off the dial.
+    platform::showToOperator(operatorName(), "target", angle);
+    requestRepaint();
+}
+
+void MagnetometerTestDlg::UpdateRotation(double angle) {
+    // Quarter-degree jitter is not worth a repaint.
+    if (std::abs(angle - needle_.load(std::memory_order_relaxed)) < kRepaintDegrees)
+        return;
+    needle_.store(angle, std::memory_order_relaxed);
+    repaintRequests_.fetch_add(1);
+    requestRepaint();
+}
+
+void MagnetometerTestDlg::ShutdownUI() {
+    closing_.store(true);
+    if (!IsWindow())
+        return;
+    // Queued to the dialog's thread, where the paint handler would notice the flag.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (closing_.load())
+                Close();
+        },
+        Qt::QueuedConnection);
+}
+
+void MagnetometerTestDlg::Close() {
+    VEK_TRACE(s_logger, kLoggerName, "Close");
+    if (IsWindow())
+        EndDialog(IDC_BUTTON_FAIL);
+}
+
+void MagnetometerTestDlg::OnBnClickedButtonFail() {
+    result_ = kiva5::TestResult::FAIL();
+    EndDialog(IDC_BUTTON_FAIL);
+}
+
+void MagnetometerTestDlg::OnBnClickedButtonCancel() {
+    result_ = kiva5::TestResult::USERABORTED();
+    EndDialog(IDC_BUTTON_CANCEL);
+}
+
+void MagnetometerTestDlg::OnResize(int /*type*/, int width, int /*height*/) {
+    // The compass keeps its render target's size; a new size only asks for a repaint.
+    if (width > 0)
+        requestRepaint();
+}
+
+void MagnetometerTestDlg::drawPicture(QPainter& painter, float width, float height,
+                                      const std::vector<QImage>& bitmaps) {
+    CompassPicture::Input in;
+    in.width = width;
+    in.height = height;
+    in.target = targetAngle();
+    in.needle = needleAngle();
+    in.dialSize = sizeOf(bitmaps[Dial]);
+    in.markerSize = sizeOf(bitmaps[Marker]);
+    in.needleSize = sizeOf(bitmaps[Needle]);
+    in.arrowSize = sizeOf(bitmaps[LeftArrow]);
+    const CompassPicture p = CompassPicture::compute(in);
+
+    drawCentred(painter, bitmaps[ContainerBackground], p.centre);
+    drawCentred(painter, bitmaps[Dial], p.centre);
+
+    painter.translate(p.markerCentre.x, p.markerCentre.y);
+    painter.rotate(p.markerDegrees);
+    drawCentred(painter, bitmaps[Marker], {0, 0});
+    painter.resetTransform();
+
+    // The arrow shows only in the half-plane on the needle's side of the target.
+    painter.save();
+    QPainterPath half;
+    half.addRect(QRectF(0, 0, width, height / 2));
+    QTransform turn;
+    turn.translate(p.centre.x, p.centre.y);
+    turn.rotate(p.maskDegrees);
+    turn.translate(-p.centre.x, -p.centre.y);
+    painter.setClipPath(turn.map(half));
+    rotateAbout(painter, p.centre, p.arrowDegrees);
+    libLumo::drawBitmap(painter, bitmaps[p.leftArrow ? LeftArrow : RightArrow], p.arrowRect.left,
+                        p.arrowRect.top, p.arrowRect.right, p.arrowRect.bottom);
+    painter.restore();
+
+    rotateAbout(painter, p.centre, p.needleDegrees);
+    libLumo::drawBitmap(painter, bitmaps[Needle], p.needleRect.left, p.needleRect.top,
+                        p.needleRect.right, p.needleRect.bottom);
+    painter.resetTransform();
+    drawCentred(painter, bitmaps[NeedleCap], p.centre);
+}
+
+}  // namespace vekrsensors

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <atomic>
+
+#include "CompassPicture.h"
+#include "kiva5/TestResult.h"
+#include "libLumo/CanvasDialog.h"
+
+namespace vekrsensors {
+
+// The compass test's modal dialog: a dial with a marker at the target heading, a needle that
+// shows the device's heading, and an arrow from the needle toward the target. Built, run and
+// deleted by the test function on the main thread. The worker thread sets the target once and
+// the needle continuously (atomics) and asks for repaints; unlike the gyrometer's, this canvas
+// repaints only on request, and only for needle moves of a quarter degree or more.
+class MagnetometerTestDlg : public libLumo::CanvasDialog {
+public:
+    static constexpr int IDD = 101;
+    static constexpr int IDC_BUTTON_FAIL = 1000;
+    static constexpr int IDC_BUTTON_CANCEL = 1001;
+    static constexpr double kRepaintDegrees = 0.25;
+
+    explicit MagnetometerTestDlg(QWidget* parent);
+    ~MagnetometerTestDlg() override;
+
+    // Worker thread.
+    void SetTargetRotation(double angle);
+    void UpdateRotation(double angle);
+    void ShutdownUI();
+
+    kiva5::TestResult getResult() const { return result_; }
+    void setResult(const kiva5::TestResult& result) { result_ = result; }
+    double targetAngle() const { return target_.load(std::memory_order_relaxed); }
+    double needleAngle() const { return needle_.load(std::memory_order_relaxed); }
+    // Repaints asked for since construction (each queued to the dialog's thread).
+    int repaintRequests() const { return repaintRequests_.load(); }
+
+    void OnBnClickedButtonFail();
+    void OnBnClickedButtonCancel();
+    void Close();
+
+protected:
+    bool OnInitDialog() override;
+    void OnDestroy() override;
+    void OnResize(int type, int width, int height) override;
+    void drawPicture(QPainter& painter, float width, float height,
+                     const std::vector<QImage>& bitmaps) override;
+
+private:
+    kiva5::TestResult result_ = kiva5::TestResult::USERABORTED();
+    std::atomic<double> needle_{0.0}, target_{0.0};
+    std::atomic<bool> closing_{false};
+    std::atomic<int> repaintRequests_{0};
+};
+
+}  // namespace vekrsensors

@@ -1,0 +1,388 @@
+// The compass: its arithmetic and picture as plain values, its worker against simulated
+// sensors on a manual clock, and its dialog driven headless.
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QTimer>
+#include <cmath>
+#include <filesystem>
+#include <thread>
+
+#include "MagnetometerTest/CompassMotion.h"
+#include "MagnetometerTest/CompassPicture.h"
+#include "MagnetometerTest/MagnetometerTest.h"
+#include "MagnetometerTest/MagnetometerTestDlg.h"
+#include "kiva5/DiagModule.h"
+#include "libLumo/GdiResourceManager.h"
+#include "libOrra/SimBackend.h"
+#include "platform/Display.h"
+#include "platform/Screen.h"
+#include "vek/Clock.h"
+#include "vekrsensors.h"
+
+namespace {
+
+using kiva5::TestResult;
+using vekrsensors::CompassMotion;
+using vekrsensors::CompassPicture;
+using vekrsensors::MagnetometerRun;
+using vekrsensors::MagnetometerTestDlg;
+
+TEST(CompassTarget, LiesNinetyTo269DegreesAhead) {
+    struct Row {
+        double heading;
+        int draw;
+        double target;
+    };
+    const Row rows[] = {
+        {0, 0, 90},   {0, 179, 269},  {300, 100, 130},  // 490 wraps to 130
+        {350, 0, 80}, {-200, 0, 250},  // a negative heading still lands in [0, 360)
+    };
+    for (const Row& r : rows) {
+        EXPECT_DOUBLE_EQ(CompassMotion::chooseTarget(r.heading, r.draw), r.target)
+            << r.heading << " + " << r.draw;
+    }
+}
+
+TEST(CompassHold, DistanceIsNotWrappedAtNorth) {
+    struct Row {
+        double displayed, rotation, rotationAtTarget, target, distance;
+    };
+    const Row rows[] = {
+        {4, 0, 0, 5, 1},       {359, 0, 0, 1, 358},  // one degree away across north counts as 358
+        {361, 0, 0, 1, 0},                           // a full turn further is the same heading
+        {-5, 0, 0, 355, 0},                          // negative headings are brought into [0, 360)
+        {10, -90, -90, 10, 0},  // the display's turn since the target was chosen counts
+        {10, 0, -90, 100, 0},
+    };
+    for (const Row& r : rows) {
+        EXPECT_DOUBLE_EQ(
+            CompassMotion::distanceToTarget(r.displayed, r.rotation, r.rotationAtTarget, r.target),
+            r.distance)
+            << r.displayed << " vs " << r.target;
+    }
+}
+
+TEST(CompassNeedle, SettlesOnTheHeadingTheShortWayRound) {
+    CompassMotion needle;  // at 0
+    double lowest = 0;
+    for (int i = 0; i < 1000; ++i) {  // 10 s at 10 ms
+        needle.step(350.0, 0.01);
+        lowest = std::min(lowest, needle.displayed);
+    }
+    // 350 is reached by turning back 10 degrees, not forward 350.
+    EXPECT_NEAR(needle.displayed, -10.0, 0.01);
+    EXPECT_GT(lowest, -12.0) << "overshoot of a damped spring stays small";
+    EXPECT_NEAR(needle.velocity, 0.0, 0.01);
+}
+
+TEST(CompassNeedle, AStalledLoopDoesNotThrowItOff) {
+    CompassMotion needle;
+    // Steps of 5 s are taken as 0.2 s each: the needle still settles instead of blowing up.
+    for (int i = 0; i < 200; ++i)
+        needle.step(100.0, 5.0);
+    EXPECT_NEAR(needle.displayed, 100.0, 0.01);
+}
+
+TEST(CompassArrow, PointsTheShortWayFromNeedleToTarget) {
+    struct Row {
+        double target, needle;
+        float difference;
+        bool left;
+    };
+    const Row rows[] = {
+        {10, 350, 20, false},                         // -340 wraps to +20: turn clockwise
+        {350, 10, -20, true},  {45, 45, 0, false},    // equal: +90, the right arrow
+        {0, 90, -90, true},    {725.5, 0, 5, false},  // beyond a full turn only whole degrees count
+        {-725.5, 0, -5, true}, {190, 0, -170, true},  // 190 clockwise is 170 the other way
+    };
+    for (const Row& r : rows) {
+        EXPECT_FLOAT_EQ(CompassPicture::difference(r.target, r.needle), r.difference)
+            << r.target << " - " << r.needle;
+        CompassPicture::Input in;
+        in.width = 600;
+        in.height = 400;
+        in.target = r.target;
+        in.needle = r.needle;
+        const CompassPicture p = CompassPicture::compute(in);
+        EXPECT_EQ(p.leftArrow, r.left) << r.target << " - " << r.needle;
+        // The half-plane that shows the arrow is the needle's line turned toward the target.
+        EXPECT_FLOAT_EQ(p.maskDegrees, static_cast<float>(r.needle) + (r.left ? -90.0f : 90.0f));
+    }
+}
+
+TEST(CompassPicture, PlacesMarkerArrowAndNeedle) {
+    CompassPicture::Input in;
+    in.width = 600;
+    in.height = 400;
+    // The marker's centre sits (375 - 41) / 2 = 167 from the centre, at the target.
+    in.target = 0;
+    CompassPicture p = CompassPicture::compute(in);
+    EXPECT_FLOAT_EQ(p.markerCentre.x, 300);
+    EXPECT_FLOAT_EQ(p.markerCentre.y, 200 - 167);
+    in.target = 90;
+    p = CompassPicture::compute(in);
+    EXPECT_NEAR(p.markerCentre.x, 300 + 167, 1e-4);
+    EXPECT_NEAR(p.markerCentre.y, 200, 1e-4);
+    EXPECT_FLOAT_EQ(p.markerDegrees, 90);
+    // The right arrow hangs left of the target's radius, the left one right of it.
+    in.needle = 45;  // target 90 is clockwise: right arrow
+    p = CompassPicture::compute(in);
+    EXPECT_EQ(p.arrowRect, (vekrsensors::RectF{300 - 201, 200 - 203, 300, 200 + 203}));
+    EXPECT_FLOAT_EQ(p.arrowDegrees, 90);
+    in.needle = 135;
+    p = CompassPicture::compute(in);
+    EXPECT_EQ(p.arrowRect, (vekrsensors::RectF{300, 200 - 203, 300 + 201, 200 + 203}));
+    // The needle is drawn at 0.45 of its image, centred.
+    const float nw = 183 * 0.45f, nh = 702 * 0.45f;
+    EXPECT_EQ(p.needleRect,
+              (vekrsensors::RectF{300 - nw / 2, 200 - nh / 2, 300 + nw / 2, 200 + nh / 2}));
+    EXPECT_FLOAT_EQ(p.needleDegrees, 135);
+}
+
+TEST(CompassDisplayRotation, MapsOrientationCodesToDegrees) {
+    struct Row {
+        std::optional<DWORD> code;
+        bool readable;
+        double degrees;
+    };
+    const Row rows[] = {{0, true, 0},  {1, true, -90}, {2, true, 180},
+                        {3, true, 90}, {7, false, 0},  {std::nullopt, false, 0}};
+    for (const Row& r : rows) {
+        const unsigned token = platform::setRotationProvider([&r] { return r.code; });
+        double degrees = 0;
+        EXPECT_EQ(vekrsensors::getDisplayRotation(degrees), r.readable);
+        EXPECT_EQ(degrees, r.degrees);
+        platform::clearRotationProvider(token);
+    }
+}
+
+// The worker on a simulated machine. The sensor clock is manual: every 10 ms pause moves it.
+struct WorkerRow {
+    const char* label;
+    const char* machine;
+    const char* locator;
+    double uiClosesAt;  // 0: the dialog stays open
+    int exitCode;
+    TestResult result;
+    const char* event;
+};
+
+void PrintTo(const WorkerRow& r, std::ostream* os) {
+    *os << r.label;
+}
+
+const TestResult kBefore = TestResult::CANNOTRUN();  // as a freshly loaded module has it
+
+class CompassWorker : public ::testing::TestWithParam<WorkerRow> {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(gui_.ready());
+        vek::Clock::installForTesting(&clock_);
+        kiva5::DiagModule::captureEventsForTesting(&run_);
+        vekrsensors::paramDegreesThreshold->set("10");
+        vekrsensors::paramMagnetometerWaitTime->set("2");
+    }
+    void TearDown() override {
+        kiva5::DiagModule::captureEventsForTesting(nullptr);
+        vek::Clock::installForTesting(nullptr);
+        libOrra::installBackend(nullptr);
+        vekrsensors::paramDegreesThreshold->unset();
+        vekrsensors::paramMagnetometerWaitTime->unset();
+    }
+    double seconds() const { return std::chrono::duration<double>(clock_.now()).count(); }
+
+    libLumo::GdiResourceManager gui_;
+    vek::ManualClock clock_;
+    kiva5::RunRecord run_;
+};
+
+TEST_P(CompassWorker, EndsAsItsTableSays) {
+    const WorkerRow& row = GetParam();
+    auto backend = std::make_shared<libOrra::SimBackend>(
+        libOrra::parseScenario(std::string("{") + row.machine + "}", row.label));
+    libOrra::installBackend(backend);
+    backend->testStarting();
+    MagnetometerRun::testDeviceLocator = vek::String(row.locator);
+    MagnetometerRun::backgroundResult = kBefore;
+
+    MagnetometerTestDlg dialog(nullptr);
+    vek::ManagedThread worker(&MagnetometerBackgroundData, &dialog);
+    ASSERT_TRUE(worker.run(vek::String("compass-test")));
+    if (row.uiClosesAt > 0) {
+        while (seconds() < row.uiClosesAt)
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        MagnetometerRun::backgroundRunFlag.exchange(false);
+    }
+    worker.join();
+    MagnetometerRun::backgroundRunFlag.exchange(true);
+
+    int code = -1;
+    ASSERT_TRUE(worker.getExitCode(&code));
+    EXPECT_EQ(code, row.exitCode);
+    EXPECT_EQ(MagnetometerRun::backgroundResult, row.result)
+        << MagnetometerRun::backgroundResult.name();
+    if (*row.event) {
+        ASSERT_FALSE(run_.events.empty());
+        EXPECT_EQ(run_.events[0].name, row.event);
+    } else {
+        EXPECT_TRUE(run_.events.empty()) << run_.events[0].name;
+    }
+    // However the worker ended, the dialog closes.
+    QTimer::singleShot(5000, &dialog, [&dialog] { dialog.EndDialog(-1); });
+    EXPECT_EQ(dialog.DoModal(), MagnetometerTestDlg::IDC_BUTTON_FAIL) << "the dialog stayed open";
+}
+
+#define COMPASS(extra) \
+    R"("sensors": [{"kind": "magnetometer", "locator": "SIM\\COMPASS\\0", )" extra "}]"
+constexpr const char* kCompass = "SIM\\COMPASS\\0";
+
+INSTANTIATE_TEST_SUITE_P(
+    Compass, CompassWorker,
+    ::testing::Values(
+        // The simulated person reads the target off the dial and turns toward it.
+        WorkerRow{
+            "turned_to_the_target_and_held_passes",
+            COMPASS(R"("heading": {"start": 10, "follow": "target", "degreesPerSecond": 90})"),
+            kCompass, 0, 1, TestResult::PASS(), ""},
+        WorkerRow{"the_same_on_a_turned_display",
+                  R"("display": {"rotation": 3}, )" COMPASS(
+                      R"("heading": {"start": 200, "follow": "target", "degreesPerSecond": 90})"),
+                  kCompass, 0, 1, TestResult::PASS(), ""},
+        WorkerRow{
+            "a_sensor_without_data_events_is_still_tested",
+            COMPASS(R"("heading": {"start": 10, "follow": "target"}, "faults": {"silent": true})"),
+            kCompass, 0, 1, TestResult::PASS(), ""},
+        // Held still: the target is always 90 degrees or more away.
+        WorkerRow{"never_turned_waits_for_the_user", COMPASS(R"("heading": {"start": 10})"),
+                  kCompass, 20, 0, kBefore, ""},
+        WorkerRow{"a_heading_that_never_becomes_valid_waits",
+                  COMPASS(R"("updates": [{"heading": 123, "valid": false}])"), kCompass, 20, 0,
+                  kBefore, ""},
+        // The first read fails: the worker ends without settling, so the result stays as
+        // the module had it.
+        WorkerRow{"a_failed_first_heading_leaves_the_result",
+                  COMPASS(R"("updates": [{"fail": true}])"), kCompass, 0, 1, kBefore,
+                  "Sensor_NoData"},
+        WorkerRow{
+            "a_failed_heading_later_fails",
+            COMPASS(
+                R"("updates": [{"heading": 10}, {"heading": 10}, {"heading": 12}, {"fail": true}])"),
+            kCompass, 0, 1, TestResult::FAIL(), "Sensor_NoData"},
+        WorkerRow{"an_unreadable_display_before_the_target_leaves_the_result",
+                  R"("display": {"rotation": null}, )" COMPASS(R"("heading": {"start": 10})"),
+                  kCompass, 0, 1, kBefore, ""},
+        WorkerRow{"no_compass_with_the_devices_locator", COMPASS(R"("heading": {"start": 10})"),
+                  "SIM\\COMPASS\\9", 0, 1, TestResult::NODEVICE(), ""},
+        WorkerRow{"the_sensor_list_is_unavailable",
+                  COMPASS(R"("heading": {"start": 10})") R"(, "failEnumeration": ["magnetometer"])",
+                  kCompass, 0, 1, TestResult::NODEVICE(), ""},
+        WorkerRow{"a_sensor_in_error", COMPASS(R"("heading": {"start": 10}, "states": ["ERROR"])"),
+                  kCompass, 0, 1, TestResult::FAIL(), "SensorState_Error"}),
+    [](const auto& row) { return std::string(row.param.label); });
+
+// The dialog on its own.
+class CompassDialog : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(gui_.ready()); }
+    void TearDown() override {
+        if (token_)
+            platform::clearOperatorScript(token_);
+    }
+    void script(const std::string& press) {
+        token_ = platform::setOperatorScript([press](const std::string& dialog) {
+            return dialog == "MagnetometerTest"
+                       ? std::vector<platform::OperatorPress>{{0.05, press}}
+                       : std::vector<platform::OperatorPress>{};
+        });
+    }
+    libLumo::GdiResourceManager gui_;
+    unsigned token_ = 0;
+};
+
+TEST_F(CompassDialog, EndsWithTheUsersVerdictOrWhenTheWorkerIsDone) {
+    struct Row {
+        const char* press;
+        int code;
+        TestResult result;
+    };
+    const Row rows[] = {
+        {"Fail", MagnetometerTestDlg::IDC_BUTTON_FAIL, TestResult::FAIL()},
+        {"Cancel", MagnetometerTestDlg::IDC_BUTTON_CANCEL, TestResult::USERABORTED()},
+        {"Escape", libLumo::VekDialog::IDCANCEL, TestResult::USERABORTED()},
+    };
+    for (const Row& row : rows) {
+        script(row.press);
+        MagnetometerTestDlg dialog(nullptr);
+        EXPECT_EQ(dialog.DoModal(), row.code) << row.press;
+        EXPECT_EQ(dialog.getResult(), row.result) << row.press;
+        platform::clearOperatorScript(token_);
+        token_ = 0;
+    }
+    MagnetometerTestDlg dialog(nullptr);
+    std::thread worker([&dialog] { dialog.ShutdownUI(); });
+    EXPECT_EQ(dialog.DoModal(), MagnetometerTestDlg::IDC_BUTTON_FAIL);
+    worker.join();
+    EXPECT_EQ(dialog.getResult(), TestResult::USERABORTED()) << "the worker's end keeps it";
+}
+
+TEST_F(CompassDialog, RepaintsOnlyForQuarterDegreeMoves) {
+    MagnetometerTestDlg dialog(nullptr);
+    struct Step {
+        double angle;
+        int requests;  // total so far
+        double stored;
+    };
+    const Step steps[] = {{0.2, 0, 0.0},   {0.25, 1, 0.25}, {0.45, 1, 0.25},
+                          {-0.1, 2, -0.1}, {-0.3, 2, -0.1}, {90, 3, 90}};
+    for (const Step& s : steps) {
+        dialog.UpdateRotation(s.angle);
+        EXPECT_EQ(dialog.repaintRequests(), s.requests) << s.angle;
+        EXPECT_EQ(dialog.needleAngle(), s.stored) << s.angle;
+    }
+}
+
+// A frame as the user sees it, saved beside the tests ("frames/").
+TEST_F(CompassDialog, DrawsTheArrowOnTheNeedlesSideOfTheTarget) {
+    std::filesystem::create_directories("frames");
+    MagnetometerTestDlg dialog(nullptr);
+    dialog.SetTargetRotation(120);
+    dialog.UpdateRotation(20);
+    const QImage frame = dialog.grab().toImage();
+    frame.save("frames/compass_arrow.png");
+
+    const QPoint canvas = dialog.canvas()->pos();
+    const QPointF c(dialog.canvas()->width() / 2.0, dialog.canvas()->height() / 2.0);
+    const auto at = [&](double degrees, double radius) {
+        const double a = degrees / 180.0 * M_PI;
+        return frame.pixelColor(canvas + QPoint(static_cast<int>(c.x() + radius * std::sin(a)),
+                                                static_cast<int>(c.y() - radius * std::cos(a))));
+    };
+    const auto amber = [](const QColor& p) {
+        return p.red() > 180 && p.green() > 120 && p.blue() < 110;
+    };
+    // The arrow runs on the ring of radius 165 from the needle (20) to the target (120) ...
+    EXPECT_TRUE(amber(at(70, 165))) << at(70, 165).name().toStdString();
+    // ... and not on the other side of the needle or beyond the target.
+    EXPECT_FALSE(amber(at(300, 165))) << at(300, 165).name().toStdString();
+    EXPECT_FALSE(amber(at(200, 165))) << at(200, 165).name().toStdString();
+}
+
+TEST(CompassArtwork, EveryImageIsShippedAtTheSizeTheDialogLoads) {
+    struct Row {
+        const char* file;
+        QSize size;
+    };
+    const Row rows[] = {
+        {"compass_container_bg.png", {498, 437}}, {"compass_bg.png", {375, 375}},
+        {"compass_needle.png", {183, 702}},       {"compass_needle_cap.png", {75, 75}},
+        {"compass_marker.png", {30, 41}},         {"compass_arrow_left.png", {201, 406}},
+        {"compass_arrow_right.png", {201, 406}},
+    };
+    for (const Row& row : rows) {
+        const QImage image(QString("bin/resources/vekrsensors/") + row.file);
+        EXPECT_EQ(image.size(), row.size) << row.file;
+    }
+}
+
+}  // namespace
