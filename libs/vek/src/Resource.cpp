@@ -141,14 +141,56 @@ std::string VekLocale::languageFromEnvironment() {
     return "en";
 }
 
+namespace {
+
+// `relative` under `base`, each component matched without regard to letter case when the
+// exact name is missing (resource names were written for a file system that ignores case:
+// "Resources/..." must find "resources/..."). Empty components from doubled slashes are
+// skipped. The first match in directory order wins.
+std::optional<fs::path> findIgnoringCase(const fs::path& base, const fs::path& relative) {
+    fs::path at = base;
+    std::error_code ec;
+    for (const fs::path& part : relative) {
+        if (part.empty() || part == ".")
+            continue;
+        if (fs::exists(at / part, ec)) {
+            at /= part;
+            continue;
+        }
+        const String wanted(part.string());
+        std::optional<fs::path> found;
+        for (fs::directory_iterator it(at, ec), end; !ec && it != end; it.increment(ec)) {
+            if (String(it->path().filename().string()).equalNoCase(wanted)) {
+                found = it->path();
+                break;
+            }
+        }
+        if (!found)
+            return std::nullopt;
+        at = *found;
+    }
+    return fs::is_regular_file(at, ec) ? std::optional<fs::path>(at) : std::nullopt;
+}
+
+}  // namespace
+
 std::optional<fs::path> Resource::resolve(const fs::path& relative) {
     std::error_code ec;
     if (fs::is_regular_file(relative, ec))
         return fs::absolute(relative, ec);
-    if (auto dir = executableDir()) {
+    const auto dir = executableDir();
+    if (dir) {
         const fs::path candidate = *dir / relative;
         if (fs::is_regular_file(candidate, ec))
             return candidate;
+    }
+    if (relative.is_relative()) {
+        if (auto found = findIgnoringCase(fs::current_path(ec), relative))
+            return found;
+        if (dir) {
+            if (auto found = findIgnoringCase(*dir, relative))
+                return found;
+        }
     }
     return std::nullopt;
 }

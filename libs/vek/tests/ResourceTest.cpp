@@ -66,6 +66,29 @@ TEST_F(Settings, WorkingDirectoryComesBeforeTheExecutablesFolder) {
     EXPECT_EQ(v, "from-cwd");
 }
 
+TEST_F(Settings, ResourceNamesIgnoreLetterCaseAndDoubledSlashes) {
+    fs::create_directories(root_ / "exe/resources/mod");
+    std::ofstream(root_ / "exe/resources/mod/prox.png") << "x";
+    struct Row {
+        const char* asked;
+        bool found;
+    };
+    const Row rows[] = {
+        {"resources/mod/prox.png", true},
+        {"Resources//mod//prox.png", true},
+        {"RESOURCES/Mod/PROX.PNG", true},
+        {"Resources//mod//other.png", false},
+        {"Resources/mod", false},  // a folder is not a resource
+    };
+    for (const Row& r : rows) {
+        const auto found = vek::Resource::resolve(r.asked);
+        EXPECT_EQ(found.has_value(), r.found) << r.asked;
+        if (found && r.found) {
+            EXPECT_TRUE(fs::equivalent(*found, root_ / "exe/resources/mod/prox.png")) << r.asked;
+        }
+    }
+}
+
 TEST_F(Settings, MissingFileMeansNoSetting) {
     std::string v;
     EXPECT_FALSE(get("A.value", v));

@@ -30,6 +30,8 @@ private:
 class Resource {
 public:
     // The first existing file for `relative` (e.g. "resources/vekrsensors/settings.json").
+    // Letter case is ignored where the exact name is missing ("Resources//vekrsensors//x.png"
+    // finds "resources/vekrsensors/x.png").
     static std::optional<std::filesystem::path> resolve(const std::filesystem::path& relative);
 
     // Reads setting `key` of module `module` from "resources/<module>/settings.json": the
