@@ -95,8 +95,8 @@ QAbstractButton* VekDialog::operatorControl(const std::string& press) {
 
 void VekDialog::pressAsOperator(const std::string& control) {
     VEK_LOG(s_logger, kLoggerName, 1, "Operator presses " << control << " on " << operatorName_);
-    if (control == "Close") {
-        close();
+    if (control == "Close" && !operatorControl(control)) {
+        close();  // the window's own close button
         return;
     }
     if (control == "Escape") {

@@ -41,8 +41,9 @@ public:
     QSize clientSize() const { return clientSize_; }
     const std::string& operatorName() const { return operatorName_; }
 
-    // What a scripted press does: "Close" closes the window, "Escape" sends the key, any other
-    // name clicks the control that operatorControl() names, when it is visible and enabled.
+    // What a scripted press does: "Escape" sends the key; "Close" closes the window unless the
+    // dialog names a close control of its own; any other name clicks the control that
+    // operatorControl() names, when it is visible and enabled.
     void pressAsOperator(const std::string& control);
 
 protected:
