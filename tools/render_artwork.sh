@@ -26,6 +26,10 @@ sizes=(
   "compass_marker                 30  41"
   "compass_arrow_left            201 406"
   "compass_arrow_right           201 406"
+  "proxCantSee                   394 336"
+  "proxHoldSteady                394 336"
+  "proxNowMove                   394 336"
+  "close                          32  32"
   "vekrsensors_icon               64  64"
 )
 
