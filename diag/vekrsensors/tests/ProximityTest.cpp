@@ -1,0 +1,437 @@
+// The proximity test's countdowns, dialog, prompt and entry, on a simulated machine in real
+// time (countdowns of a second or two).
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QCoreApplication>
+#include <QTimer>
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "ProximitySensorTest/PostMessageTimer.h"
+#include "ProximitySensorTest/ProximitySensorTest.h"
+#include "ProximitySensorTest/ProximitySensorTestDlg.h"
+#include "ScratchDir.h"
+#include "kiva5/DiagModule.h"
+#include "kiva5/Localization.h"
+#include "libLumo/GdiResourceManager.h"
+#include "libOrra/SimBackend.h"
+#include "libTarra/Proximity.h"
+#include "platform/Screen.h"
+#include "vek/Resource.h"
+#include "vekrsensors.h"
+
+namespace {
+
+using kiva5::TestResult;
+using vekrsensors::PostMessageTimer;
+using vekrsensors::ProximitySensorTestDlg;
+using Clock = std::chrono::steady_clock;
+
+// Counts the messages a countdown posts, with the time of the first.
+class Mailbox : public QObject {
+public:
+    int received = 0;
+    Clock::time_point first;
+
+protected:
+    void customEvent(QEvent*) override {
+        if (received++ == 0)
+            first = Clock::now();
+    }
+};
+
+void pumpFor(std::chrono::milliseconds span, const std::function<void()>& each = {}) {
+    const auto end = Clock::now() + span;
+    while (Clock::now() < end) {
+        QCoreApplication::processEvents();
+        if (each)
+            each();
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+double secondsSince(Clock::time_point start, Clock::time_point t) {
+    return std::chrono::duration<double>(t - start).count();
+}
+
+class Countdown : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(gui_.ready()); }
+    libLumo::GdiResourceManager gui_;
+    Mailbox box_;
+};
+
+TEST_F(Countdown, FiresOnceAtMostAStepLate) {
+    PostMessageTimer timer(&box_, 1025, 1);
+    const auto start = Clock::now();
+    timer.start();
+    pumpFor(std::chrono::milliseconds(2000));
+    EXPECT_EQ(box_.received, 1);
+    EXPECT_GE(secondsSince(start, box_.first), 1.0);
+    EXPECT_LT(secondsSince(start, box_.first), 1.5);
+    EXPECT_FALSE(timer.running());
+}
+
+TEST_F(Countdown, AResetLengthensIt) {
+    PostMessageTimer timer(&box_, 1025, 1);
+    const auto start = Clock::now();
+    timer.start();
+    pumpFor(std::chrono::milliseconds(600));
+    timer.resetCountdown();
+    pumpFor(std::chrono::milliseconds(1800));
+    ASSERT_EQ(box_.received, 1);
+    EXPECT_GE(secondsSince(start, box_.first), 1.6);
+}
+
+TEST_F(Countdown, AResetEvery100MillisecondsNeverFires) {
+    PostMessageTimer timer(&box_, 1025, 1);
+    timer.start();
+    auto lastReset = Clock::now();
+    pumpFor(std::chrono::milliseconds(2500), [&] {
+        if (Clock::now() - lastReset >= std::chrono::milliseconds(100)) {
+            timer.resetCountdown();
+            lastReset = Clock::now();
+        }
+    });
+    EXPECT_EQ(box_.received, 0);
+    timer.stop();
+}
+
+TEST_F(Countdown, StopJoinsAndStartArmsItAgain) {
+    PostMessageTimer timer(&box_, 1025, 1);
+    timer.start();
+    pumpFor(std::chrono::milliseconds(100));
+    timer.stop();
+    EXPECT_FALSE(timer.running());
+    pumpFor(std::chrono::milliseconds(1400));
+    EXPECT_EQ(box_.received, 0) << "a stopped countdown posts nothing";
+    timer.start();
+    timer.start();  // joins the first thread before arming a second
+    pumpFor(std::chrono::milliseconds(1600));
+    EXPECT_EQ(box_.received, 1);
+    // After it fired a reset has no effect until the next start.
+    timer.resetCountdown();
+    pumpFor(std::chrono::milliseconds(1400));
+    EXPECT_EQ(box_.received, 1);
+}
+
+// The dialog on a simulated machine whose proximity sensor delivers scripted readings.
+struct DialogRow {
+    const char* label;
+    const char* readings;  // the sensor's scenario keys
+    std::vector<std::pair<std::string, platform::OperatorPress>> presses;  // dialog, press
+    bool includeFail;
+    bool usePrompt;
+    unsigned promptSeconds, noDataSeconds;
+    TestResult result;
+    const char* event;
+    std::uint32_t promptCount;
+};
+
+void PrintTo(const DialogRow& r, std::ostream* os) {
+    *os << r.label;
+}
+
+class ProximityDialog : public ::testing::TestWithParam<DialogRow> {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(gui_.ready());
+        kiva5::DiagModule::captureEventsForTesting(&run_);
+    }
+    void TearDown() override {
+        kiva5::DiagModule::captureEventsForTesting(nullptr);
+        libTarra::ProximitySensorRunner::stopSensor();
+        libOrra::installBackend(nullptr);
+        if (token_)
+            platform::clearOperatorScript(token_);
+    }
+    libLumo::GdiResourceManager gui_;
+    kiva5::RunRecord run_;
+    unsigned token_ = 0;
+};
+
+constexpr const char* kSteadyThenMove =
+    R"("readings": [{"at": 0.1, "detected": true, "mm": 100}, {"at": 0.2, "detected": true, "mm": 100},
+                    {"at": 0.3, "detected": true, "mm": 102}, {"at": 0.4, "detected": true, "mm": 101},
+                    {"at": 0.6, "detected": true, "mm": 160}])";
+constexpr const char* kNothingSeen = R"("readings": [])";
+// Readings keep coming but never hold steady: only the no-progress countdown runs out.
+constexpr const char* kRestless =
+    R"("readings": [{"at": 0.1, "detected": true, "mm": 100}, {"at": 0.2, "detected": true, "mm": 200}],
+       "faults": {"chatterSeconds": 0.2})";
+
+TEST_P(ProximityDialog, EndsAsItsTableSays) {
+    const DialogRow& row = GetParam();
+    libOrra::installBackend(std::make_shared<libOrra::SimBackend>(libOrra::parseScenario(
+        std::string(R"({"sensors": [{"kind": "proximity", "locator": "P", )") + row.readings +
+            "}]}",
+        row.label)));
+    auto presses = row.presses;
+    token_ = platform::setOperatorScript([presses](const std::string& dialog) {
+        std::vector<platform::OperatorPress> out;
+        for (const auto& [name, press] : presses) {
+            if (name == dialog)
+                out.push_back(press);
+        }
+        return out;
+    });
+    ProximitySensorTestDlg dialog(nullptr, vek::String("P"), 3, 10, 15, row.includeFail,
+                                  row.usePrompt, row.promptSeconds, row.noDataSeconds);
+    QTimer::singleShot(15000, &dialog, [&dialog] { dialog.EndDialog(-1); });
+    dialog.DoModal();
+    EXPECT_EQ(dialog.getTestResult(), row.result) << dialog.getTestResult().name();
+    if (*row.event) {
+        ASSERT_EQ(run_.events.size(), 1u);
+        EXPECT_EQ(run_.events[0].name, row.event);
+    } else {
+        EXPECT_TRUE(run_.events.empty()) << run_.events[0].name;
+    }
+    EXPECT_EQ(dialog.promptCount(), row.promptCount);
+}
+
+using Presses = std::vector<std::pair<std::string, platform::OperatorPress>>;
+
+INSTANTIATE_TEST_SUITE_P(
+    Proximity, ProximityDialog,
+    ::testing::Values(
+        DialogRow{"steady_then_moved_passes",
+                  kSteadyThenMove,
+                  {},
+                  true,
+                  true,
+                  30,
+                  30,
+                  TestResult::PASS(),
+                  "",
+                  0},
+        DialogRow{"fail_pressed", kNothingSeen, Presses{{"ProximitySensorTest", {0.2, "Fail"}}},
+                  true, true, 30, 30, TestResult::FAIL(), "UserClickedFail", 0},
+        DialogRow{"cancel_pressed", kNothingSeen, Presses{{"ProximitySensorTest", {0.2, "Cancel"}}},
+                  true, true, 30, 30, TestResult::USERABORTED(), "", 0},
+        DialogRow{"close_image_clicked", kNothingSeen,
+                  Presses{{"ProximitySensorTest", {0.2, "Close"}}}, true, true, 30, 30,
+                  TestResult::USERABORTED(), "", 0},
+        DialogRow{"escape_keeps_the_preset", kNothingSeen,
+                  Presses{{"ProximitySensorTest", {0.2, "Escape"}}}, true, true, 30, 30,
+                  TestResult::USERABORTED(), "", 0},
+        // Without its Fail button the operator cannot fail it; Cancel still ends it.
+        DialogRow{"hidden_fail_button", kNothingSeen,
+                  Presses{{"ProximitySensorTest", {0.1, "Fail"}},
+                          {"ProximitySensorTest", {0.3, "Cancel"}}},
+                  false, true, 30, 30, TestResult::USERABORTED(), "", 0},
+        DialogRow{"sensor_error",
+                  R"("readings": [], "error": {"at": 0.2})",
+                  {},
+                  true,
+                  true,
+                  30,
+                  30,
+                  TestResult::FAIL(),
+                  "SensorState_NotAvailable",
+                  0},
+        DialogRow{"no_readings_time_out",
+                  kNothingSeen,
+                  {},
+                  true,
+                  true,
+                  30,
+                  1,
+                  TestResult::TIMEDOUT(),
+                  "Sensor_NoData",
+                  0},
+        DialogRow{"no_readings_time_out_without_the_prompt",
+                  kNothingSeen,
+                  {},
+                  true,
+                  false,
+                  1,
+                  2,
+                  TestResult::TIMEDOUT(),
+                  "Sensor_NoData",
+                  0},
+        DialogRow{"prompt_exit", kRestless, Presses{{"DetectionProblem", {0.2, "Exit"}}}, true,
+                  true, 1, 30, TestResult::USERABORTED(), "", 1},
+        DialogRow{"prompt_escape", kRestless, Presses{{"DetectionProblem", {0.2, "Escape"}}}, true,
+                  true, 1, 30, TestResult::USERABORTED(), "", 1},
+        // Restart once; the second time without progress fails without asking again.
+        DialogRow{"prompt_restart_then_second_time_out_fails", kRestless,
+                  Presses{{"DetectionProblem", {0.2, "Restart"}}}, true, true, 1, 30,
+                  TestResult::FAIL(), "", 1},
+        DialogRow{"restart_and_then_steady_passes",
+                  R"("readings": [{"at": 0.1, "detected": true, "mm": 100},
+                                  {"at": 1.6, "detected": true, "mm": 100}, {"at": 1.7, "detected": true, "mm": 100},
+                                  {"at": 1.8, "detected": true, "mm": 100}, {"at": 1.9, "detected": true, "mm": 50}])",
+                  Presses{{"DetectionProblem", {0.2, "Restart"}}}, true, true, 1, 30,
+                  TestResult::PASS(), "", 1}),
+    [](const auto& row) { return std::string(row.param.label); });
+
+// Frames of each phase as a user sees them, saved beside the tests ("frames/").
+TEST(ProximityFrames, ShowTheTextAndPictureOfEachPhase) {
+    libLumo::GdiResourceManager gui;
+    ASSERT_TRUE(gui.ready());
+    std::filesystem::create_directories("frames");
+    // The shipped English texts, as a user sees them.
+    kiva5::Localization::load("vekrsensors", "en", true, {});
+    ProximitySensorTestDlg dialog(nullptr, vek::String("none"), 3, 10, 15, true, false, 30, 30);
+    struct Step {
+        std::vector<std::pair<bool, unsigned>> readings;
+        std::int32_t phase;
+        const char* frame;
+        const char* key;
+    };
+    const std::vector<Step> steps = {
+        {{}, 1, "frames/proximity_cant_see.png", "SensorCantSeeYou"},
+        {{{true, 100}}, 0, "frames/proximity_hold_steady.png", "PleaseHoldSteady"},
+        {{{true, 100}, {true, 102}, {true, 101}},
+         2,
+         "frames/proximity_now_move.png",
+         "MoveTowardOrAway"},
+        {{{false, 0}}, 3, "frames/proximity_lost.png", "SensorCantSeeYou"},
+    };
+    std::size_t next = 0;
+    std::vector<QImage> pictures;
+    std::function<void()> step = [&] {
+        const Step& s = steps[next];
+        for (const auto& [seen, mm] : s.readings)
+            ProximitySensorTestDlg::onReading(seen, mm);
+        QCoreApplication::processEvents();
+        EXPECT_EQ(dialog.phase(), s.phase) << s.frame;
+        EXPECT_EQ(dialog.instructionText().toStdString(),
+                  kiva5::Localization::lookup(s.key).toStdString())
+            << s.frame;
+        pictures.push_back(dialog.mainImage());
+        dialog.grab().save(s.frame);
+        if (++next < steps.size())
+            QTimer::singleShot(20, &dialog, step);
+        else
+            dialog.EndDialog(0);
+    };
+    QTimer::singleShot(20, &dialog, step);
+    dialog.DoModal();
+    ASSERT_EQ(pictures.size(), 4u);
+    EXPECT_FALSE(pictures[0].isNull());
+    EXPECT_NE(pictures[0], pictures[1]) << "hold steady has its own picture";
+    EXPECT_NE(pictures[1], pictures[2]) << "so has now move";
+    EXPECT_EQ(pictures[3], pictures[0]) << "lost shows can't see again";
+}
+
+// The entry: parameters, the sensor lookup and the settings, before any dialog.
+class ProximityEntry : public ::testing::Test {
+protected:
+    void SetUp() override {
+        kiva5::DiagModule::captureEventsForTesting(&run_);
+        vekrsensors::paramTimeoutPromptIntervalSeconds->set("5");
+        vekrsensors::paramSensorNoDataTimeoutSeconds->set("5");
+    }
+    void TearDown() override {
+        kiva5::DiagModule::captureEventsForTesting(nullptr);
+        vekrsensors::paramTimeoutPromptIntervalSeconds->unset();
+        vekrsensors::paramSensorNoDataTimeoutSeconds->unset();
+        libOrra::installBackend(nullptr);
+        vek::Resource::resetForTesting();
+    }
+    static kiva5::DiagDevice device(const char* locator) {
+        return kiva5::DiagDevice(kiva5::DeviceCapability::ProximitySensor(),
+                                 kiva5::KivaString(locator), kiva5::KivaString("prox"));
+    }
+    kiva5::RunRecord run_;
+};
+
+// A machine that counts how often its sensors are listed.
+class CountingBackend : public libOrra::SimBackend {
+public:
+    using SimBackend::SimBackend;
+    std::vector<libOrra::SensorInfo> sensors() override {
+        ++listed;
+        return SimBackend::sensors();
+    }
+    int listed = 0;
+};
+
+TEST_F(ProximityEntry, ShortTimeOutsAreBadParametersBeforeAnyLookup) {
+    auto backend = std::make_shared<CountingBackend>(
+        libOrra::parseScenario(R"({"sensors": [{"kind": "proximity", "locator": "P"}]})", "t"));
+    libOrra::installBackend(backend);
+    struct Row {
+        const char* prompt;
+        const char* noData;
+        bool bad;
+    };
+    for (const Row& r : {Row{"4", "10", true}, Row{"10", "4", true}, Row{"-5", "10", true},
+                         Row{"5", "5", false}}) {
+        vekrsensors::paramTimeoutPromptIntervalSeconds->set(r.prompt);
+        vekrsensors::paramSensorNoDataTimeoutSeconds->set(r.noData);
+        backend->listed = 0;
+        const TestResult result = ProximitySensorTest(device("elsewhere"));
+        if (r.bad) {
+            EXPECT_EQ(result, TestResult::BADPARAMS()) << r.prompt << "/" << r.noData;
+            EXPECT_EQ(backend->listed, 0) << "no lookup for bad parameters";
+        } else {
+            EXPECT_EQ(result, TestResult::CANNOTRUN()) << "accepted, then not found";
+            EXPECT_EQ(backend->listed, 1);
+        }
+    }
+    EXPECT_EQ(run_.events.size(), 1u) << "only the lookup raises an event";
+}
+
+TEST_F(ProximityEntry, TheLocatorMustMatchExactly) {
+    libOrra::installBackend(std::make_shared<libOrra::SimBackend>(libOrra::parseScenario(
+        R"({"sensors": [{"kind": "proximity", "locator": "SIM\\PROX\\0"}]})", "t")));
+    EXPECT_EQ(ProximitySensorTest(device("sim\\prox\\0")), TestResult::CANNOTRUN());
+    ASSERT_EQ(run_.events.size(), 1u);
+    EXPECT_EQ(run_.events[0].name, "SensorState_NotAvailable");
+}
+
+TEST_F(ProximityEntry, TheSecondOfTwoSensorsCanBeTheOneTested) {
+    libLumo::GdiResourceManager gui;
+    ASSERT_TRUE(gui.ready());
+    libOrra::installBackend(std::make_shared<libOrra::SimBackend>(libOrra::parseScenario(
+        R"({"sensors": [{"kind": "proximity", "locator": "P1"},
+                        {"kind": "proximity", "locator": "P2",
+                         "readings": [{"at": 0.1, "detected": true, "mm": 100},
+                                      {"at": 0.2, "detected": true, "mm": 100},
+                                      {"at": 0.3, "detected": true, "mm": 100},
+                                      {"at": 0.4, "detected": true, "mm": 100},
+                                      {"at": 0.5, "detected": true, "mm": 300}]}]})",
+        "t")));
+    vekrsensors::paramUseTimeoutPrompt->set("true");
+    vekrsensors::paramIncludeFailButton->set("true");
+    EXPECT_EQ(ProximitySensorTest(device("P2")), TestResult::PASS());
+    vekrsensors::paramUseTimeoutPrompt->unset();
+    vekrsensors::paramIncludeFailButton->unset();
+}
+
+TEST_F(ProximityEntry, TuningComesFromTheSettingsWithDefaults) {
+    vekr::testing::ScratchDir exe("vekr-prox-settings");
+    vek::Resource::resetForTesting();
+    vek::Resource::setExecutableDirForTesting(exe.path());
+    const std::filesystem::path cwd = std::filesystem::current_path();
+    std::filesystem::current_path(exe.path());  // no settings beside the tests' folder
+    struct Row {
+        const char* settings;
+        vekrsensors::ProximityPhases::Tuning tuning;
+    };
+    const Row rows[] = {
+        {R"({})", {3, 10, 15}},
+        {R"({"settings": {"Test.ProximitySensorTest.NumPhaseOneReadings.value": "5",
+                          "Test.ProximitySensorTest.Phase1ThresholdPercent.value": "abc",
+                          "Test.ProximitySensorTest.Phase2ThresholdPercent.value": "0"}})",
+         {5, 10, 0}},
+        {R"({"settings": {"Test.ProximitySensorTest.Phase2ThresholdPercent.value": "-3"}})",
+         {3, 10, 15}},
+    };
+    for (const Row& r : rows) {
+        exe.write("resources/vekrsensors/settings.json", r.settings);
+        vek::Resource::resetForTesting();
+        vek::Resource::setExecutableDirForTesting(exe.path());
+        const auto t = vekrsensors::readProximityTuning();
+        EXPECT_EQ(t.numPhaseOneReadings, r.tuning.numPhaseOneReadings) << r.settings;
+        EXPECT_EQ(t.phase1ThresholdPercent, r.tuning.phase1ThresholdPercent) << r.settings;
+        EXPECT_EQ(t.phase2ThresholdPercent, r.tuning.phase2ThresholdPercent) << r.settings;
+    }
+    std::filesystem::current_path(cwd);
+}
+
+}  // namespace
