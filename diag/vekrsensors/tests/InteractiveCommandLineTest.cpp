@@ -18,6 +18,7 @@ struct Ending {
     const char* event;  // "" for none
     const char* test = "GyrometerTest";
     const char* sensor = nullptr;  // the gyrometer that turns every way by default
+    std::vector<std::string> params = {};
 };
 
 void PrintTo(const Ending& e, std::ostream* os) {
@@ -43,8 +44,10 @@ TEST_P(InteractiveEnding, ReportsTheEndingsVerdict) {
     const Ending& e = GetParam();
     scratch_.write("s.json", std::string(R"({"sensors": [)") +
                                  (e.sensor ? e.sensor : kTurnsEveryWay) + "]" + e.extra + "}");
-    const ModuleOutcome o = runModule(
-        {"--scenario", "s.json", "--test", e.test, "--report", "r.json"}, scratch_.path().string());
+    std::vector<std::string> args{"--scenario", "s.json", "--test", e.test, "--report", "r.json"};
+    for (const auto& p : e.params)
+        args.insert(args.end(), {"--param", p});
+    const ModuleOutcome o = runModule(args, scratch_.path().string());
     std::ifstream in(scratch_ / "r.json");
     ASSERT_TRUE(in) << o.err;
     const auto report = nlohmann::json::parse(in);
@@ -107,6 +110,65 @@ INSTANTIATE_TEST_SUITE_P(
                R"({"kind": "magnetometer", "locator": "C", "updates": [{"fail": true}]})"},
         Ending{"stop_requested", R"(, "stop": {"at": 0.5})", "USERABORTED", "", kCompassTest,
                R"({"kind": "magnetometer", "locator": "C", "heading": {"start": 10}})"}),
+    [](const auto& row) { return std::string(row.param.label); });
+
+constexpr const char* kProximityTest = "ProximitySensorTest";
+constexpr const char* kHandSteadyThenMoved =
+    R"({"kind": "proximity", "locator": "P", "readings": [
+        {"at": 0.1, "detected": true, "mm": 100}, {"at": 0.2, "detected": true, "mm": 100},
+        {"at": 0.3, "detected": true, "mm": 102}, {"at": 0.4, "detected": true, "mm": 101},
+        {"at": 0.6, "detected": true, "mm": 160}]})";
+constexpr const char* kNoHand = R"({"kind": "proximity", "locator": "P", "readings": []})";
+constexpr const char* kRestlessHand =
+    R"({"kind": "proximity", "locator": "P", "readings": [{"at": 0.1, "detected": true, "mm": 100},
+        {"at": 0.2, "detected": true, "mm": 200}], "faults": {"chatterSeconds": 0.2}})";
+
+INSTANTIATE_TEST_SUITE_P(
+    Proximity, InteractiveEnding,
+    ::testing::Values(
+        Ending{"steady_then_moved_passes", "", "PASS", "", kProximityTest, kHandSteadyThenMoved},
+        Ending{"fail_pressed",
+               R"(, "operator": [{"at": 0.3, "dialog": "ProximitySensorTest", "press": "Fail"}])",
+               "FAIL", "UserClickedFail", kProximityTest, kNoHand},
+        Ending{"cancel_pressed",
+               R"(, "operator": [{"at": 0.3, "dialog": "ProximitySensorTest", "press": "Cancel"}])",
+               "USERABORTED", "", kProximityTest, kNoHand},
+        Ending{"close_image_clicked",
+               R"(, "operator": [{"at": 0.3, "dialog": "ProximitySensorTest", "press": "Close"}])",
+               "USERABORTED", "", kProximityTest, kNoHand},
+        Ending{"escape_pressed",
+               R"(, "operator": [{"at": 0.3, "dialog": "ProximitySensorTest", "press": "Escape"}])",
+               "USERABORTED", "", kProximityTest, kNoHand},
+        Ending{"sensor_error", "", "FAIL", "SensorState_NotAvailable", kProximityTest,
+               R"({"kind": "proximity", "locator": "P", "readings": [], "error": {"at": 0.3}})"},
+        Ending{"no_readings_time_out",
+               "",
+               "TIMEDOUT",
+               "Sensor_NoData",
+               kProximityTest,
+               kNoHand,
+               {"SensorNoDataTimeoutSeconds=5", "TimeoutPromptIntervalSeconds=30"}},
+        Ending{"prompt_exit",
+               R"(, "operator": [{"at": 0.3, "dialog": "DetectionProblem", "press": "Exit"}])",
+               "USERABORTED",
+               "",
+               kProximityTest,
+               kRestlessHand,
+               {"SensorNoDataTimeoutSeconds=30", "TimeoutPromptIntervalSeconds=5"}},
+        Ending{"prompt_restart",
+               R"(, "operator": [{"at": 0.3, "dialog": "DetectionProblem", "press": "Restart"}])",
+               "FAIL",
+               "",
+               kProximityTest,
+               kRestlessHand,
+               {"SensorNoDataTimeoutSeconds=30", "TimeoutPromptIntervalSeconds=5"}},
+        Ending{"time_outs_below_five_seconds",
+               "",
+               "BADPARAMS",
+               "",
+               kProximityTest,
+               kNoHand,
+               {"TimeoutPromptIntervalSeconds=4"}}),
     [](const auto& row) { return std::string(row.param.label); });
 
 class GyrometerHost : public ::testing::Test {

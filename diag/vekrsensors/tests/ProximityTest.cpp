@@ -376,6 +376,24 @@ TEST_F(ProximityEntry, ShortTimeOutsAreBadParametersBeforeAnyLookup) {
     EXPECT_EQ(run_.events.size(), 1u) << "only the lookup raises an event";
 }
 
+// A sensor list that takes too long is no list: the lookup keeps its half-second bound.
+class WedgedBackend : public libOrra::SimBackend {
+public:
+    using SimBackend::SimBackend;
+    std::vector<libOrra::SensorInfo> sensors() override {
+        std::this_thread::sleep_for(std::chrono::seconds(2));
+        return SimBackend::sensors();
+    }
+};
+
+TEST_F(ProximityEntry, AWedgedSensorListDoesNotHoldTheLookup) {
+    libOrra::installBackend(std::make_shared<WedgedBackend>(
+        libOrra::parseScenario(R"({"sensors": [{"kind": "proximity", "locator": "P"}]})", "t")));
+    const auto start = Clock::now();
+    EXPECT_TRUE(libTarra::ProximitySensorEnumerator::getOsLocators(100).empty());
+    EXPECT_LT(secondsSince(start, Clock::now()), 1.0);
+}
+
 TEST_F(ProximityEntry, TheLocatorMustMatchExactly) {
     libOrra::installBackend(std::make_shared<libOrra::SimBackend>(libOrra::parseScenario(
         R"({"sensors": [{"kind": "proximity", "locator": "SIM\\PROX\\0"}]})", "t")));

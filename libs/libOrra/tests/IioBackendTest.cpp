@@ -268,9 +268,12 @@ INSTANTIATE_TEST_SUITE_P(
         ProximityRow{{{"in_distance_input", "0.2"}}, true, 200},
         ProximityRow{{{"in_distance_raw", "153"}, {"in_distance_scale", "0.001"}}, true, 153},
         ProximityRow{{{"in_distance0_raw", "2500"}, {"in_distance_scale", "0.001"}}, false, 0},
-        ProximityRow{{{"in_proximity_input", "1"}}, true, 100},
+        // Unitless: 100000 / value, within 1..2000.
+        ProximityRow{{{"in_proximity_input", "1"}}, true, 2000},
+        ProximityRow{{{"in_proximity_raw", "400"}}, true, 250},
+        ProximityRow{{{"in_proximity_raw", "460"}}, true, 217},  // 15 % more light: 13 % nearer
         ProximityRow{{{"in_proximity_raw", "40"}, {"in_proximity_nearlevel", "50"}}, false, 0},
-        ProximityRow{{{"in_proximity0_raw", "60"}, {"in_proximity_nearlevel", "50"}}, true, 100}));
+        ProximityRow{{{"in_proximity0_raw", "60"}, {"in_proximity_nearlevel", "50"}}, true, 1667}));
 
 TEST_F(Iio, RemovedDeviceIsNotAvailableAndNoLongerListed) {
     sysfs_.addHidAccel3d(0);

@@ -4,6 +4,7 @@
 #include <future>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 #include "libOrra/SensorBackend.h"
 
@@ -17,13 +18,29 @@ std::vector<vek::String> ProximitySensorEnumerator::getOsLocators(unsigned int t
     auto backend = libOrra::installedBackend();
     if (!backend)
         return {};
-    // Enumeration walks sysfs; a wedged device must not hold the caller past its time-out.
-    auto task = std::async(std::launch::async, [backend] { return backend->sensors(); });
-    if (task.wait_for(std::chrono::milliseconds(timeoutMs)) != std::future_status::ready) {
+    // Enumeration walks sysfs; a wedged device must not hold the caller past its time-out. The
+    // walk runs on a thread of its own that is left to finish alone when it is late (a
+    // std::async future would wait for it on destruction).
+    auto listed = std::make_shared<std::promise<std::vector<libOrra::SensorInfo>>>();
+    std::future<std::vector<libOrra::SensorInfo>> result = listed->get_future();
+    std::thread([backend, listed] {
+        try {
+            listed->set_value(backend->sensors());
+        } catch (...) {
+            listed->set_exception(std::current_exception());
+        }
+    }).detach();
+    if (result.wait_for(std::chrono::milliseconds(timeoutMs)) != std::future_status::ready) {
         return {};
     }
+    std::vector<libOrra::SensorInfo> sensors;
+    try {
+        sensors = result.get();
+    } catch (...) {
+        return {};  // a list that could not be made is an empty one
+    }
     std::vector<vek::String> out;
-    for (const auto& s : task.get()) {
+    for (const auto& s : sensors) {
         if (s.kind == libOrra::SensorKind::Proximity)
             out.emplace_back(std::string_view(s.locator));
     }

@@ -74,10 +74,8 @@ TEST_F(Settings, ResourceNamesIgnoreLetterCaseAndDoubledSlashes) {
         bool found;
     };
     const Row rows[] = {
-        {"resources/mod/prox.png", true},
-        {"Resources//mod//prox.png", true},
-        {"RESOURCES/Mod/PROX.PNG", true},
-        {"Resources//mod//other.png", false},
+        {"resources/mod/prox.png", true}, {"Resources//mod//prox.png", true},
+        {"RESOURCES/Mod/PROX.PNG", true}, {"Resources//mod//other.png", false},
         {"Resources/mod", false},  // a folder is not a resource
     };
     for (const Row& r : rows) {

@@ -313,8 +313,11 @@ private:
 };
 
 // Proximity from IIO: a time-of-flight ranger gives millimetres and sees something while the
-// distance is within reach; a unitless proximity channel only says near or far (at or above
-// its near level, or above zero without one) and reports a nominal 100 mm while near.
+// distance is within reach. A unitless proximity channel (reflected light: larger is nearer)
+// sees something at or above its near level, or above zero without one, and reports a
+// relative distance, kRelativeScale / value clamped to 1..kReachMm: a hand that moves makes it
+// change in the same proportion as the raw value, which is all the test's band needs. A
+// sensor that only says 0 or 1 reports a constant while near.
 class IioProximityStream final : public ProximityStream {
 public:
     explicit IioProximityStream(std::shared_ptr<Channels> ch)
@@ -324,7 +327,7 @@ public:
         sensor_->Release();
     }
     static constexpr double kReachMm = 2000.0;
-    static constexpr std::uint32_t kNominalNearMm = 100;
+    static constexpr double kRelativeScale = 100000.0;
 
     bool start(ReadingFn onReading, ErrorFn onError) override {
         thread_.start([this, onReading = std::move(onReading),
@@ -352,7 +355,8 @@ private:
             onReading(seen, seen ? static_cast<std::uint32_t>(std::lround(s.x)) : 0);
         } else {
             const bool seen = channels_->nearLevel > 0 ? s.x >= channels_->nearLevel : s.x > 0.0;
-            onReading(seen, seen ? kNominalNearMm : 0);
+            const double relative = std::clamp(kRelativeScale / s.x, 1.0, kReachMm);
+            onReading(seen, seen ? static_cast<std::uint32_t>(std::lround(relative)) : 0);
         }
     }
 
