@@ -56,33 +56,12 @@ kiva5::TestResult GyrometerTest(const kiva5::DiagDevice& device) {
     displayRotation().lockAutoRotation();
     GyrometerRun::testDeviceLocator = device.osLocator().vekString();
 
-    auto* dialog = new GyrometerTestDlg(VekrGetCUIHandle());
-    dialog->setResult(TestResult::USERABORTED());
-    auto* thread = new vek::ManagedThread(&GyrometerBackgroundData, dialog);
-    thread->run(vek::String("GyrometerData"));
-
-    dialog->DoModal();
-
-    LOG(1, "Modal UI completed, shutting down background thread");
-    GyrometerRun::backgroundRunFlag.exchange(false);
-    thread->join();
-    GyrometerRun::backgroundRunFlag.exchange(true);
-
-    int code = 0;
-    const bool valid = thread->getExitCode(&code);
-    LOG(1, "Result from background thread is: " << code << " (Valid code: " << valid << ")");
-
-    TestResult result = TestResult::USERABORTED();
-    if (valid && code == 1) {
-        result = GyrometerRun::backgroundResult;
-    } else {
-        result = dialog->getResult();
-        if (result == TestResult::FAIL())
-            kiva5::DiagModule::error(vekrsensors::evUserClickedFail, __FILE__, __LINE__);
-    }
-    delete thread;
-    delete dialog;
-    return result;
+    GyrometerTestDlg dialog(VekrGetCUIHandle());
+    dialog.setResult(TestResult::USERABORTED());
+    return vekrsensors::runDialogWithWorker(
+        dialog, &GyrometerBackgroundData, "GyrometerData",
+        {GyrometerRun::backgroundRunFlag, GyrometerRun::backgroundResult, s_logger, kLoggerName,
+         __FILE__, __LINE__});
 }
 
 namespace {

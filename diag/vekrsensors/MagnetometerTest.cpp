@@ -95,30 +95,11 @@ kiva5::TestResult MagnetometerTest(const kiva5::DiagDevice& device) {
     displayRotation().lockAutoRotation();
     MagnetometerRun::testDeviceLocator = device.osLocator().vekString();
 
-    auto* dialog = new MagnetometerTestDlg(VekrGetCUIHandle());
-    vek::ManagedThread thread(&MagnetometerBackgroundData, dialog);
-    thread.run(vek::String("CompassData"));
-    dialog->DoModal();
-
-    LOG(1, "Modal UI completed, shutting down background thread");
-    MagnetometerRun::backgroundRunFlag.exchange(false);
-    thread.join();
-    MagnetometerRun::backgroundRunFlag.exchange(true);
-
-    int code = 0;
-    const bool valid = thread.getExitCode(&code);
-    LOG(1, "Result from background thread is: " << code << " (Valid code: " << valid << ")");
-
-    TestResult result = TestResult::USERABORTED();
-    if (valid && code == 1) {
-        result = MagnetometerRun::backgroundResult;
-    } else {
-        result = dialog->getResult();
-        if (result == TestResult::FAIL())
-            kiva5::DiagModule::error(vekrsensors::evUserClickedFail, __FILE__, __LINE__);
-    }
-    delete dialog;
-    return result;
+    MagnetometerTestDlg dialog(VekrGetCUIHandle());
+    return vekrsensors::runDialogWithWorker(
+        dialog, &MagnetometerBackgroundData, "CompassData",
+        {MagnetometerRun::backgroundRunFlag, MagnetometerRun::backgroundResult, s_logger,
+         kLoggerName, __FILE__, __LINE__});
 }
 
 namespace {

@@ -1,11 +1,8 @@
 #include "GyrometerTestDlg.h"
 
-#include <QAbstractButton>
-#include <QIcon>
 #include <QPainter>
 
 #include "vek/Logging.h"
-#include "vek/Resource.h"
 #include "vekrsensors.h"
 
 namespace vekrsensors {
@@ -52,34 +49,11 @@ void drawCentred(QPainter& painter, const QImage& image, PointF centre, float sc
 }  // namespace
 
 GyrometerTestDlg::GyrometerTestDlg(QWidget* parent)
-    : libLumo::CanvasDialog(dialogTemplate(), parent, "GyrometerTest", images(), s_logger,
-                            kLoggerName) {
-    // Icon 102 of the module; the window manager's default when the file is missing.
-    if (auto icon = vek::Resource::resolve("resources/vekrsensors/vekrsensors_icon.png"))
-        setWindowIcon(QIcon(QString::fromStdString(icon->string())));
-    if (QAbstractButton* fail = GetDlgItem(IDC_BUTTON_FAIL))
-        QObject::connect(fail, &QAbstractButton::clicked, this,
-                         [this] { OnBnClickedButtonFail(); });
-    if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL)) {
-        QObject::connect(cancel, &QAbstractButton::clicked, this,
-                         [this] { OnBnClickedButtonCancel(); });
-    }
-}
+    : VerdictDialog(dialogTemplate(), parent, "GyrometerTest", images(), s_logger, kLoggerName,
+                    strTitleGyrometerTest) {}
 
 GyrometerTestDlg::~GyrometerTestDlg() {
     VEK_TRACE(s_logger, kLoggerName, "~GyrometerTestDlg");
-}
-
-bool GyrometerTestDlg::OnInitDialog() {
-    SetWindowText(strTitleGyrometerTest->localizedString());
-    SetDlgItemText(IDC_BUTTON_FAIL, strFailButton->localizedString());
-    SetDlgItemText(IDC_BUTTON_CANCEL, strCancelButton->localizedString());
-    // Keyboard: Tab moves between the buttons, Space presses the one with focus, Escape cancels.
-    if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL))
-        cancel->setFocus();
-    activateWindow();
-    raise();
-    return true;
 }
 
 void GyrometerTestDlg::OnDestroy() {
@@ -124,22 +98,6 @@ GyrometerPicture::Input GyrometerTestDlg::pictureInput(float width, float height
     return in;
 }
 
-void GyrometerTestDlg::OnBnClickedButtonFail() {
-    result_ = kiva5::TestResult::FAIL();
-    EndDialog(IDC_BUTTON_FAIL);
-}
-
-void GyrometerTestDlg::OnBnClickedButtonCancel() {
-    result_ = kiva5::TestResult::USERABORTED();
-    EndDialog(IDC_BUTTON_CANCEL);
-}
-
-void GyrometerTestDlg::Close() {
-    VEK_TRACE(s_logger, kLoggerName, "Close");
-    if (IsWindow())
-        EndDialog(IDC_BUTTON_FAIL);
-}
-
 // The frame clock's tick plays the part of a paint message that is never validated: close
 // when the worker is done, otherwise draw the latest values again.
 void GyrometerTestDlg::OnFrame() {
@@ -147,7 +105,7 @@ void GyrometerTestDlg::OnFrame() {
         Close();
         return;
     }
-    CanvasDialog::OnFrame();
+    VerdictDialog::OnFrame();
 }
 
 void GyrometerTestDlg::drawPicture(QPainter& painter, float width, float height,

@@ -4,8 +4,7 @@
 #include <atomic>
 
 #include "GyrometerPicture.h"
-#include "kiva5/TestResult.h"
-#include "libLumo/CanvasDialog.h"
+#include "VerdictDialog.h"
 
 namespace vekrsensors {
 
@@ -14,11 +13,9 @@ namespace vekrsensors {
 // the main thread. The worker thread writes the turn, the passed directions and the completed
 // flag through the Update* calls and ShutdownUI; they are lone atomic stores (relaxed: a stale
 // value only shows for one frame), read by the frame clock and the paint on the main thread.
-class GyrometerTestDlg : public libLumo::CanvasDialog {
+class GyrometerTestDlg : public VerdictDialog {
 public:
     static constexpr int IDD = 111;
-    static constexpr int IDC_BUTTON_FAIL = 1000;
-    static constexpr int IDC_BUTTON_CANCEL = 1001;
 
     explicit GyrometerTestDlg(QWidget* parent);
     ~GyrometerTestDlg() override;
@@ -31,25 +28,16 @@ public:
     // Worker thread: the worker is done and the dialog must close.
     void ShutdownUI();
 
-    kiva5::TestResult getResult() const { return result_; }
-    void setResult(const kiva5::TestResult& result) { result_ = result; }
     // The values the next frame is drawn from.
     GyrometerPicture::Input pictureInput(float width, float height) const;
 
-    void OnBnClickedButtonFail();
-    void OnBnClickedButtonCancel();
-    // Ends the dialog for the worker; the result stays as it is.
-    void Close();
-
 protected:
-    bool OnInitDialog() override;
     void OnFrame() override;
     void drawPicture(QPainter& painter, float width, float height,
                      const std::vector<QImage>& bitmaps) override;
     void OnDestroy() override;
 
 private:
-    kiva5::TestResult result_ = kiva5::TestResult::USERABORTED();
     std::atomic<double> rotationX_{0.0}, rotationY_{0.0}, rotationZ_{0.0};
     std::array<std::atomic<bool>, 6> passed_{};
     std::atomic<bool> completed_{false};

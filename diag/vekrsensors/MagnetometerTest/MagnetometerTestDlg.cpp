@@ -1,14 +1,11 @@
 #include "MagnetometerTestDlg.h"
 
-#include <QAbstractButton>
-#include <QIcon>
 #include <QPainter>
 #include <QPainterPath>
 #include <cmath>
 
 #include "platform/Screen.h"
 #include "vek/Logging.h"
-#include "vek/Resource.h"
 #include "vekrsensors.h"
 
 namespace vekrsensors {
@@ -60,34 +57,14 @@ void rotateAbout(QPainter& painter, PointF centre, float degrees) {
 }  // namespace
 
 MagnetometerTestDlg::MagnetometerTestDlg(QWidget* parent)
-    : libLumo::CanvasDialog(dialogTemplate(), parent, "MagnetometerTest", images(), s_logger,
-                            kLoggerName) {
+    : VerdictDialog(dialogTemplate(), parent, "MagnetometerTest", images(), s_logger, kLoggerName,
+                    strTitleMagnetometerTest) {
     // The compass repaints when the worker asks, not every frame.
     stopFrameClock();
-    if (auto icon = vek::Resource::resolve("resources/vekrsensors/vekrsensors_icon.png"))
-        setWindowIcon(QIcon(QString::fromStdString(icon->string())));
-    if (QAbstractButton* fail = GetDlgItem(IDC_BUTTON_FAIL))
-        QObject::connect(fail, &QAbstractButton::clicked, this,
-                         [this] { OnBnClickedButtonFail(); });
-    if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL)) {
-        QObject::connect(cancel, &QAbstractButton::clicked, this,
-                         [this] { OnBnClickedButtonCancel(); });
-    }
 }
 
 MagnetometerTestDlg::~MagnetometerTestDlg() {
     VEK_TRACE(s_logger, kLoggerName, "~MagnetometerTestDlg");
-}
-
-bool MagnetometerTestDlg::OnInitDialog() {
-    SetWindowText(strTitleMagnetometerTest->localizedString());
-    SetDlgItemText(IDC_BUTTON_FAIL, strFailButton->localizedString());
-    SetDlgItemText(IDC_BUTTON_CANCEL, strCancelButton->localizedString());
-    if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL))
-        cancel->setFocus();
-    activateWindow();
-    raise();
-    return true;
 }
 
 void MagnetometerTestDlg::OnDestroy() {
@@ -123,22 +100,6 @@ void MagnetometerTestDlg::ShutdownUI() {
                 Close();
         },
         Qt::QueuedConnection);
-}
-
-void MagnetometerTestDlg::Close() {
-    VEK_TRACE(s_logger, kLoggerName, "Close");
-    if (IsWindow())
-        EndDialog(IDC_BUTTON_FAIL);
-}
-
-void MagnetometerTestDlg::OnBnClickedButtonFail() {
-    result_ = kiva5::TestResult::FAIL();
-    EndDialog(IDC_BUTTON_FAIL);
-}
-
-void MagnetometerTestDlg::OnBnClickedButtonCancel() {
-    result_ = kiva5::TestResult::USERABORTED();
-    EndDialog(IDC_BUTTON_CANCEL);
 }
 
 void MagnetometerTestDlg::OnResize(int /*type*/, int width, int /*height*/) {

@@ -3,8 +3,7 @@
 #include <atomic>
 
 #include "CompassPicture.h"
-#include "kiva5/TestResult.h"
-#include "libLumo/CanvasDialog.h"
+#include "VerdictDialog.h"
 
 namespace vekrsensors {
 
@@ -13,11 +12,9 @@ namespace vekrsensors {
 // deleted by the test function on the main thread. The worker thread sets the target once and
 // the needle continuously (atomics) and asks for repaints; unlike the gyrometer's, this canvas
 // repaints only on request, and only for needle moves of a quarter degree or more.
-class MagnetometerTestDlg : public libLumo::CanvasDialog {
+class MagnetometerTestDlg : public VerdictDialog {
 public:
     static constexpr int IDD = 101;
-    static constexpr int IDC_BUTTON_FAIL = 1000;
-    static constexpr int IDC_BUTTON_CANCEL = 1001;
     static constexpr double kRepaintDegrees = 0.25;
 
     explicit MagnetometerTestDlg(QWidget* parent);
@@ -28,26 +25,18 @@ public:
     void UpdateRotation(double angle);
     void ShutdownUI();
 
-    kiva5::TestResult getResult() const { return result_; }
-    void setResult(const kiva5::TestResult& result) { result_ = result; }
     double targetAngle() const { return target_.load(std::memory_order_relaxed); }
     double needleAngle() const { return needle_.load(std::memory_order_relaxed); }
     // Repaints asked for since construction (each queued to the dialog's thread).
     int repaintRequests() const { return repaintRequests_.load(); }
 
-    void OnBnClickedButtonFail();
-    void OnBnClickedButtonCancel();
-    void Close();
-
 protected:
-    bool OnInitDialog() override;
     void OnDestroy() override;
     void OnResize(int type, int width, int height) override;
     void drawPicture(QPainter& painter, float width, float height,
                      const std::vector<QImage>& bitmaps) override;
 
 private:
-    kiva5::TestResult result_ = kiva5::TestResult::USERABORTED();
     std::atomic<double> needle_{0.0}, target_{0.0};
     std::atomic<bool> closing_{false};
     std::atomic<int> repaintRequests_{0};
