@@ -10,6 +10,7 @@
 
 #include "GyrometerTest/GyrometerTest.h"
 #include "GyrometerTest/GyrometerTestDlg.h"
+#include "WorkerHarness.h"
 #include "kiva5/DiagModule.h"
 #include "kiva5/Localization.h"
 #include "libLumo/GdiResourceManager.h"
@@ -44,61 +45,28 @@ constexpr const char* kGyro = "SIM\\GYRO\\0";
 // Set before each run; a worker that does not settle leaves it.
 const TestResult kUntouched = TestResult::WARN();
 
-class GyroWorker : public ::testing::TestWithParam<WorkerRow> {
-protected:
-    void SetUp() override {
-        ASSERT_TRUE(gui_.ready());
-        vek::Clock::installForTesting(&clock_);
-        kiva5::DiagModule::captureEventsForTesting(&run_);
-    }
-    void TearDown() override {
-        kiva5::DiagModule::captureEventsForTesting(nullptr);
-        vek::Clock::installForTesting(nullptr);
-        libOrra::installBackend(nullptr);
-    }
-    double seconds() const { return std::chrono::duration<double>(clock_.now()).count(); }
-
-    libLumo::GdiResourceManager gui_;
-    vek::ManualClock clock_;
-    kiva5::RunRecord run_;
-};
+class GyroWorker : public vekr::testing::WorkerHarness,
+                   public ::testing::WithParamInterface<WorkerRow> {};
 
 TEST_P(GyroWorker, SettlesAsItsTableSays) {
     const WorkerRow& row = GetParam();
-    auto backend = std::make_shared<libOrra::SimBackend>(
-        libOrra::parseScenario(std::string("{") + row.machine + "}", row.label));
-    libOrra::installBackend(backend);
-    backend->testStarting();
+    machine(row.machine, row.label);
     GyrometerRun::testDeviceLocator = vek::String(row.locator);
     GyrometerRun::backgroundResult = kUntouched;
 
     GyrometerTestDlg dialog(nullptr);
-    vek::ManagedThread worker(&GyrometerBackgroundData, &dialog);
-    ASSERT_TRUE(worker.run(vek::String("gyro-test")));
-    if (row.uiClosesAt > 0) {
-        // The person closes the dialog: the test function clears the run flag and joins.
-        while (seconds() < row.uiClosesAt)
-            std::this_thread::sleep_for(std::chrono::microseconds(200));
-        GyrometerRun::backgroundRunFlag.exchange(false);
-    }
-    worker.join();
-    GyrometerRun::backgroundRunFlag.exchange(true);
-
-    int code = -1;
-    ASSERT_TRUE(worker.getExitCode(&code));
-    EXPECT_EQ(code, row.exitCode);
+    EXPECT_EQ(runWorker(&GyrometerBackgroundData, &dialog, GyrometerRun::backgroundRunFlag,
+                        row.uiClosesAt),
+              row.exitCode);
     EXPECT_EQ(GyrometerRun::backgroundResult, row.result) << GyrometerRun::backgroundResult.name();
     if (*row.event) {
-        ASSERT_EQ(run_.events.size(), 1u);
-        EXPECT_EQ(run_.events[0].name, row.event);
+        EXPECT_EQ(events(), std::vector<std::string>{row.event});
         EXPECT_EQ(run_.events[0].file, row.eventFile);
     } else {
-        EXPECT_TRUE(run_.events.empty()) << run_.events[0].name;
+        EXPECT_TRUE(events().empty());
     }
     EXPECT_EQ(dialog.pictureInput(100, 100).passed, row.flags);
-    // However the worker ended, it told the dialog to close: the next frame ends it.
-    QTimer::singleShot(5000, &dialog, [&dialog] { dialog.EndDialog(-1); });
-    EXPECT_EQ(dialog.DoModal(), GyrometerTestDlg::IDC_BUTTON_FAIL) << "the dialog did not close";
+    expectDialogCloses(dialog, GyrometerTestDlg::IDC_BUTTON_FAIL);
 }
 
 constexpr Flags kNone{};
@@ -212,26 +180,6 @@ protected:
     libLumo::GdiResourceManager gui_;
     unsigned token_ = 0;
 };
-
-TEST_F(GyroDialog, EndsWithTheUsersVerdict) {
-    struct Row {
-        const char* press;
-        int code;
-        TestResult result;
-    };
-    const Row rows[] = {
-        {"Fail", GyrometerTestDlg::IDC_BUTTON_FAIL, TestResult::FAIL()},
-        {"Cancel", GyrometerTestDlg::IDC_BUTTON_CANCEL, TestResult::USERABORTED()},
-        {"Escape", libLumo::VekDialog::IDCANCEL, TestResult::USERABORTED()},
-        {"Close", libLumo::VekDialog::IDCANCEL, TestResult::USERABORTED()},
-    };
-    for (const Row& row : rows) {
-        script(row.press);
-        GyrometerTestDlg dialog(nullptr);
-        EXPECT_EQ(dialog.DoModal(), row.code) << row.press;
-        EXPECT_EQ(dialog.getResult(), row.result) << row.press;
-    }
-}
 
 TEST_F(GyroDialog, ClosesWhenTheWorkerIsDoneAndKeepsItsResult) {
     GyrometerTestDlg dialog(nullptr);

@@ -12,6 +12,7 @@
 #include "MagnetometerTest/CompassPicture.h"
 #include "MagnetometerTest/MagnetometerTest.h"
 #include "MagnetometerTest/MagnetometerTestDlg.h"
+#include "WorkerHarness.h"
 #include "kiva5/DiagModule.h"
 #include "libLumo/GdiResourceManager.h"
 #include "libOrra/SimBackend.h"
@@ -174,63 +175,40 @@ void PrintTo(const WorkerRow& r, std::ostream* os) {
 
 const TestResult kBefore = TestResult::CANNOTRUN();  // as a freshly loaded module has it
 
-class CompassWorker : public ::testing::TestWithParam<WorkerRow> {
+class CompassWorker : public vekr::testing::WorkerHarness,
+                      public ::testing::WithParamInterface<WorkerRow> {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(gui_.ready());
-        vek::Clock::installForTesting(&clock_);
-        kiva5::DiagModule::captureEventsForTesting(&run_);
+        WorkerHarness::SetUp();
         vekrsensors::paramDegreesThreshold->set("10");
         vekrsensors::paramMagnetometerWaitTime->set("2");
     }
     void TearDown() override {
-        kiva5::DiagModule::captureEventsForTesting(nullptr);
-        vek::Clock::installForTesting(nullptr);
-        libOrra::installBackend(nullptr);
+        WorkerHarness::TearDown();
         vekrsensors::paramDegreesThreshold->unset();
         vekrsensors::paramMagnetometerWaitTime->unset();
     }
-    double seconds() const { return std::chrono::duration<double>(clock_.now()).count(); }
-
-    libLumo::GdiResourceManager gui_;
-    vek::ManualClock clock_;
-    kiva5::RunRecord run_;
 };
 
 TEST_P(CompassWorker, EndsAsItsTableSays) {
     const WorkerRow& row = GetParam();
-    auto backend = std::make_shared<libOrra::SimBackend>(
-        libOrra::parseScenario(std::string("{") + row.machine + "}", row.label));
-    libOrra::installBackend(backend);
-    backend->testStarting();
+    machine(row.machine, row.label);
     MagnetometerRun::testDeviceLocator = vek::String(row.locator);
     MagnetometerRun::backgroundResult = kBefore;
 
     MagnetometerTestDlg dialog(nullptr);
-    vek::ManagedThread worker(&MagnetometerBackgroundData, &dialog);
-    ASSERT_TRUE(worker.run(vek::String("compass-test")));
-    if (row.uiClosesAt > 0) {
-        while (seconds() < row.uiClosesAt)
-            std::this_thread::sleep_for(std::chrono::microseconds(200));
-        MagnetometerRun::backgroundRunFlag.exchange(false);
-    }
-    worker.join();
-    MagnetometerRun::backgroundRunFlag.exchange(true);
-
-    int code = -1;
-    ASSERT_TRUE(worker.getExitCode(&code));
-    EXPECT_EQ(code, row.exitCode);
+    EXPECT_EQ(runWorker(&MagnetometerBackgroundData, &dialog, MagnetometerRun::backgroundRunFlag,
+                        row.uiClosesAt),
+              row.exitCode);
     EXPECT_EQ(MagnetometerRun::backgroundResult, row.result)
         << MagnetometerRun::backgroundResult.name();
     if (*row.event) {
         ASSERT_FALSE(run_.events.empty());
         EXPECT_EQ(run_.events[0].name, row.event);
     } else {
-        EXPECT_TRUE(run_.events.empty()) << run_.events[0].name;
+        EXPECT_TRUE(events().empty());
     }
-    // However the worker ended, the dialog closes.
-    QTimer::singleShot(5000, &dialog, [&dialog] { dialog.EndDialog(-1); });
-    EXPECT_EQ(dialog.DoModal(), MagnetometerTestDlg::IDC_BUTTON_FAIL) << "the dialog stayed open";
+    expectDialogCloses(dialog, MagnetometerTestDlg::IDC_BUTTON_FAIL);
 }
 
 #define COMPASS(extra) \
@@ -300,25 +278,7 @@ protected:
     unsigned token_ = 0;
 };
 
-TEST_F(CompassDialog, EndsWithTheUsersVerdictOrWhenTheWorkerIsDone) {
-    struct Row {
-        const char* press;
-        int code;
-        TestResult result;
-    };
-    const Row rows[] = {
-        {"Fail", MagnetometerTestDlg::IDC_BUTTON_FAIL, TestResult::FAIL()},
-        {"Cancel", MagnetometerTestDlg::IDC_BUTTON_CANCEL, TestResult::USERABORTED()},
-        {"Escape", libLumo::VekDialog::IDCANCEL, TestResult::USERABORTED()},
-    };
-    for (const Row& row : rows) {
-        script(row.press);
-        MagnetometerTestDlg dialog(nullptr);
-        EXPECT_EQ(dialog.DoModal(), row.code) << row.press;
-        EXPECT_EQ(dialog.getResult(), row.result) << row.press;
-        platform::clearOperatorScript(token_);
-        token_ = 0;
-    }
+TEST_F(CompassDialog, ClosesWhenTheWorkerIsDone) {
     MagnetometerTestDlg dialog(nullptr);
     std::thread worker([&dialog] { dialog.ShutdownUI(); });
     EXPECT_EQ(dialog.DoModal(), MagnetometerTestDlg::IDC_BUTTON_FAIL);

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QTimer>
+#include <thread>
+
+#include "kiva5/DiagModule.h"
+#include "libLumo/GdiResourceManager.h"
+#include "libOrra/SimBackend.h"
+#include "vek/Clock.h"
+#include "vek/ManagedThread.h"
+
+namespace vekr::testing {
+
+// Runs a dialog test's background worker on a simulated machine whose clock is manual: every
+// pause of the worker moves it, so seconds of sensor time take milliseconds. Events raised
+// during the run are kept in run().
+class WorkerHarness : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(gui_.ready());
+        vek::Clock::installForTesting(&clock_);
+        kiva5::DiagModule::captureEventsForTesting(&run_);
+    }
+    void TearDown() override {
+        kiva5::DiagModule::captureEventsForTesting(nullptr);
+        vek::Clock::installForTesting(nullptr);
+        libOrra::installBackend(nullptr);
+    }
+
+    // Installs the machine (scenario keys without the outer braces) and starts its clocks.
+    void machine(const std::string& keys, const char* name) {
+        auto backend =
+            std::make_shared<libOrra::SimBackend>(libOrra::parseScenario("{" + keys + "}", name));
+        libOrra::installBackend(backend);
+        backend->testStarting();
+    }
+
+    // Runs `worker` with `dialog` as its context to the end. With `uiClosesAt` > 0 the person
+    // closes the dialog at that sensor time: the run flag is cleared, as the test function
+    // does, and set again after the join. Returns the exit code (-1 when there is none).
+    int runWorker(vek::ManagedThread::Function worker, void* dialog, std::atomic<bool>& runFlag,
+                  double uiClosesAt) {
+        vek::ManagedThread thread(worker, dialog);
+        EXPECT_TRUE(thread.run(vek::String("worker-test")));
+        if (uiClosesAt > 0) {
+            while (std::chrono::duration<double>(clock_.now()).count() < uiClosesAt)
+                std::this_thread::sleep_for(std::chrono::microseconds(200));
+            runFlag.exchange(false);
+        }
+        thread.join();
+        runFlag.exchange(true);
+        int code = -1;
+        return thread.getExitCode(&code) ? code : -1;
+    }
+
+    // The event names raised during the run.
+    std::vector<std::string> events() const {
+        std::vector<std::string> names;
+        for (const auto& e : run_.events)
+            names.push_back(e.name);
+        return names;
+    }
+
+    // However a worker ends, its dialog must close: DoModal returns `expected` at once (a
+    // watchdog ends it with -1 after five seconds).
+    template <typename Dialog>
+    void expectDialogCloses(Dialog& dialog, int expected) {
+        QTimer::singleShot(5000, &dialog, [&dialog] { dialog.EndDialog(-1); });
+        EXPECT_EQ(dialog.DoModal(), expected) << "the dialog stayed open";
+    }
+
+    libLumo::GdiResourceManager gui_;
+    vek::ManualClock clock_;
+    kiva5::RunRecord run_;
+};
+
+}  // namespace vekr::testing
