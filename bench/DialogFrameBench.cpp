@@ -13,16 +13,13 @@
 
 namespace {
 
-// The picture alone, into an image the canvas's size.
-void BM_GyrometerPicture(benchmark::State& state) {
-    vekrsensors::GyrometerTestDlg dialog(nullptr);
+// Draws the dialog's picture into an image the canvas's size, once per iteration, after `step`
+// has moved the values the picture is drawn from.
+template <typename Dialog, typename Step>
+void drawPictures(benchmark::State& state, Dialog& dialog, Step step) {
     QImage target(dialog.canvas()->size(), QImage::Format_ARGB32_Premultiplied);
-    double turn = 0.0;
     for (auto _ : state) {
-        turn = turn > 1.0 ? -1.0 : turn + 0.01;
-        dialog.UpdateRotationX(turn);
-        dialog.UpdateRotationY(-turn);
-        dialog.UpdateRotationZ(turn / 2);
+        step();
         QPainter painter(&target);
         dialog.render(painter);
         painter.end();
@@ -30,6 +27,18 @@ void BM_GyrometerPicture(benchmark::State& state) {
     }
     if (!dialog.hasRenderTarget())
         state.SkipWithError("the canvas never drew (images missing?)");
+}
+
+// The gyrometer picture alone.
+void BM_GyrometerPicture(benchmark::State& state) {
+    vekrsensors::GyrometerTestDlg dialog(nullptr);
+    double turn = 0.0;
+    drawPictures(state, dialog, [&] {
+        turn = turn > 1.0 ? -1.0 : turn + 0.01;
+        dialog.UpdateRotationX(turn);
+        dialog.UpdateRotationY(-turn);
+        dialog.UpdateRotationZ(turn / 2);
+    });
 }
 BENCHMARK(BM_GyrometerPicture)->Unit(benchmark::kMicrosecond);
 
@@ -59,18 +68,11 @@ BENCHMARK(BM_GyrometerCanvasRepaint)->Unit(benchmark::kMicrosecond);
 void BM_CompassPicture(benchmark::State& state) {
     vekrsensors::MagnetometerTestDlg dialog(nullptr);
     dialog.SetTargetRotation(-200);
-    QImage target(dialog.canvas()->size(), QImage::Format_ARGB32_Premultiplied);
     double needle = 0.0;
-    for (auto _ : state) {
+    drawPictures(state, dialog, [&] {
         needle = needle < -359.0 ? 0.0 : needle - 0.5;
         dialog.UpdateRotation(needle);
-        QPainter painter(&target);
-        dialog.render(painter);
-        painter.end();
-        benchmark::DoNotOptimize(target.constBits());
-    }
-    if (!dialog.hasRenderTarget())
-        state.SkipWithError("the canvas never drew (images missing?)");
+    });
 }
 BENCHMARK(BM_CompassPicture)->Unit(benchmark::kMicrosecond);
 
