@@ -18,6 +18,7 @@ struct SimBackend::SensorState {
     std::optional<double> stuckValue;
     double heading = 0.0;
     double headingAt = 0.0;  // test time of the last heading step
+    std::optional<double> motionStart;  // test time of the first gyrometer sample
 };
 
 namespace {
@@ -276,11 +277,16 @@ bool SimBackend::nextSample(std::size_t index, Sample& out) {
         return false;
     }
     if (!s.motion.empty()) {
-        // Rate of the segment that holds t; at rest once the script has run out.
+        // Rate of the segment that holds t; at rest once the script has run out. The person
+        // starts to turn the device when the test first reads the sensor, that is once the
+        // dialog is up: however long the windowing system takes to show it, no turn is missed.
+        if (!st.motionStart)
+            st.motionStart = t;
+        const double sinceFirst = t - *st.motionStart;
         double start = 0.0;
         out.x = out.y = out.z = 0.0;
         for (const auto& m : s.motion) {
-            if (t < start + m.seconds) {
+            if (sinceFirst < start + m.seconds) {
                 out.x = m.rate[0], out.y = m.rate[1], out.z = m.rate[2];
                 break;
             }
