@@ -4,10 +4,12 @@
 
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "FakeSysfs.h"
 #include "ModuleProcess.h"
 #include "ScratchDir.h"
+#include "VirtualXServer.h"
 
 namespace {
 
@@ -176,24 +178,80 @@ protected:
     vekr::testing::ScratchDir scratch_{"vekr-gyro-host"};
 };
 
-// A real machine without a screen cannot show the dialog: the run says so and moves on.
-TEST_F(GyrometerHost, NoDisplayOnARealMachineIsCannotRun) {
+// Where the gyrometer's dialog can appear. A display that is named but does not answer is no
+// display: a real machine says so and moves on, the simulated one runs its dialogs offscreen;
+// an X server that answers shows them through Qt's xcb plugin.
+struct DisplayRow {
+    const char* label;
+    const char* backend;
+    std::vector<std::string> env;  // "@X" stands for a virtual X server's display
+    const char* result;
+    const char* said;  // in the run's note (CANNOTRUN) or the module log
+};
+
+void PrintTo(const DisplayRow& r, std::ostream* os) {
+    *os << r.label;
+}
+
+class GyrometerDisplay : public ::testing::TestWithParam<DisplayRow> {
+protected:
+    vekr::testing::ScratchDir scratch_{"vekr-gyro-display"};
+};
+
+TEST_P(GyrometerDisplay, DecidesWhereTheDialogAppears) {
+    const DisplayRow& row = GetParam();
+    std::optional<VirtualXServer> x;
+    std::vector<std::string> env = row.env;
+    for (std::string& e : env) {
+        if (e.ends_with("@X")) {
+            x.emplace();
+            if (!x->available())
+                GTEST_SKIP() << "Xvfb is not installed";
+            e.replace(e.size() - 2, 2, x->display());
+        }
+    }
     FakeSysfs sysfs;
     sysfs.addHidGyro3d(0);
-    const ModuleOutcome o =
-        runModule({"--backend", "iio", "--report", "-"}, scratch_.path().string(),
-                  {"VEKR_SYSFS_ROOT=" + sysfs.root().string()});
+    env.push_back("VEKR_SYSFS_ROOT=" + sysfs.root().string());
+    const ModuleOutcome o = runModule(
+        {"--backend", row.backend, "--test", "GyrometerTest", "--report", "-", "--log", "log.txt"},
+        scratch_.path().string(), env);
     const auto report = nlohmann::json::parse(o.out);
-    bool seen = false;
-    for (const auto& run : report["runs"]) {
-        if (run["test"] != "GyrometerTest")
-            continue;
-        seen = true;
-        EXPECT_EQ(run["result"], "CANNOTRUN");
-        EXPECT_NE(run["notes"][0].get<std::string>().find("no display"), std::string::npos);
-    }
-    EXPECT_TRUE(seen) << o.out;
+    ASSERT_EQ(report["runs"].size(), 1u) << o.out;
+    const auto& run = report["runs"][0];
+    EXPECT_EQ(run["result"], row.result) << run.dump(2);
+    std::ifstream in(scratch_ / "log.txt");
+    std::string said((std::istreambuf_iterator<char>(in)), {});
+    if (run.contains("notes"))
+        said += run["notes"].dump();
+    EXPECT_NE(said.find(row.said), std::string::npos) << said;
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Display, GyrometerDisplay,
+    ::testing::Values(DisplayRow{"none_on_a_real_machine",
+                                 "iio",
+                                 {},
+                                 "CANNOTRUN",
+                                 "neither DISPLAY nor WAYLAND_DISPLAY is set"},
+                      DisplayRow{"unreachable_x_on_a_real_machine",
+                                 "iio",
+                                 {"DISPLAY=:97"},
+                                 "CANNOTRUN",
+                                 R"(cannot connect to the X display \":97\")"},
+                      DisplayRow{"wayland_without_xwayland",
+                                 "iio",
+                                 {"WAYLAND_DISPLAY=wayland-9"},
+                                 "CANNOTRUN",
+                                 "without XWayland"},
+                      DisplayRow{"unreachable_x_on_the_simulated_machine",
+                                 "sim",
+                                 {"DISPLAY=:97"},
+                                 "PASS",
+                                 "GUI toolkit started on offscreen"},
+                      DisplayRow{
+                          "x_server", "sim", {"DISPLAY=@X"}, "PASS", "GUI toolkit started on xcb"}),
+    [](const auto& row) { return std::string(row.param.label); });
 
 // Only the dialogs start the GUI toolkit: a run of the tests without one never does.
 TEST_F(GyrometerHost, NonInteractiveTestsNeverStartTheToolkit) {

@@ -271,8 +271,8 @@ std::string reasonNotToRun(const Test& test, bool escaped) {
         }
     }
     if (test.interactive() && platform::displayMode() == platform::DisplayMode::None) {
-        return "no display to show the test's dialog on: run it in a desktop session "
-               "(DISPLAY or WAYLAND_DISPLAY), or on the simulated machine (--backend sim)";
+        return "no display to show the test's dialog on (" + platform::displayProblem() +
+               "): run it in a desktop session, or on the simulated machine (--backend sim)";
     }
     return "";
 }
@@ -341,9 +341,13 @@ int Host::start(const std::vector<std::string>& args) {
             return 0;
         }
         // A simulated machine's dialogs run offscreen when there is no screen.
-        platform::setDisplayMode(platform::detectDisplayMode(selection.backend == "sim"));
+        std::string noScreen;
+        const platform::DisplayMode mode =
+            platform::detectDisplayMode(selection.backend == "sim", &noScreen);
+        platform::setDisplayMode(mode, noScreen);
         VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
-                "Display: " << platform::displayModeName(platform::displayMode()));
+                "Display: " << platform::displayModeName(mode)
+                            << (noScreen.empty() ? "" : " (" + noScreen + ")"));
 
         Report report;
         report.moduleFile = moduleFile_;

@@ -401,12 +401,21 @@ TEST_F(HostFixture, InteractiveTestsNeedADisplayExceptOnTheSimulatedMachine) {
     EXPECT_EQ(g_calls.size(), 2u);
     EXPECT_EQ(platform::displayMode(), platform::DisplayMode::Offscreen);
 
-    setenv("DISPLAY", ":7", 1);
+    // A display that does not answer is none, and the note says which it was.
+    setenv("DISPLAY", ":97", 1);
+    report = runForReport({"--backend", "iio"});
+    EXPECT_EQ(report["runs"][1]["result"], "CANNOTRUN");
+    EXPECT_NE(report["runs"][1]["notes"][0].get<std::string>().find("X display \":97\""),
+              std::string::npos)
+        << report["runs"][1]["notes"][0];
+    unsetenv("DISPLAY");
+
+    // A Qt platform the user names is trusted.
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
     g_calls.clear();
     report = runForReport({"--backend", "iio"});
     EXPECT_EQ(report["runs"][1]["result"], "PASS");
     EXPECT_EQ(platform::displayMode(), platform::DisplayMode::Screen);
-    unsetenv("DISPLAY");
 }
 
 }  // namespace

@@ -1,12 +1,18 @@
 #include "platform/Screen.h"
 
+#include <xcb/xcb.h>
+
 #include <atomic>
 #include <cstdlib>
+#include <mutex>
+#include <string_view>
 
 #include "InstalledHook.h"
 
 namespace {
 std::atomic<platform::DisplayMode> s_mode{platform::DisplayMode::None};
+std::mutex s_problemMutex;
+std::string s_problem;
 platform::InstalledHook<platform::OperatorScript> s_script;
 platform::InstalledHook<platform::OperatorWatcher> s_watcher;
 
@@ -14,16 +20,45 @@ bool envSet(const char* name) {
     const char* v = std::getenv(name);
     return v && *v;
 }
+
+// Why the X server named in DISPLAY cannot be used; empty when it answers. A local server
+// answers within a millisecond; this is the same connection Qt's xcb plugin makes, which
+// aborts the process when it fails.
+std::string xServerProblem() {
+    if (!envSet("DISPLAY"))
+        return envSet("WAYLAND_DISPLAY") ? "a Wayland session without XWayland (DISPLAY is not set)"
+                                         : "neither DISPLAY nor WAYLAND_DISPLAY is set";
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const int error = xcb_connection_has_error(connection);
+    xcb_disconnect(connection);
+    if (error == 0)
+        return {};
+    return "cannot connect to the X display \"" + std::string(std::getenv("DISPLAY")) + "\"";
+}
 }  // namespace
 
-platform::DisplayMode platform::detectDisplayMode(bool simulatedMachine) {
-    if (envSet("QT_QPA_PLATFORM") || envSet("DISPLAY") || envSet("WAYLAND_DISPLAY"))
+platform::DisplayMode platform::detectDisplayMode(bool simulatedMachine, std::string* problem) {
+    const char* qpa = std::getenv("QT_QPA_PLATFORM");
+    std::string why;
+    if (qpa && *qpa && !std::string_view(qpa).starts_with("xcb"))
         return DisplayMode::Screen;
+    why = xServerProblem();
+    if (why.empty())
+        return DisplayMode::Screen;
+    if (problem)
+        *problem = why;
     return simulatedMachine ? DisplayMode::Offscreen : DisplayMode::None;
 }
 
-void platform::setDisplayMode(DisplayMode mode) {
+void platform::setDisplayMode(DisplayMode mode, std::string problem) {
+    std::lock_guard lock(s_problemMutex);
+    s_problem = std::move(problem);
     s_mode.store(mode);
+}
+
+std::string platform::displayProblem() {
+    std::lock_guard lock(s_problemMutex);
+    return s_problem;
 }
 
 platform::DisplayMode platform::displayMode() {

@@ -15,13 +15,18 @@ enum class DisplayMode {
     Offscreen,  // dialogs run without a screen, driven by the simulated operator
 };
 
-// The mode for this process: a Qt platform named in QT_QPA_PLATFORM or a display in DISPLAY /
-// WAYLAND_DISPLAY means Screen; otherwise a simulated machine gets Offscreen and a real one
-// None.
-DisplayMode detectDisplayMode(bool simulatedMachine);
-// Set by the host before the tests run; read by the dialog layer and the host from any thread.
-void setDisplayMode(DisplayMode mode);
+// The mode for this process. Screen when a Qt platform other than xcb is named in
+// QT_QPA_PLATFORM (the user's choice, trusted), or when the X server in DISPLAY answers: Qt's
+// only windowing plugin among our dependencies is xcb, so a Wayland session is reached through
+// XWayland. A display that is set but does not answer counts as none, since Qt would end the
+// process on it. Without a screen a simulated machine gets Offscreen and a real one None, and
+// `problem` (when given) says why there is no screen.
+DisplayMode detectDisplayMode(bool simulatedMachine, std::string* problem = nullptr);
+// Set by the host before the tests run, with the reason there is no screen (if any); read by
+// the dialog layer and the host from any thread.
+void setDisplayMode(DisplayMode mode, std::string problem = {});
 DisplayMode displayMode();
+std::string displayProblem();
 const char* displayModeName(DisplayMode mode);
 
 // One scripted press: `control` ("Fail", "Cancel", "Close", "Escape", "Restart", "Exit") of a
