@@ -220,6 +220,7 @@ TEST_P(GyrometerDisplay, DecidesWhereTheDialogAppears) {
     ASSERT_EQ(report["runs"].size(), 1u) << o.out;
     const auto& run = report["runs"][0];
     EXPECT_EQ(run["result"], row.result) << run.dump(2);
+    EXPECT_EQ(o.exitCode, run["code"]) << o.err;
     std::ifstream in(scratch_ / "log.txt");
     std::string said((std::istreambuf_iterator<char>(in)), {});
     if (run.contains("notes"))
