@@ -245,25 +245,4 @@ TEST_F(GyroDialog, DrawsTheTurnItIsGiven) {
               pixel(mid, 0.65f * w + 30, 0.35f * h - 18));
 }
 
-TEST(GyrometerArtwork, EveryImageIsShippedAtTheSizeTheDialogLoads) {
-    struct Row {
-        const char* file;
-        QSize size;
-    };
-    const Row rows[] = {
-        {"gyrometer_bg.png", {752, 752}},
-        {"gyrometer_dial.png", {156, 162}},
-        {"gyrometer_marble.png", {61, 62}},
-        {"gyrometer_marble_hole.png", {56, 56}},
-        {"gyrometer_light_red.png", {83, 84}},
-        {"gyrometer_light_green.png", {83, 84}},
-        {"gyrometer_dial_arrow_right.png", {108, 75}},
-        {"gyrometer_dial_arrow_left.png", {108, 75}},
-    };
-    for (const Row& row : rows) {
-        const QImage image(QString("bin/resources/vekrsensors/") + row.file);
-        EXPECT_EQ(image.size(), row.size) << row.file;
-    }
-}
-
 }  // namespace

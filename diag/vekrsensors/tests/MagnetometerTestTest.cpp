@@ -328,21 +328,4 @@ TEST_F(CompassDialog, DrawsTheArrowOnTheNeedlesSideOfTheTarget) {
     EXPECT_FALSE(amber(at(200, 165))) << at(200, 165).name().toStdString();
 }
 
-TEST(CompassArtwork, EveryImageIsShippedAtTheSizeTheDialogLoads) {
-    struct Row {
-        const char* file;
-        QSize size;
-    };
-    const Row rows[] = {
-        {"compass_container_bg.png", {498, 437}}, {"compass_bg.png", {375, 375}},
-        {"compass_needle.png", {183, 702}},       {"compass_needle_cap.png", {75, 75}},
-        {"compass_marker.png", {30, 41}},         {"compass_arrow_left.png", {201, 406}},
-        {"compass_arrow_right.png", {201, 406}},
-    };
-    for (const Row& row : rows) {
-        const QImage image(QString("bin/resources/vekrsensors/") + row.file);
-        EXPECT_EQ(image.size(), row.size) << row.file;
-    }
-}
-
 }  // namespace
