@@ -1,5 +1,6 @@
 #include "VirtualXServer.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
@@ -7,6 +8,8 @@
 #include <unistd.h>
 
 #include <filesystem>
+
+extern char** environ;
 
 VirtualXServer::VirtualXServer() {
     const char* xvfb = "/usr/bin/Xvfb";
@@ -30,9 +33,8 @@ VirtualXServer::VirtualXServer() {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addclose(&actions, ready[0]);
-    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", 01 /* O_WRONLY */, 0);
-    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", 01 /* O_WRONLY */, 0);
-    extern char** environ;
+    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
     const int rc = posix_spawn(&pid_, xvfb, &actions, nullptr, argv, environ);
     posix_spawn_file_actions_destroy(&actions);
     close(ready[1]);
