@@ -9,6 +9,7 @@
 #include "FakeSysfs.h"
 #include "ModuleProcess.h"
 #include "ScratchDir.h"
+#include "SilentXServer.h"
 #include "VirtualXServer.h"
 
 namespace {
@@ -184,7 +185,8 @@ protected:
 struct DisplayRow {
     const char* label;
     const char* backend;
-    std::vector<std::string> env;  // "@X" stands for a virtual X server's display
+    // "@X" stands for a virtual X server's display, "@S" for one that never answers
+    std::vector<std::string> env;
     const char* result;
     const char* said;  // in the run's note (CANNOTRUN) or the module log
 };
@@ -201,6 +203,7 @@ protected:
 TEST_P(GyrometerDisplay, DecidesWhereTheDialogAppears) {
     const DisplayRow& row = GetParam();
     std::optional<VirtualXServer> x;
+    std::optional<SilentXServer> silent;
     std::vector<std::string> env = row.env;
     for (std::string& e : env) {
         if (e.ends_with("@X")) {
@@ -208,6 +211,10 @@ TEST_P(GyrometerDisplay, DecidesWhereTheDialogAppears) {
             if (!x->available())
                 GTEST_SKIP() << "Xvfb is not installed";
             e.replace(e.size() - 2, 2, x->display());
+        } else if (e.ends_with("@S")) {
+            silent.emplace();
+            ASSERT_TRUE(silent->available());
+            e.replace(e.size() - 2, 2, silent->display());
         }
     }
     FakeSysfs sysfs;
@@ -240,6 +247,11 @@ INSTANTIATE_TEST_SUITE_P(
                                  {"DISPLAY=:97"},
                                  "CANNOTRUN",
                                  R"(cannot connect to the X display \":97\")"},
+                      DisplayRow{"x_server_that_never_answers",
+                                 "iio",
+                                 {"DISPLAY=@S"},
+                                 "CANNOTRUN",
+                                 "did not answer within 2 s"},
                       DisplayRow{"wayland_without_xwayland",
                                  "iio",
                                  {"WAYLAND_DISPLAY=wayland-9"},

@@ -3,9 +3,13 @@
 #include <xcb/xcb.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
+#include <future>
+#include <memory>
 #include <mutex>
 #include <string_view>
+#include <thread>
 
 #include "InstalledHook.h"
 
@@ -21,19 +25,35 @@ bool envSet(const char* name) {
     return v && *v;
 }
 
-// Why the X server named in DISPLAY cannot be used; empty when it answers. A local server
-// answers within a millisecond; this is the same connection Qt's xcb plugin makes, which
-// aborts the process when it fails.
+// How long the X server in DISPLAY has to complete its connection set-up. A local server
+// answers within a millisecond; one that has not answered in this time is wedged or far
+// away, and Qt, given it, would wait for it just as long.
+constexpr auto kXAnswerTime = std::chrono::seconds(2);
+
+// Why the X server named in DISPLAY cannot be used; empty when it answers. This is the same
+// connection Qt's xcb plugin makes, which aborts the process when it fails. It is made on a
+// thread of its own that is left to finish alone when the server is late: it holds nothing
+// but its own connection and the shared answer.
 std::string xServerProblem() {
     if (!envSet("DISPLAY"))
         return envSet("WAYLAND_DISPLAY") ? "a Wayland session without XWayland (DISPLAY is not set)"
                                          : "neither DISPLAY nor WAYLAND_DISPLAY is set";
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    const int error = xcb_connection_has_error(connection);
-    xcb_disconnect(connection);
-    if (error == 0)
+    const std::string display = std::getenv("DISPLAY");
+    auto answered = std::make_shared<std::promise<bool>>();
+    std::future<bool> answer = answered->get_future();
+    std::thread([display, answered] {
+        xcb_connection_t* connection = xcb_connect(display.c_str(), nullptr);
+        const bool ok = xcb_connection_has_error(connection) == 0;
+        xcb_disconnect(connection);
+        answered->set_value(ok);
+    }).detach();
+    if (answer.wait_for(kXAnswerTime) != std::future_status::ready) {
+        return "the X display \"" + display + "\" did not answer within " +
+               std::to_string(kXAnswerTime.count()) + " s";
+    }
+    if (answer.get())
         return {};
-    return "cannot connect to the X display \"" + std::string(std::getenv("DISPLAY")) + "\"";
+    return "cannot connect to the X display \"" + display + "\"";
 }
 }  // namespace
 
