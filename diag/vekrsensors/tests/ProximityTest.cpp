@@ -85,11 +85,13 @@ TEST_F(Countdown, AResetLengthensIt) {
     EXPECT_GE(secondsSince(start, box_.first), 1.6);
 }
 
+// Three seconds of countdown against resets every 100 ms: only a test thread starved for
+// seconds on a loaded machine could let it fire.
 TEST_F(Countdown, AResetEvery100MillisecondsNeverFires) {
-    PostMessageTimer timer(&box_, 1025, 1);
+    PostMessageTimer timer(&box_, 1025, 3);
     timer.start();
     auto lastReset = Clock::now();
-    pumpFor(std::chrono::milliseconds(2500), [&] {
+    pumpFor(std::chrono::milliseconds(3500), [&] {
         if (Clock::now() - lastReset >= std::chrono::milliseconds(100)) {
             timer.resetCountdown();
             lastReset = Clock::now();
