@@ -77,9 +77,11 @@ GdiResourceManager::GdiResourceManager() {
     if (!userChoice) {
         if (mode == platform::DisplayMode::Offscreen) {
             qputenv("QT_QPA_PLATFORM", "offscreen");
-        } else if (platform::detectDisplayMode(false) == platform::DisplayMode::None) {
-            // Starting on no display would end the process inside Qt.
-            VEK_LOG(s_logger, kLoggerName, 4, "No display to show a dialog on");
+        } else if (mode == platform::DisplayMode::None) {
+            // The host found no display that answers (or none was looked for): starting on it
+            // would end the process inside Qt.
+            VEK_LOG(s_logger, kLoggerName, 4,
+                    "No display to show a dialog on: " << platform::displayProblem());
             return;
         }
     }
