@@ -17,7 +17,7 @@ struct SimBackend::SensorState {
     std::size_t updateCalls = 0;
     std::optional<double> stuckValue;
     double heading = 0.0;
-    double headingAt = 0.0;  // test time of the last heading step
+    double headingAt = 0.0;             // test time of the last heading step
     std::optional<double> motionStart;  // test time of the first gyrometer sample
 };
 
