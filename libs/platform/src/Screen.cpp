@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <string_view>
+#include <system_error>
 #include <thread>
 
 #include "InstalledHook.h"
@@ -41,12 +42,16 @@ std::string xServerProblem() {
     const std::string display = std::getenv("DISPLAY");
     auto answered = std::make_shared<std::promise<bool>>();
     std::future<bool> answer = answered->get_future();
-    std::thread([display, answered] {
-        xcb_connection_t* connection = xcb_connect(display.c_str(), nullptr);
-        const bool ok = xcb_connection_has_error(connection) == 0;
-        xcb_disconnect(connection);
-        answered->set_value(ok);
-    }).detach();
+    try {
+        std::thread([display, answered] {
+            xcb_connection_t* connection = xcb_connect(display.c_str(), nullptr);
+            const bool ok = xcb_connection_has_error(connection) == 0;
+            xcb_disconnect(connection);
+            answered->set_value(ok);
+        }).detach();
+    } catch (const std::system_error&) {
+        return "no thread to connect to the X display \"" + display + "\" from";
+    }
     if (answer.wait_for(kXAnswerTime) != std::future_status::ready) {
         return "the X display \"" + display + "\" did not answer within " +
                std::to_string(kXAnswerTime.count()) + " s";
@@ -59,10 +64,9 @@ std::string xServerProblem() {
 
 platform::DisplayMode platform::detectDisplayMode(bool simulatedMachine, std::string* problem) {
     const char* qpa = std::getenv("QT_QPA_PLATFORM");
-    std::string why;
     if (qpa && *qpa && !std::string_view(qpa).starts_with("xcb"))
         return DisplayMode::Screen;
-    why = xServerProblem();
+    const std::string why = xServerProblem();
     if (why.empty())
         return DisplayMode::Screen;
     if (problem)
