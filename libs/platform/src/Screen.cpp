@@ -5,14 +5,12 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <future>
-#include <memory>
 #include <mutex>
+#include <optional>
 #include <string_view>
-#include <system_error>
-#include <thread>
 
 #include "InstalledHook.h"
+#include "vek/CallWithin.h"
 
 namespace {
 std::atomic<platform::DisplayMode> s_mode{platform::DisplayMode::None};
@@ -29,34 +27,28 @@ bool envSet(const char* name) {
 // How long the X server in DISPLAY has to complete its connection set-up. A local server
 // answers within a millisecond; one that has not answered in this time is wedged or far
 // away, and Qt, given it, would wait for it just as long.
-constexpr auto kXAnswerTime = std::chrono::seconds(2);
+constexpr std::chrono::milliseconds kXAnswerTime{2000};
 
 // Why the X server named in DISPLAY cannot be used; empty when it answers. This is the same
-// connection Qt's xcb plugin makes, which aborts the process when it fails. It is made on a
-// thread of its own that is left to finish alone when the server is late: it holds nothing
-// but its own connection and the shared answer.
+// connection Qt's xcb plugin makes, which aborts the process when it fails.
 std::string xServerProblem() {
     if (!envSet("DISPLAY"))
         return envSet("WAYLAND_DISPLAY") ? "a Wayland session without XWayland (DISPLAY is not set)"
                                          : "neither DISPLAY nor WAYLAND_DISPLAY is set";
     const std::string display = std::getenv("DISPLAY");
-    auto answered = std::make_shared<std::promise<bool>>();
-    std::future<bool> answer = answered->get_future();
-    try {
-        std::thread([display, answered] {
-            xcb_connection_t* connection = xcb_connect(display.c_str(), nullptr);
-            const bool ok = xcb_connection_has_error(connection) == 0;
-            xcb_disconnect(connection);
-            answered->set_value(ok);
-        }).detach();
-    } catch (const std::system_error&) {
-        return "no thread to connect to the X display \"" + display + "\" from";
-    }
-    if (answer.wait_for(kXAnswerTime) != std::future_status::ready) {
+    const std::optional<bool> answered = vek::callWithin(kXAnswerTime, [display] {
+        xcb_connection_t* connection = xcb_connect(display.c_str(), nullptr);
+        const bool ok = xcb_connection_has_error(connection) == 0;
+        xcb_disconnect(connection);
+        return ok;
+    });
+    if (!answered) {
         return "the X display \"" + display + "\" did not answer within " +
-               std::to_string(kXAnswerTime.count()) + " s";
+               std::to_string(
+                   std::chrono::duration_cast<std::chrono::seconds>(kXAnswerTime).count()) +
+               " s";
     }
-    if (answer.get())
+    if (*answered)
         return {};
     return "cannot connect to the X display \"" + display + "\"";
 }
