@@ -10,7 +10,7 @@ packages=(
   qt6-base-dev qt6-base-dev-tools libqt6svg6-dev libgl-dev libxcb1-dev
   libcli11-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  umockdev libumockdev-dev
+  libudev-dev umockdev libumockdev-dev
   librsvg2-bin
   xvfb
   locales

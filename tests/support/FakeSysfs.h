@@ -4,28 +4,31 @@
 #include <map>
 #include <string>
 
+#include "DriverLayouts.h"
 #include "ScratchDir.h"
 
 // A fake sysfs tree: bus/iio/devices/iio:deviceN folders with attribute files, shaped like
-// what the kernel's drivers create.
+// what the kernel's drivers create, and a folder for their device nodes.
 class FakeSysfs {
 public:
     FakeSysfs() : dir_("vekr-sysfs") {}
     const std::filesystem::path& root() const { return dir_.path(); }
+    std::filesystem::path devRoot() const { return dir_ / "dev"; }
     std::filesystem::path device(int n) const {
         return dir_ / ("bus/iio/devices/iio:device" + std::to_string(n));
     }
-    // Creates iio:device<n> with a name and attributes.
+    // Creates iio:device<n> with a name and attributes (names may contain a folder).
     std::filesystem::path addDevice(int n, const std::string& name,
                                     const std::map<std::string, std::string>& attributes);
+    std::filesystem::path add(int n, const DriverLayout& layout) {
+        return addDevice(n, layout.name, layout.attributes);
+    }
     void set(int n, const std::string& attribute, const std::string& text);
-
-    // Trees as real sensor hubs and chips present them.
-    void addHidAccel3d(int n);  // milli-g raw with scale 0.009806650 m/s^2
-    void addHidGyro3d(int n);
-    void addHidMagn3d(int n);
-    void addHidAls(int n);
-    void addVl53l0x(int n);
+    // The device's trigger ("<name>-dev<n>") and its node under devRoot() holding `bytes`.
+    void addBuffer(int n, const std::string& name, const std::string& bytes);
+    // Replaces the attribute with a FIFO that nobody writes: opening or reading it blocks.
+    std::filesystem::path makeSilent(int n, const std::string& attribute);
+    std::string read(int n, const std::string& attribute) const;
 
 private:
     vekr::testing::ScratchDir dir_;

@@ -106,18 +106,29 @@ TEST_F(CommandLine, SimulatedMachineListsItsDevices) {
               "ProximitySensor\tSIM\\PROX\\0\tSimulated proximity sensor\n");
 }
 
+// Listing and opening agree: a two-axis gyroscope is no gyrometer. The label tells two alike
+// accelerometers apart; a name that never answers costs its time bound, not the listing.
 TEST_F(CommandLine, IioTreeListsItsDevices) {
     FakeSysfs sysfs;
-    sysfs.addHidAccel3d(0);
-    sysfs.addHidAls(1);
-    sysfs.addVl53l0x(2);
+    sysfs.add(0, layouts::hidAccel3d);
+    sysfs.add(1, layouts::hidAls);
+    sysfs.add(2, layouts::vl53l0x);
+    sysfs.add(3, layouts::bmc150);
+    sysfs.addDevice(4, "two-axis", {{"in_anglvel_x_raw", "1"}, {"in_anglvel_y_raw", "2"}});
+    sysfs.add(5, layouts::mxc4005);
+    sysfs.makeSilent(5, "name");
     const ModuleOutcome o = runModule({"--backend", "iio", "--devices"}, dir_,
                                       {"VEKR_SYSFS_ROOT=" + sysfs.root().string()});
     EXPECT_EQ(o.exitCode, 0) << o.err;
     const std::string base = fs::canonical(sysfs.root() / "bus/iio/devices").string();
     EXPECT_EQ(o.out, "Accelerometer\t" + base + "/iio:device0\taccel_3d\n" +
                          "AmbientLightSensor\t" + base + "/iio:device1\tals\n" +
-                         "ProximitySensor\t" + base + "/iio:device2\tvl53l0x\n");
+                         "ProximitySensor\t" + base + "/iio:device2\tvl53l0x\n" +
+                         "Accelerometer\t" + base + "/iio:device3\tbmc150_accel (accel-base)\n" +
+                         "Accelerometer\t" + base + "/iio:device5\tiio:device5\n");
+    const ModuleOutcome gyro = runModule({"--backend", "iio", "--test", "GyrometerTest"}, dir_,
+                                         {"VEKR_SYSFS_ROOT=" + sysfs.root().string()});
+    EXPECT_EQ(gyro.exitCode, 4) << gyro.out;
 }
 
 TEST_F(CommandLine, MalformedScenarioStopsBeforeAnyTestWithOneLine) {

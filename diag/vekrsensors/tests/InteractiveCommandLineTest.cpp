@@ -218,7 +218,7 @@ TEST_P(GyrometerDisplay, DecidesWhereTheDialogAppears) {
         }
     }
     FakeSysfs sysfs;
-    sysfs.addHidGyro3d(0);
+    sysfs.add(0, layouts::hidGyro3d);
     env.push_back("VEKR_SYSFS_ROOT=" + sysfs.root().string());
     const ModuleOutcome o = runModule(
         {"--backend", row.backend, "--test", "GyrometerTest", "--report", "-", "--log", "log.txt"},

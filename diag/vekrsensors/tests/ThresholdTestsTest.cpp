@@ -271,20 +271,121 @@ TEST_F(ThresholdTest, DemoMachinePassesBothTests) {
     EXPECT_EQ(o.exitCode, 0) << o.out << o.err;
 }
 
-// A HID hub's accelerometer: raw milli-g at scale 0.009806650 is about 0.996 g.
-TEST(IioAccelerometer, PassesInGAndFailsAgainstATargetInMetresPerSecondSquared) {
-    FakeSysfs sysfs;
-    sysfs.addHidAccel3d(0);
-    vekr::testing::ScratchDir dir("vekr-iio-accel");
-    const std::vector<std::string> env{"VEKR_SYSFS_ROOT=" + sysfs.root().string()};
-    ModuleOutcome o = runModule({"--backend", "iio", "--test", kAccel, "--param",
-                                 "AccelerometerTarget=1", "--param", "AccelerometerThreshold=0.1"},
-                                dir.path(), env);
-    EXPECT_EQ(o.exitCode, 0) << o.out << o.err;
-    o = runModule({"--backend", "iio", "--test", kAccel, "--param", "AccelerometerTarget=9.80665",
-                   "--param", "AccelerometerThreshold=0.1", "--param", "AccelerometerWaitTime=0"},
-                  dir.path(), env);
-    EXPECT_EQ(o.exitCode, 1) << o.out << o.err;
+// Real drivers' trees through the command line. cros-ec's shared scale must be applied (it
+// read 1660 g when it was not), a device whose buffer another program has enabled is no FAIL,
+// and a value that never answers ends within the state check's own bound.
+struct TreeRow {
+    const char* label;
+    const char* test;
+    DriverLayout layout;
+    std::vector<std::string> params;
+    const char* result;
+    const char* event;   // "" for none
+    const char* note;    // text a run note must contain, "" for none
+    const char* silent;  // attribute that never answers, "" for none
+    bool busyBuffer;     // the buffer is enabled and its node held by this process
+};
+
+void PrintTo(const TreeRow& r, std::ostream* os) {
+    *os << r.label;
 }
+
+class IioTreeTest : public ::testing::TestWithParam<TreeRow> {};
+
+TEST_P(IioTreeTest, EndsAsOnTheRealDevice) {
+    const TreeRow& row = GetParam();
+    FakeSysfs sysfs;
+    sysfs.add(0, row.layout);
+    std::ifstream holder;
+    if (row.busyBuffer) {
+        sysfs.set(0, "buffer/enable", "1");
+        sysfs.addBuffer(0, row.layout.name, "");
+        holder.open(sysfs.devRoot() / "iio:device0");
+    }
+    if (*row.silent)
+        sysfs.makeSilent(0, row.silent);
+    vekr::testing::ScratchDir dir("vekr-iio-tree");
+    std::vector<std::string> args{"--backend", "iio", "--test", row.test, "--report", "r.json"};
+    for (const auto& p : row.params)
+        args.insert(args.end(), {"--param", p});
+    const ModuleOutcome o = runModule(
+        args, dir.path(),
+        {"VEKR_SYSFS_ROOT=" + sysfs.root().string(), "VEKR_DEV_ROOT=" + sysfs.devRoot().string()});
+    std::ifstream in(dir / "r.json");
+    const auto report = nlohmann::json::parse(in);
+    ASSERT_EQ(report["runs"].size(), 1u) << o.err;
+    const auto& r = report["runs"][0];
+    EXPECT_EQ(r["result"], row.result) << r.dump(2);
+    if (*row.event) {
+        ASSERT_EQ(r["events"].size(), 1u) << r.dump(2);
+        EXPECT_EQ(r["events"][0]["name"], row.event);
+    }
+    if (*row.note) {
+        ASSERT_TRUE(r.contains("notes")) << r.dump(2);
+        EXPECT_NE(r["notes"][0].get<std::string>().find(row.note), std::string::npos)
+            << r["notes"][0];
+    }
+    EXPECT_LT(r["seconds"].get<double>(), 5.0);
+}
+
+const std::vector<std::string> kOneG{"AccelerometerTarget=1", "AccelerometerThreshold=0.1",
+                                     "AccelerometerWaitTime=0"};
+
+INSTANTIATE_TEST_SUITE_P(
+    Drivers, IioTreeTest,
+    ::testing::Values(
+        // 0.996 g on a HID hub; 1 g +/- 0.1 passes, 9.80665 (m/s^2 taken for g) fails.
+        TreeRow{"hid_accel_in_g", kAccel, layouts::hidAccel3d, kOneG, "PASS", "", "", "", false},
+        TreeRow{"hid_accel_not_in_m_s2",
+                kAccel,
+                layouts::hidAccel3d,
+                {"AccelerometerTarget=9.80665", "AccelerometerThreshold=0.1",
+                 "AccelerometerWaitTime=0"},
+                "FAIL",
+                "Sensor_Timeout",
+                "",
+                "",
+                false},
+        TreeRow{"cros_ec_shared_scale", kAccel, layouts::crosEcAccel, kOneG, "PASS", "", "", "",
+                false},
+        TreeRow{"hid_als_lux",
+                kLight,
+                layouts::hidAls,
+                {"LuxValueThreshold=234", "LuxValueWaitTime=0"},
+                "PASS",
+                "",
+                "",
+                "",
+                false},
+        TreeRow{"busy_buffer_cannot_run", kAccel, layouts::bufferOnlyAccel, kOneG, "CANNOTRUN",
+                "SensorState_AccessDenied", "iio:device0 (bmi160) is busy", "", true},
+        TreeRow{"silent_value_times_out",
+                kAccel,
+                layouts::hidAccel3d,
+                {"SensorStateTimeout=0.5"},
+                "TIMEDOUT",
+                "SensorState_Invalid",
+                "",
+                "in_accel_x_raw",
+                false},
+        TreeRow{"silent_scale_times_out",
+                kAccel,
+                layouts::hidAccel3d,
+                {"SensorStateTimeout=0.5"},
+                "TIMEDOUT",
+                "SensorState_Invalid",
+                "",
+                "in_accel_scale",
+                false},
+        TreeRow{
+            "unusable_scale_is_an_error",
+            kLight,
+            DriverLayout{"als", {{"in_illuminance_raw", "100"}, {"in_illuminance_scale", "nan"}}},
+            {"LuxValueThreshold=0"},
+            "FAIL",
+            "SensorState_Error",
+            "",
+            "",
+            false}));
 
 }  // namespace

@@ -288,6 +288,19 @@ TestResult refusedResult(const Test& test, bool escaped) {
     return TestResult::CANNOTRUN();
 }
 
+// Adds what the sensor source noticed to the run. A failing verdict reached while another
+// program held the device (the desktop streaming the sensor) says nothing about the sensor:
+// the run could not be made, and the note says how to free the device.
+void settleWithSourceNotes(RunRecord& run, const std::vector<SourceNote>& notes) {
+    bool held = false;
+    for (const auto& n : notes) {
+        run.notes.push_back(n.text);
+        held = held || n.heldElsewhere;
+    }
+    if (held && (run.result == TestResult::FAIL() || run.result == TestResult::TIMEDOUT()))
+        run.result = TestResult::CANNOTRUN();
+}
+
 }  // namespace
 
 int Host::start(const std::vector<std::string>& args) {
@@ -429,6 +442,7 @@ std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
             }
             current.seconds = watch.getElapsed();
             source.testFinished();
+            settleWithSourceNotes(current, source.takeNotes(*device));
             RunContext::setSource(nullptr);
             RunContext::end();
             VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,

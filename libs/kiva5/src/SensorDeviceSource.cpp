@@ -27,6 +27,12 @@ public:
     }
     void testStarting(const std::string&, const DiagDevice&) override { backend_->testStarting(); }
     bool stopDue() const override { return backend_->stopDue(); }
+    std::vector<SourceNote> takeNotes(const DiagDevice& device) override {
+        std::vector<SourceNote> out;
+        for (auto& n : backend_->takeNotes(device.osLocator().str()))
+            out.push_back({std::move(n.text), n.heldElsewhere});
+        return out;
+    }
 
 private:
     std::shared_ptr<libOrra::SensorBackend> backend_;

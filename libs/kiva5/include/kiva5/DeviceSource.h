@@ -10,6 +10,12 @@
 
 namespace kiva5 {
 
+// A remark of the sensor source about a device after a run (see libOrra::DeviceNote).
+struct SourceNote {
+    std::string text;
+    bool heldElsewhere = false;  // another program held the device: no verdict on the sensor
+};
+
 // Where the host's devices come from: the sensor backend chosen on the command line.
 // Created and used on the main thread for one start().
 class DeviceSource {
@@ -21,6 +27,8 @@ public:
     virtual void testFinished() {}
     // True when the machine itself asks the running test to stop (a scenario's stop time).
     virtual bool stopDue() const { return false; }
+    // What the source noticed about `device` during the run that just ended.
+    virtual std::vector<SourceNote> takeNotes(const DiagDevice& /*device*/) { return {}; }
 };
 
 struct BackendSelection {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -9,12 +10,24 @@
 
 namespace libOrra {
 
-// Sensors from the kernel's Industrial I/O subsystem, read through sysfs. The sysfs root is
-// "/sys" unless VEKR_SYSFS_ROOT names another folder (a fake tree in tests). Works unchanged
-// under umockdev, which redirects /sys for the process.
+namespace iio {
+struct ChannelPlan;
+class NoteBoard;
+}  // namespace iio
+
+// Sensors from the kernel's Industrial I/O subsystem, read through sysfs or, for drivers
+// without sysfs values, through their buffer. The sysfs root is "/sys" unless VEKR_SYSFS_ROOT
+// names another folder, and the device nodes are in "/dev" unless VEKR_DEV_ROOT names another
+// (fake trees in tests). Works unchanged under umockdev, which redirects /sys for the process.
+//
+// Every access to a device's files runs on a thread of the device's own or within
+// vek::callWithin, bounded by the read time-out: a driver that never answers costs a failed
+// update or a state, never a hang of the caller.
 class IioBackend : public SensorBackend {
 public:
-    explicit IioBackend(std::filesystem::path sysfsRoot = defaultSysfsRoot());
+    explicit IioBackend(std::filesystem::path sysfsRoot = defaultSysfsRoot(),
+                        std::filesystem::path devRoot = defaultDevRoot());
+    ~IioBackend() override;
 
     // SensorBackend
     std::string name() const override { return "iio"; }
@@ -22,21 +35,20 @@ public:
     bool open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>>& devices,
               std::vector<SensorInfo>& infos) override;
     std::unique_ptr<ProximityStream> openProximity(const std::string& locator) override;
+    std::vector<DeviceNote> takeNotes(const std::string& locator) override;
 
     static std::filesystem::path defaultSysfsRoot();
-    // How long one reading may take before update() gives up on it (a HID sensor hub can
-    // stall for seconds while the hub wakes up).
+    static std::filesystem::path defaultDevRoot();
+    // How long one access to a device may take before the caller gives up on it (a HID sensor
+    // hub can stall for seconds while the hub wakes up).
     static void setReadTimeout(std::chrono::milliseconds timeout);
 
 private:
-    struct Found {
-        SensorKind kind;
-        std::filesystem::path dir;
-        std::string locator;
-        std::string name;
-    };
+    struct Found;
     std::vector<Found> scan() const;
     std::filesystem::path root_;
+    std::filesystem::path devRoot_;
+    std::shared_ptr<iio::NoteBoard> notes_;
 };
 
 }  // namespace libOrra

@@ -27,6 +27,7 @@ struct Sample {
     float lux = 0.0f;
     double heading = 0.0;
     bool headingValid = false;
+    bool detected = false;  // proximity: something is near; x then holds the distance in mm
 };
 
 // One sensor opened by a backend, owned by the record that represents it. read() is called
@@ -50,6 +51,15 @@ public:
     virtual bool start(ReadingFn onReading, ErrorFn onError) = 0;
     // Stops and joins the thread; no callback runs after it returns.
     virtual void stop() = 0;
+};
+
+// Something a person should know about a device after a run, beside its verdict: that
+// another program held it, or that a value had to be taken on an assumption.
+struct DeviceNote {
+    std::string text;
+    // The device could not be read because something outside the sensor held it: a failing
+    // verdict from such a run says nothing about the sensor.
+    bool heldElsewhere = false;
 };
 
 // A device the framework hands to the tests.
@@ -77,6 +87,9 @@ public:
     // time lines there), and asked whether the machine requests a stop.
     virtual void testStarting() {}
     virtual bool stopDue() const { return false; }
+    // The notes gathered about the sensors at `locator` since the last call; taken by the host
+    // after each run.
+    virtual std::vector<DeviceNote> takeNotes(const std::string& /*locator*/) { return {}; }
 };
 
 void installBackend(std::shared_ptr<SensorBackend> backend);

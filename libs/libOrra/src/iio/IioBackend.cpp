@@ -1,27 +1,67 @@
 #include "libOrra/IioBackend.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cmath>
-#include <condition_variable>
 #include <cstdlib>
-#include <fstream>
+#include <map>
+#include <mutex>
+#include <system_error>
 #include <thread>
 
 #include "../SensorObject.h"
 #include "../StoppableThread.h"
 #include "BoundedReader.h"
+#include "BufferStream.h"
+#include "DeviceHolders.h"
 #include "IioChannels.h"
+#include "SysfsFile.h"
+#include "UdevProperties.h"
 #include "libOrra/IioAttribute.h"
+#include "vek/CallWithin.h"
+#include "vek/Logging.h"
 
 namespace fs = std::filesystem;
 
 namespace libOrra {
+namespace iio {
+
+// Notes about devices, posted from the sensors' reader threads and taken by the host after
+// each run. Shared by the backend and every sensor it opened.
+class NoteBoard {
+public:
+    void add(const std::string& locator, DeviceNote note) {
+        std::lock_guard lock(mutex_);
+        auto& list = notes_[locator];
+        for (const auto& n : list) {
+            if (n.text == note.text)
+                return;
+        }
+        list.push_back(std::move(note));
+    }
+    std::vector<DeviceNote> take(const std::string& locator) {
+        std::lock_guard lock(mutex_);
+        auto it = notes_.find(locator);
+        if (it == notes_.end())
+            return {};
+        auto out = std::move(it->second);
+        notes_.erase(it);
+        return out;
+    }
+
+private:
+    std::mutex mutex_;
+    std::map<std::string, std::vector<DeviceNote>> notes_;
+};
+
+}  // namespace iio
+
 namespace {
+
+std::atomic<vek::Logger*> s_logger{nullptr};
+constexpr const char* kLoggerName = "libOrra.iio";
+#define LOG(priority, expr) VEK_LOG(s_logger, kLoggerName, priority, expr)
 
 std::atomic<long> s_readTimeoutMs{1000};
 
@@ -29,105 +69,205 @@ std::chrono::milliseconds readTimeout() {
     return std::chrono::milliseconds(s_readTimeoutMs.load());
 }
 
-// One sysfs attribute kept open and re-read with pread: sysfs regenerates the text on every
-// read from offset 0, so the descriptor never needs reopening while the device lives.
-class Attribute {
-public:
-    Attribute() = default;
-    explicit Attribute(const fs::path& path) {
-        fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        error_ = fd_ < 0 ? errno : 0;
-    }
-    ~Attribute() {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    Attribute(Attribute&& o) noexcept : fd_(o.fd_), error_(o.error_) { o.fd_ = -1; }
-    Attribute& operator=(Attribute&&) = delete;
-
-    bool isOpen() const { return fd_ >= 0; }
-    // The number the attribute holds; on failure error() tells why (EINVAL for garbage).
-    std::optional<double> read() {
-        if (fd_ < 0)
-            return std::nullopt;
-        char buf[64];
-        const ssize_t n = ::pread(fd_, buf, sizeof buf - 1, 0);
-        if (n < 0) {
-            error_ = errno;
-            return std::nullopt;
-        }
-        const auto v = iio::parseNumber(std::string_view(buf, static_cast<std::size_t>(n)));
-        error_ = v ? 0 : EINVAL;
-        return v;
-    }
-    int error() const { return error_; }
-
-private:
-    int fd_ = -1;
-    int error_ = ENOENT;
-};
-
-std::optional<std::string> readText(const fs::path& p) {
-    std::ifstream in(p);
-    if (!in)
-        return std::nullopt;
-    std::string s;
-    std::getline(in, s);
-    return s;
+std::string errorText(int err) {
+    return err == EINVAL ? "not a finite number" : std::generic_category().message(err);
 }
 
-std::optional<double> readNumberOnce(const fs::path& p) {
-    const auto t = readText(p);
-    return t ? iio::parseNumber(*t) : std::nullopt;
-}
+// A unitless proximity channel (reflected light: larger is nearer) reports a relative
+// distance, kRelativeScale / value clamped to 1..kReachMm: a hand that moves makes it change
+// in the same proportion as the raw value, which is all the test's band needs.
+constexpr double kReachMm = 2000.0;
+constexpr double kRelativeScale = 100000.0;
 
-// The first of the row's value attributes that the device has for `axis`.
-std::optional<std::string> findValue(const fs::path& dir, const iio::ChannelRow& row,
-                                     std::string_view axis) {
+// The names in a device folder, and those of its buffer's channels as "scan_elements/<name>".
+// Listing a sysfs folder never reaches the driver, so it needs no bound.
+iio::FileNames listFiles(const fs::path& dir) {
+    iio::FileNames names;
     std::error_code ec;
-    for (auto pattern : row.values) {
-        const std::string name = iio::expand(pattern, axis);
-        if (fs::exists(dir / name, ec))
-            return name;
+    for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec))
+        names.insert(it->path().filename().string());
+    for (fs::directory_iterator it(dir / "scan_elements", ec), end; !ec && it != end;
+         it.increment(ec)) {
+        names.insert("scan_elements/" + it->path().filename().string());
     }
-    return std::nullopt;
+    return names;
 }
 
-bool rowMatches(const fs::path& dir, const iio::ChannelRow& row) {
-    const bool axes = row.role == iio::Role::Vector || row.role == iio::Role::Field;
-    return findValue(dir, row, axes ? "x" : "").has_value();
-}
-
-// The live channels of one sensor, shared with the bounded reader (a stuck read may outlive
-// the sensor object).
+// The live channels of one sensor. Opened and read only on the sensor's reader thread (a
+// stuck read may outlive the sensor object, hence shared); `frequency` is also read by the
+// event thread.
 struct Channels {
     struct Axis {
-        Attribute value;
-        bool raw = false;
+        iio::SysfsFile value;
         double scale = 1.0;
         double offset = 0.0;
     };
     fs::path dir;
-    iio::Role role = iio::Role::Vector;
-    double factor = 1.0;
-    std::vector<Axis> axes;
-    iio::Matrix3 mount = iio::kIdentity;
-    double nearLevel = 0.0;
-    double frequency = 10.0;
-    int lastError = 0;
+    std::string locator;
+    std::string name;
+    fs::path node;
+    iio::ChannelPlan plan;
+    std::shared_ptr<iio::NoteBoard> notes;
 
-    // Reads one sample; false (with lastError) when any axis cannot be read.
-    bool read(Sample& out) {
-        double v[3] = {0, 0, 0};
-        for (std::size_t i = 0; i < axes.size() && i < 3; ++i) {
-            const auto value = axes[i].value.read();
-            if (!value) {
-                lastError = axes[i].value.error();
-                return false;
+    bool opened = false;
+    std::vector<Axis> axes;
+    std::unique_ptr<iio::BufferStream> buffer;
+    iio::Matrix3 mount = iio::kIdentity;
+    std::optional<double> nearLevel;
+    std::atomic<double> frequency{10.0};
+    int lastError = 0;
+    std::string lastLogged;
+    bool busyNoted = false;
+
+    std::string device() const { return dir.filename().string(); }
+
+    // Records why the sensor cannot be read now: the errno that its state reflects, one log
+    // line per new cause, and for EBUSY a note for the report naming who holds the device.
+    bool fail(int err, const fs::path& file) {
+        lastError = err;
+        const std::string cause = file.string() + ": " + errorText(err);
+        if (cause != lastLogged) {
+            LOG(vek::kLogError, device() << " (" << name << "): " << cause);
+            lastLogged = cause;
+        }
+        if (err == EBUSY && !busyNoted) {
+            busyNoted = true;
+            notes->add(locator,
+                       {iio::busyNote(device(), name, node, iio::findHolders(node)), true});
+        }
+        return false;
+    }
+
+    // A number attribute that must be usable when it is present.
+    bool readInfo(const std::string& attribute, double& out) {
+        if (attribute.empty())
+            return true;
+        iio::SysfsFile f(dir / attribute);
+        const auto v = f.readNumber();
+        if (!v)
+            return fail(f.error(), f.path());
+        out = *v;
+        return true;
+    }
+
+    bool open() {
+        axes.clear();
+        buffer.reset();
+        if (plan.buffered) {
+            std::vector<std::string> names;
+            for (const auto& a : plan.axes)
+                names.push_back(a.value);
+            buffer = std::make_unique<iio::BufferStream>(dir, node, names);
+            int err = 0;
+            std::string file;
+            if (!buffer->start(err, file)) {
+                buffer.reset();
+                return fail(err, file);
             }
-            v[i] = axes[i].raw ? (*value + axes[i].offset) * axes[i].scale : *value;
+        }
+        for (const auto& a : plan.axes) {
+            Axis axis{plan.buffered ? iio::SysfsFile() : iio::SysfsFile(dir / a.value), 1.0, 0.0};
+            if (!plan.buffered && !axis.value.open())
+                return fail(axis.value.error(), axis.value.path());
+            if (a.raw && (!readInfo(a.scale, axis.scale) || !readInfo(a.offset, axis.offset)))
+                return false;
+            axes.push_back(std::move(axis));
+        }
+        mount = chooseMountMatrix();
+        if (plan.frequency) {
+            int err = 0;
+            const auto text = iio::readAttribute(dir / *plan.frequency, err);
+            const auto f = text ? iio::parseNumber(*text) : std::nullopt;
+            if (f && *f > 0)
+                frequency.store(std::clamp(*f, 1.0, 100.0));
+        }
+        if (plan.row->role == iio::Role::Presence && !chooseNearLevel())
+            return false;
+        opened = true;
+        return true;
+    }
+
+    // The driver's matrix by the kernel's names, best first, then udev's ACCEL_MOUNT_MATRIX
+    // for accelerometers whose driver has none. A matrix that does not parse or is degenerate
+    // is passed over for the next.
+    iio::Matrix3 chooseMountMatrix() {
+        if (plan.axes.size() != 3)
+            return iio::kIdentity;
+        for (const auto& candidate : plan.mountMatrices) {
+            int err = 0;
+            const auto text = iio::readAttribute(dir / candidate, err);
+            if (!text) {
+                LOG(vek::kLogWarning, device() << ": " << candidate << ": " << errorText(err));
+                continue;
+            }
+            if (auto m = iio::parseMountMatrix(*text))
+                return *m;
+            LOG(vek::kLogWarning, device() << ": " << candidate << " \"" << *text
+                                           << "\" is not a usable mount matrix; passed over");
+        }
+        if (plan.row->kind == SensorKind::Accelerometer) {
+            if (auto text = iio::udevProperty(locator, "ACCEL_MOUNT_MATRIX")) {
+                if (auto m = iio::parseMountMatrix(*text))
+                    return *m;
+                LOG(vek::kLogWarning, device() << ": udev ACCEL_MOUNT_MATRIX \"" << *text
+                                               << "\" is not a usable mount matrix");
+            }
+        }
+        return iio::kIdentity;
+    }
+
+    // The driver's near level, else udev's PROXIMITY_NEAR_LEVEL; without either the sensor
+    // sees something above zero, and the report says so.
+    bool chooseNearLevel() {
+        nearLevel.reset();
+        if (plan.nearLevel) {
+            double level = 0.0;
+            if (!readInfo(*plan.nearLevel, level))
+                return false;
+            nearLevel = level;
+            return true;
+        }
+        if (auto text = iio::udevProperty(locator, "PROXIMITY_NEAR_LEVEL")) {
+            if (auto level = iio::parseNumber(*text)) {
+                nearLevel = *level;
+                return true;
+            }
+            LOG(vek::kLogWarning,
+                device() << ": udev PROXIMITY_NEAR_LEVEL \"" << *text << "\" is not a number");
+        }
+        notes->add(locator, {device() + " (" + name + ") has no near level from its driver or " +
+                                 "from udev (PROXIMITY_NEAR_LEVEL): any reading above 0 " +
+                                 "counted as near",
+                             false});
+        return true;
+    }
+
+    // Reads one sample; false (with lastError) when the sensor cannot be read.
+    bool read(Sample& out) {
+        if (!opened && !open())
+            return false;
+        double v[3] = {0, 0, 0};
+        if (buffer) {
+            std::vector<std::int64_t> raw;
+            int err = 0;
+            if (!buffer->latest(raw, readTimeout() / 2, err))
+                return fail(err, node);
+            for (std::size_t i = 0; i < axes.size() && i < 3; ++i)
+                v[i] = (static_cast<double>(raw[i]) + axes[i].offset) * axes[i].scale;
+        } else {
+            for (std::size_t i = 0; i < axes.size() && i < 3; ++i) {
+                const auto value = axes[i].value.readNumber();
+                if (!value)
+                    return fail(axes[i].value.error(), axes[i].value.path());
+                v[i] = plan.axes[i].raw ? (*value + axes[i].offset) * axes[i].scale : *value;
+            }
+        }
+        for (std::size_t i = 0; i < axes.size() && i < 3; ++i) {
+            if (!std::isfinite(v[i]))
+                return fail(EINVAL, dir / plan.axes[i].value);
         }
         lastError = 0;
+        lastLogged.clear();
         if (axes.size() == 3) {
             double m[3];
             for (int r = 0; r < 3; ++r) {
@@ -135,18 +275,21 @@ struct Channels {
             }
             std::copy(m, m + 3, v);
         }
-        switch (role) {
+        const double factor = plan.row->factor;
+        switch (plan.row->role) {
             case iio::Role::Vector:
                 out.x = v[0] * factor, out.y = v[1] * factor, out.z = v[2] * factor;
                 out.kind = 2;
                 break;
-            case iio::Role::Heading:
-                out.heading = std::fmod(v[0] * factor + 360.0, 360.0);
+            case iio::Role::Heading: {
+                const double h = std::fmod(v[0] * factor, 360.0);
+                out.heading = h < 0 ? h + 360.0 : h;
                 out.headingValid = true;
                 break;
+            }
             case iio::Role::Field: {
                 // Device flat, y up the screen: the heading of the y axis from magnetic north.
-                double h = std::atan2(-v[0], v[1]) * 180.0 / 3.14159265358979323846;
+                const double h = std::atan2(-v[0], v[1]) * 180.0 / 3.14159265358979323846;
                 out.heading = h < 0 ? h + 360.0 : h;
                 out.headingValid = v[0] != 0.0 || v[1] != 0.0;
                 out.x = v[0], out.y = v[1], out.z = v[2];
@@ -155,62 +298,20 @@ struct Channels {
             case iio::Role::Lux:
                 out.lux = static_cast<float>(v[0] * factor);
                 break;
+            case iio::Role::Distance: {
+                const double mm = v[0] * factor;
+                out.detected = mm > 0.0 && mm <= kReachMm;
+                out.x = out.detected ? mm : 0.0;
+                break;
+            }
             case iio::Role::Presence:
-            case iio::Role::Distance:
-                out.x = v[0] * factor;
+                out.detected = nearLevel ? v[0] >= *nearLevel : v[0] > 0.0;
+                out.x = out.detected ? std::clamp(kRelativeScale / v[0], 1.0, kReachMm) : 0.0;
                 break;
         }
         return true;
     }
 };
-
-std::shared_ptr<Channels> bind(const fs::path& dir, const iio::ChannelRow& row) {
-    auto ch = std::make_shared<Channels>();
-    ch->dir = dir;
-    ch->role = row.role;
-    ch->factor = row.factor;
-    const bool threeAxes = row.role == iio::Role::Vector || row.role == iio::Role::Field;
-    const std::string_view axisNames[] = {"x", "y", "z"};
-    const std::string typeScale = "in_" + std::string(row.type) + "_scale";
-    const std::string typeOffset = "in_" + std::string(row.type) + "_offset";
-    for (int i = 0; i < (threeAxes ? 3 : 1); ++i) {
-        const auto name = findValue(dir, row, threeAxes ? axisNames[i] : "");
-        if (!name)
-            return nullptr;
-        Channels::Axis axis{Attribute(dir / *name), iio::isRaw(*name), 1.0, 0.0};
-        if (axis.raw) {
-            const std::string stem(iio::stemOf(*name));
-            // Per channel first, then per channel type; absent means 1 and 0.
-            axis.scale = readNumberOnce(dir / (stem + "_scale"))
-                             .value_or(readNumberOnce(dir / typeScale).value_or(1.0));
-            axis.offset = readNumberOnce(dir / (stem + "_offset"))
-                              .value_or(readNumberOnce(dir / typeOffset).value_or(0.0));
-        }
-        ch->axes.push_back(std::move(axis));
-    }
-    for (const std::string& mount :
-         {"in_" + std::string(row.type) + "_mount_matrix", std::string("mount_matrix")}) {
-        if (auto text = readText(dir / mount)) {
-            if (auto m = iio::parseMountMatrix(*text))
-                ch->mount = *m;
-            break;
-        }
-    }
-    for (const std::string& freq : {"in_" + std::string(row.type) + "_sampling_frequency",
-                                    std::string("sampling_frequency")}) {
-        if (auto f = readNumberOnce(dir / freq); f && *f > 0) {
-            ch->frequency = std::clamp(*f, 1.0, 100.0);
-            break;
-        }
-    }
-    for (const char* near : {"in_proximity_nearlevel", "in_proximity0_nearlevel"}) {
-        if (auto n = readNumberOnce(dir / near)) {
-            ch->nearLevel = *n;
-            break;
-        }
-    }
-    return ch;
-}
 
 SensorState stateFromErrno(int err) {
     switch (err) {
@@ -218,6 +319,9 @@ SensorState stateFromErrno(int err) {
             return SENSOR_STATE_READY;
         case EACCES:
         case EPERM:
+        // Another program holds the device (its buffer is enabled): access is denied to us
+        // for as long as it does; the note says who and how to free it.
+        case EBUSY:
             return SENSOR_STATE_ACCESS_DENIED;
         case ENOENT:
         case ENODEV:
@@ -270,6 +374,20 @@ public:
         return *ok;
     }
 
+    // Puts the device back as it was found (a buffer it enabled), within the read bound.
+    void close() {
+        auto ch = channels_;
+        reader_.run(
+            [ch] {
+                ch->buffer.reset();
+                ch->opened = false;
+                return true;
+            },
+            readTimeout());
+    }
+
+    double frequency() const { return channels_->frequency.load(); }
+
 protected:
     void sinkChanged(bool attached) override {
         if (attached) {
@@ -284,12 +402,11 @@ private:
         if (events_.running())
             return;
         events_.start([this](StoppableThread& self) {
-            const auto period = std::chrono::duration<double>(1.0 / channels_->frequency);
             do {
                 Sample s;
                 if (sample(s).value_or(false))
                     notifyData();
-            } while (self.waitFor(period));
+            } while (self.waitFor(std::chrono::duration<double>(1.0 / frequency())));
         });
     }
     void stopEvents() { events_.stop(); }
@@ -304,7 +421,10 @@ class IioDevice final : public SensorDevice {
 public:
     explicit IioDevice(std::shared_ptr<Channels> channels)
         : sensor_(new IioSensorObject(std::move(channels))) {}
-    ~IioDevice() override { sensor_->Release(); }
+    ~IioDevice() override {
+        sensor_->close();
+        sensor_->Release();
+    }
     ISensor* sensor() override { return sensor_; }
     bool read(Sample& out) override { return sensor_->sample(out).value_or(false); }
 
@@ -313,26 +433,20 @@ private:
 };
 
 // Proximity from IIO: a time-of-flight ranger gives millimetres and sees something while the
-// distance is within reach. A unitless proximity channel (reflected light: larger is nearer)
-// sees something at or above its near level, or above zero without one, and reports a
-// relative distance, kRelativeScale / value clamped to 1..kReachMm: a hand that moves makes it
-// change in the same proportion as the raw value, which is all the test's band needs. A
-// sensor that only says 0 or 1 reports a constant while near.
+// distance is within reach; a unitless channel sees something at or above its near level.
 class IioProximityStream final : public ProximityStream {
 public:
     explicit IioProximityStream(std::shared_ptr<Channels> ch)
-        : sensor_(new IioSensorObject(ch)), channels_(std::move(ch)) {}
+        : sensor_(new IioSensorObject(std::move(ch))) {}
     ~IioProximityStream() override {
         stop();
+        sensor_->close();
         sensor_->Release();
     }
-    static constexpr double kReachMm = 2000.0;
-    static constexpr double kRelativeScale = 100000.0;
 
     bool start(ReadingFn onReading, ErrorFn onError) override {
         thread_.start([this, onReading = std::move(onReading),
                        onError = std::move(onError)](StoppableThread& self) {
-            const auto period = std::chrono::duration<double>(1.0 / channels_->frequency);
             do {
                 Sample s;
                 const auto ok = sensor_->sample(s);
@@ -340,38 +454,47 @@ public:
                     onError();
                     return;
                 }
-                if (ok)
-                    deliver(s, onReading);
-            } while (self.waitFor(period));
+                if (ok) {
+                    onReading(s.detected,
+                              s.detected ? static_cast<std::uint32_t>(std::lround(s.x)) : 0);
+                }
+            } while (self.waitFor(std::chrono::duration<double>(1.0 / sensor_->frequency())));
         });
         return true;
     }
     void stop() override { thread_.stop(); }
 
 private:
-    void deliver(const Sample& s, const ReadingFn& onReading) const {
-        if (channels_->role == iio::Role::Distance) {
-            const bool seen = s.x > 0.0 && s.x <= kReachMm;
-            onReading(seen, seen ? static_cast<std::uint32_t>(std::lround(s.x)) : 0);
-        } else {
-            const bool seen = channels_->nearLevel > 0 ? s.x >= channels_->nearLevel : s.x > 0.0;
-            const double relative = std::clamp(kRelativeScale / s.x, 1.0, kReachMm);
-            onReading(seen, seen ? static_cast<std::uint32_t>(std::lround(relative)) : 0);
-        }
-    }
-
     IioSensorObject* sensor_;
-    std::shared_ptr<Channels> channels_;
     StoppableThread thread_;
 };
 
 }  // namespace
 
-IioBackend::IioBackend(fs::path sysfsRoot) : root_(std::move(sysfsRoot)) {}
+struct IioBackend::Found {
+    SensorKind kind;
+    fs::path dir;
+    std::string locator;
+    std::string name;
+    fs::path node;
+    iio::ChannelPlan plan;
+};
+
+IioBackend::IioBackend(fs::path sysfsRoot, fs::path devRoot)
+    : root_(std::move(sysfsRoot)),
+      devRoot_(std::move(devRoot)),
+      notes_(std::make_shared<iio::NoteBoard>()) {}
+
+IioBackend::~IioBackend() = default;
 
 fs::path IioBackend::defaultSysfsRoot() {
     const char* root = std::getenv("VEKR_SYSFS_ROOT");
     return root && *root ? fs::path(root) : fs::path("/sys");
+}
+
+fs::path IioBackend::defaultDevRoot() {
+    const char* root = std::getenv("VEKR_DEV_ROOT");
+    return root && *root ? fs::path(root) : fs::path("/dev");
 }
 
 void IioBackend::setReadTimeout(std::chrono::milliseconds timeout) {
@@ -396,18 +519,34 @@ std::vector<IioBackend::Found> IioBackend::scan() const {
         return num(a) < num(b);
     });
     for (const auto& dir : dirs) {
+        const iio::FileNames files = listFiles(dir);
+        const fs::path node = devRoot_ / dir.filename();
         std::error_code e;
+        const bool hasNode = fs::exists(node, e);
+        std::vector<std::pair<SensorKind, iio::ChannelPlan>> plans;
+        for (SensorKind kind : kAllSensorKinds) {
+            if (auto plan = iio::planSensor(kind, files, hasNode))
+                plans.emplace_back(kind, std::move(*plan));
+        }
+        if (plans.empty())
+            continue;
         const fs::path canonical = fs::canonical(dir, e);
         const std::string locator = e ? dir.string() : canonical.string();
-        const std::string name = readText(dir / "name").value_or(dir.filename().string());
-        for (SensorKind kind : kAllSensorKinds) {
-            for (const auto& row : iio::channelTable()) {
-                if (row.kind == kind && rowMatches(dir, row)) {
-                    found.push_back({kind, dir, locator, name});
-                    break;
-                }
-            }
-        }
+        // The driver's name, and the label that tells two alike sensors apart (accel-display,
+        // accel-base on a convertible); a driver that does not answer keeps the folder name.
+        const auto identity = vek::callWithin(readTimeout(), [dir] {
+            int err = 0;
+            return std::make_pair(iio::readAttribute(dir / "name", err).value_or(""),
+                                  iio::readAttribute(dir / "label", err).value_or(""));
+        });
+        if (!identity)
+            LOG(vek::kLogError, dir.filename().string() << ": name and label did not answer");
+        std::string name =
+            identity && !identity->first.empty() ? identity->first : dir.filename().string();
+        if (identity && !identity->second.empty())
+            name += " (" + identity->second + ")";
+        for (auto& [kind, plan] : plans)
+            found.push_back({kind, dir, locator, name, node, std::move(plan)});
     }
     return found;
 }
@@ -419,6 +558,22 @@ std::vector<SensorInfo> IioBackend::sensors() {
     return out;
 }
 
+namespace {
+std::shared_ptr<Channels> channelsFor(const fs::path& dir, const std::string& locator,
+                                      const std::string& name, const fs::path& node,
+                                      const iio::ChannelPlan& plan,
+                                      std::shared_ptr<iio::NoteBoard> notes) {
+    auto ch = std::make_shared<Channels>();
+    ch->dir = dir;
+    ch->locator = locator;
+    ch->name = name;
+    ch->node = node;
+    ch->plan = plan;
+    ch->notes = std::move(notes);
+    return ch;
+}
+}  // namespace
+
 bool IioBackend::open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>>& devices,
                       std::vector<SensorInfo>& infos) {
     std::error_code ec;
@@ -429,31 +584,25 @@ bool IioBackend::open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>
     for (const auto& f : scan()) {
         if (f.kind != kind)
             continue;
-        for (const auto& row : iio::channelTable()) {
-            if (row.kind != kind || !rowMatches(f.dir, row))
-                continue;
-            if (auto ch = bind(f.dir, row)) {
-                devices.push_back(std::make_unique<IioDevice>(std::move(ch)));
-                infos.push_back({f.kind, f.locator, f.name});
-            }
-            break;
-        }
+        devices.push_back(std::make_unique<IioDevice>(
+            channelsFor(f.dir, f.locator, f.name, f.node, f.plan, notes_)));
+        infos.push_back({f.kind, f.locator, f.name});
     }
     return true;
 }
 
 std::unique_ptr<ProximityStream> IioBackend::openProximity(const std::string& locator) {
     for (const auto& f : scan()) {
-        if (f.kind != SensorKind::Proximity || f.locator != locator)
-            continue;
-        for (const auto& row : iio::channelTable()) {
-            if (row.kind == SensorKind::Proximity && rowMatches(f.dir, row)) {
-                if (auto ch = bind(f.dir, row))
-                    return std::make_unique<IioProximityStream>(ch);
-            }
+        if (f.kind == SensorKind::Proximity && f.locator == locator) {
+            return std::make_unique<IioProximityStream>(
+                channelsFor(f.dir, f.locator, f.name, f.node, f.plan, notes_));
         }
     }
     return nullptr;
+}
+
+std::vector<DeviceNote> IioBackend::takeNotes(const std::string& locator) {
+    return notes_->take(locator);
 }
 
 }  // namespace libOrra

@@ -11,25 +11,30 @@ const std::vector<ChannelRow>& channelTable() {
          Role::Vector,
          "accel",
          {"in_accel_%a_input", "in_accel_%a_raw"},
+         {"in_accel_%a"},
          1.0 / 9.80665},
         // Gyroscopes report rad/s; the module works in degrees per second.
         {SensorKind::Gyrometer,
          Role::Vector,
          "anglvel",
          {"in_anglvel_%a_input", "in_anglvel_%a_raw"},
+         {"in_anglvel_%a"},
          180.0 / std::numbers::pi},
-        // A compass hub gives the heading itself; prefer the tilt-compensated one.
+        // A compass hub gives the heading itself; prefer the tilt-compensated one. HID hubs
+        // publish the compass-heading usage in degrees (times in_rot_scale), not in radians.
         {SensorKind::Magnetometer,
          Role::Heading,
          "rot",
          {"in_rot_from_north_magnetic_tilt_comp_input", "in_rot_from_north_magnetic_tilt_comp_raw",
           "in_rot_from_north_magnetic_input", "in_rot_from_north_magnetic_raw"},
-         180.0 / std::numbers::pi},
+         {"in_rot_from_north_magnetic_tilt_comp", "in_rot_from_north_magnetic"},
+         1.0},
         // A bare magnetometer: the heading comes from the field's x and y.
         {SensorKind::Magnetometer,
          Role::Field,
          "magn",
          {"in_magn_%a_input", "in_magn_%a_raw"},
+         {"in_magn_%a"},
          1.0},
         // Light sensors: processed lux first, then raw lux, then a raw intensity channel as
         // the last resort (scaled, it is what the hub calls illuminance).
@@ -37,23 +42,27 @@ const std::vector<ChannelRow>& channelTable() {
          Role::Lux,
          "illuminance",
          {"in_illuminance_input", "in_illuminance0_input", "in_illuminance_raw",
-          "in_illuminance0_raw"},
+          "in_illuminance0_raw", "in_illuminance_clear_raw"},
+         {"in_illuminance", "in_illuminance0", "in_illuminance_clear"},
          1.0},
         {SensorKind::Light,
          Role::Lux,
          "intensity",
          {"in_intensity_both_raw", "in_intensity_clear_raw", "in_intensity_raw"},
+         {"in_intensity_both", "in_intensity_clear"},
          1.0},
         // Time-of-flight rangers report metres; the module works in millimetres.
         {SensorKind::Proximity,
          Role::Distance,
          "distance",
          {"in_distance_input", "in_distance_raw", "in_distance0_raw"},
+         {"in_distance", "in_distance0"},
          1000.0},
         {SensorKind::Proximity,
          Role::Presence,
          "proximity",
          {"in_proximity_input", "in_proximity_raw", "in_proximity0_raw"},
+         {"in_proximity", "in_proximity0"},
          1.0},
     };
     return rows;
@@ -66,17 +75,121 @@ std::string expand(std::string_view pattern, std::string_view axis) {
     return out;
 }
 
-std::string_view stemOf(std::string_view attribute) {
-    for (std::string_view suffix : {"_raw", "_input"}) {
-        if (attribute.size() > suffix.size() && attribute.ends_with(suffix)) {
-            return attribute.substr(0, attribute.size() - suffix.size());
-        }
+namespace {
+
+bool threeAxes(const ChannelRow& row) {
+    return row.role == Role::Vector || row.role == Role::Field;
+}
+
+// The first name of `names` that the device has; empty when none.
+std::string firstPresent(const FileNames& files, std::initializer_list<std::string> names) {
+    for (const auto& n : names) {
+        if (files.contains(n))
+            return n;
     }
     return {};
 }
 
-bool isRaw(std::string_view attribute) {
-    return attribute.ends_with("_raw");
+// Scale or offset of a raw channel, in the kernel's order: the channel's own ("in_accel_x_"),
+// its type's ("in_accel_"), its direction's ("in_"), then shared by all (cros-ec publishes
+// one plain "scale" for every axis).
+std::string infoFor(const FileNames& files, const std::string& stem, std::string_view type,
+                    const char* info) {
+    const std::string t(type);
+    return firstPresent(files, {stem + "_" + info, "in_" + t + "_" + info,
+                                std::string("in_") + info, std::string(info)});
+}
+
+// "in_accel_x_raw" -> "in_accel_x".
+std::string stemOf(const std::string& value) {
+    for (std::string_view suffix : {"_raw", "_input"}) {
+        if (value.ends_with(suffix))
+            return value.substr(0, value.size() - suffix.size());
+    }
+    return value;
+}
+
+}  // namespace
+
+std::optional<ChannelPlan> planChannels(const ChannelRow& row, const FileNames& files,
+                                        bool hasBufferNode) {
+    static constexpr std::string_view kAxes[] = {"x", "y", "z"};
+    const int axisCount = threeAxes(row) ? 3 : 1;
+    ChannelPlan plan;
+    plan.row = &row;
+    const std::string type(row.type);
+
+    // Sysfs values first: every axis through the same attribute name pattern, so that an
+    // _input x is never mixed with a _raw y.
+    for (auto pattern : row.values) {
+        std::vector<AxisPlan> axes;
+        for (int i = 0; i < axisCount; ++i) {
+            const std::string name = expand(pattern, axisCount == 3 ? kAxes[i] : "");
+            if (!files.contains(name))
+                break;
+            AxisPlan axis{name, name.ends_with("_raw"), {}, {}};
+            if (axis.raw) {
+                axis.scale = infoFor(files, stemOf(name), row.type, "scale");
+                axis.offset = infoFor(files, stemOf(name), row.type, "offset");
+            }
+            axes.push_back(std::move(axis));
+        }
+        if (static_cast<int>(axes.size()) == axisCount) {
+            plan.axes = std::move(axes);
+            break;
+        }
+    }
+    // Else the buffer: each channel enabled, typed and indexed under scan_elements/.
+    if (plan.axes.empty() && hasBufferNode) {
+        for (auto pattern : row.scanNames) {
+            std::vector<AxisPlan> axes;
+            for (int i = 0; i < axisCount; ++i) {
+                const std::string stem = expand(pattern, axisCount == 3 ? kAxes[i] : "");
+                const std::string dir = "scan_elements/" + stem;
+                if (!files.contains(dir + "_en") || !files.contains(dir + "_type") ||
+                    !files.contains(dir + "_index")) {
+                    break;
+                }
+                axes.push_back({stem, true, infoFor(files, stem, row.type, "scale"),
+                                infoFor(files, stem, row.type, "offset")});
+            }
+            if (static_cast<int>(axes.size()) == axisCount) {
+                plan.axes = std::move(axes);
+                plan.buffered = true;
+                break;
+            }
+        }
+    }
+    if (plan.axes.empty())
+        return std::nullopt;
+
+    for (const std::string& m : {"in_" + type + "_mount_matrix", std::string("in_mount_matrix"),
+                                 std::string("mount_matrix")}) {
+        if (files.contains(m))
+            plan.mountMatrices.push_back(m);
+    }
+    if (auto f = firstPresent(files, {"in_" + type + "_sampling_frequency", "sampling_frequency"});
+        !f.empty()) {
+        plan.frequency = f;
+    }
+    if (row.role == Role::Presence) {
+        if (auto n = firstPresent(
+                files, {"in_proximity_nearlevel", "in_proximity0_nearlevel", "nearlevel"});
+            !n.empty()) {
+            plan.nearLevel = n;
+        }
+    }
+    return plan;
+}
+
+std::optional<ChannelPlan> planSensor(SensorKind kind, const FileNames& files, bool hasBufferNode) {
+    for (const auto& row : channelTable()) {
+        if (row.kind != kind)
+            continue;
+        if (auto plan = planChannels(row, files, hasBufferNode))
+            return plan;
+    }
+    return std::nullopt;
 }
 
 }  // namespace libOrra::iio

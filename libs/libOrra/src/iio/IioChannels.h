@@ -1,6 +1,7 @@
 #pragma once
 
-#include <array>
+#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,31 +13,60 @@ namespace libOrra::iio {
 // What a channel's value means once (raw + offset) * scale, or _input, has been read.
 enum class Role {
     Vector,    // three axes, converted to the module's unit with `factor`
-    Heading,   // angle from magnetic north, radians in the kernel's ABI
+    Heading,   // angle from magnetic north in degrees (HID hubs publish the compass usage so)
     Field,     // magnetic field on three axes; the heading is computed from x and y
     Lux,       // illuminance
     Presence,  // unitless proximity: bigger is nearer
     Distance,  // time-of-flight distance, metres in the kernel's ABI
 };
 
-// One row per IIO channel kind. `values` lists the attribute names to try, best first;
-// "%a" stands for the axis. For a _raw attribute the scale and offset are looked up per
-// channel ("<stem>_scale"), then per channel type ("in_<type>_scale"); an _input attribute
-// is already in the channel's unit.
+// One row per IIO channel kind. `values` lists the value attributes to try, best first; "%a"
+// stands for the axis. `scanNames` are the channel names under scan_elements/ for devices
+// that deliver values only through their buffer.
 struct ChannelRow {
     SensorKind kind;
     Role role;
     std::string_view type;  // "accel", "anglvel", ...
     std::vector<std::string_view> values;
-    double factor;  // SI unit to the module's unit
+    std::vector<std::string_view> scanNames;
+    double factor;  // the channel's unit to the module's unit
 };
 
 const std::vector<ChannelRow>& channelTable();
 
+// How one axis of a sensor is read: a sysfs value attribute, or a channel of the buffer.
+struct AxisPlan {
+    std::string value;  // "in_accel_x_raw"; for a buffered axis the scan name "in_accel_x"
+    bool raw = false;   // (raw + offset) * scale; an _input is already in the channel's unit
+    // The scale and offset attributes in force: the first of the kernel's places that the
+    // device has (per channel, per type, per direction, shared by all); empty when none.
+    std::string scale;
+    std::string offset;
+};
+
+// Everything needed to open one sensor, decided from the device folder's file names alone, so
+// that listing a sensor and opening it cannot disagree.
+struct ChannelPlan {
+    const ChannelRow* row = nullptr;
+    bool buffered = false;
+    std::vector<AxisPlan> axes;              // three for vectors and fields, else one
+    std::vector<std::string> mountMatrices;  // present candidates, best first
+    std::optional<std::string> frequency;    // sampling frequency attribute
+    std::optional<std::string> nearLevel;    // proximity near level attribute
+};
+
+// The names in one device folder (and "scan_elements/<name>" for its buffer's channels).
+using FileNames = std::set<std::string, std::less<>>;
+
+// The plan for `row` on a device with `files`; nullopt when a channel the row needs is
+// missing (a two-axis gyroscope is no gyrometer). `hasBufferNode` says whether the device's
+// character device exists, without which no buffered plan is made.
+std::optional<ChannelPlan> planChannels(const ChannelRow& row, const FileNames& files,
+                                        bool hasBufferNode);
+// The first row of `kind` that plans on this device.
+std::optional<ChannelPlan> planSensor(SensorKind kind, const FileNames& files, bool hasBufferNode);
+
 // "in_accel_%a_raw" with axis "x" -> "in_accel_x_raw".
 std::string expand(std::string_view pattern, std::string_view axis);
-// "in_accel_x_raw" -> "in_accel_x"; empty when the name ends in neither _raw nor _input.
-std::string_view stemOf(std::string_view attribute);
-bool isRaw(std::string_view attribute);
 
 }  // namespace libOrra::iio

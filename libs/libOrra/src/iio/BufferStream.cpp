@@ -1,0 +1,201 @@
+#include "BufferStream.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <thread>
+
+#include "SysfsFile.h"
+
+namespace fs = std::filesystem;
+
+namespace libOrra::iio {
+
+BufferStream::BufferStream(fs::path deviceDir, fs::path node, std::vector<std::string> channels)
+    : dir_(std::move(deviceDir)), node_(std::move(node)), channels_(std::move(channels)) {
+    std::error_code ec;
+    // Kernels since 5.11 name the first buffer buffer0/ and keep buffer/ as its alias.
+    bufferDir_ = fs::exists(dir_ / "buffer" / "enable", ec) ? dir_ / "buffer" : dir_ / "buffer0";
+}
+
+BufferStream::~BufferStream() {
+    stop();
+}
+
+bool BufferStream::start(int& err, std::string& file) {
+    const auto fail = [&](const fs::path& where, int e) {
+        err = e;
+        file = where.string();
+        stop();
+        return false;
+    };
+    int e = 0;
+    const auto enabled = readAttribute(bufferDir_ / "enable", e);
+    if (!enabled)
+        return fail(bufferDir_ / "enable", e);
+    if (*enabled == "1")
+        return fail(bufferDir_ / "enable", EBUSY);  // another program streams this device
+
+    // Our channels on; the others stay as they are, and shape the scan with ours.
+    const fs::path scan = dir_ / "scan_elements";
+    for (const auto& c : channels_) {
+        const auto on = readAttribute(scan / (c + "_en"), e);
+        if (!on)
+            return fail(scan / (c + "_en"), e);
+        if (*on != "1") {
+            if (!writeAttribute(scan / (c + "_en"), "1", e))
+                return fail(scan / (c + "_en"), e);
+            enabledByUs_.push_back(c);
+        }
+    }
+    layout_.clear();
+    std::error_code ec;
+    for (fs::directory_iterator it(scan, ec), end; !ec && it != end; it.increment(ec)) {
+        const std::string n = it->path().filename().string();
+        if (!n.ends_with("_en"))
+            continue;
+        const std::string name = n.substr(0, n.size() - 3);
+        const auto on = readAttribute(it->path(), e);
+        if (!on || *on != "1")
+            continue;
+        const auto index = readAttribute(scan / (name + "_index"), e);
+        const auto type = readAttribute(scan / (name + "_type"), e);
+        const auto parsedIndex = index ? parseNumber(*index) : std::nullopt;
+        const auto parsedType = type ? parseScanType(*type) : std::nullopt;
+        if (!parsedIndex || *parsedIndex < 0 || !parsedType)
+            return fail(scan / (name + (parsedType ? "_index" : "_type")), e ? e : EINVAL);
+        Element el;
+        el.name = name;
+        el.index = static_cast<std::size_t>(*parsedIndex);
+        el.type = *parsedType;
+        el.wanted = std::find(channels_.begin(), channels_.end(), name) != channels_.end();
+        layout_.push_back(el);
+    }
+    std::sort(layout_.begin(), layout_.end(),
+              [](const Element& a, const Element& b) { return a.index < b.index; });
+    // Each element sits at a multiple of its own size; the scan is padded to its largest.
+    std::size_t offset = 0, largest = 1;
+    for (auto& el : layout_) {
+        const std::size_t size = el.type.bytes();
+        offset = (offset + size - 1) / size * size;
+        el.offset = offset;
+        offset += size;
+        largest = std::max(largest, size);
+    }
+    scanBytes_ = (offset + largest - 1) / largest * largest;
+    if (scanBytes_ == 0)
+        return fail(scan, EINVAL);
+
+    // A device without a trigger gets its own ("<name>-dev<N>"), as its driver registers it.
+    const fs::path current = dir_ / "trigger" / "current_trigger";
+    if (fs::exists(current, ec)) {
+        const auto trigger = readAttribute(current, e);
+        if (trigger && trigger->empty()) {
+            const auto devName = readAttribute(dir_ / "name", e).value_or("");
+            const std::string own =
+                devName + "-dev" +
+                dir_.filename().string().substr(std::string("iio:device").size());
+            bool found = false;
+            for (fs::directory_iterator it(dir_.parent_path(), ec), end; !ec && it != end;
+                 it.increment(ec)) {
+                if (it->path().filename().string().rfind("trigger", 0) == 0 &&
+                    readAttribute(it->path() / "name", e).value_or("") == own) {
+                    found = true;
+                }
+            }
+            if (found) {
+                if (!writeAttribute(current, own, e))
+                    return fail(current, e);
+                previousTrigger_ = "";
+            }
+        }
+    }
+    fd_ = ::open(node_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd_ < 0)
+        return fail(node_, errno);
+    if (!writeAttribute(bufferDir_ / "enable", "1", e))
+        return fail(bufferDir_ / "enable", e);
+    enabledBuffer_ = true;
+    err = 0;
+    return true;
+}
+
+bool BufferStream::latest(std::vector<std::int64_t>& values, std::chrono::milliseconds wait,
+                          int& err) {
+    if (fd_ < 0) {
+        err = EBADF;
+        return false;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    const auto deadline = now + wait;
+    bool fresh = false;
+    for (;;) {
+        std::uint8_t buf[4096];
+        const ssize_t n = ::read(fd_, buf, sizeof buf);
+        if (n > 0) {
+            pending_.insert(pending_.end(), buf, buf + n);
+            continue;
+        }
+        if (n < 0 && errno != EAGAIN && errno != EINTR) {
+            err = errno;
+            return false;
+        }
+        // Whole scans only; the newest wins, a partial one waits for its rest.
+        const std::size_t whole = pending_.size() / scanBytes_;
+        if (whole > 0) {
+            const std::uint8_t* scan = pending_.data() + (whole - 1) * scanBytes_;
+            last_.assign(channels_.size(), 0);
+            for (const auto& el : layout_) {
+                if (!el.wanted)
+                    continue;
+                const auto at = std::find(channels_.begin(), channels_.end(), el.name);
+                last_[static_cast<std::size_t>(at - channels_.begin())] =
+                    decodeScanValue(el.type, scan + el.offset);
+            }
+            pending_.erase(pending_.begin(),
+                           pending_.begin() + static_cast<std::ptrdiff_t>(whole * scanBytes_));
+            lastAt_ = std::chrono::steady_clock::now();
+            fresh = true;
+        }
+        // A scan younger than a second is still the device's current value at slow rates.
+        if (fresh || (!last_.empty() && now - lastAt_ < std::chrono::seconds(1)))
+            break;
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) {
+            err = EAGAIN;
+            return false;
+        }
+        pollfd p{fd_, POLLIN, 0};
+        const int ready = ::poll(&p, 1, static_cast<int>(std::min<long long>(left.count(), 50)));
+        if (ready > 0 && n == 0)  // end of file: a plain file stands in for the device
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    values = last_;
+    err = 0;
+    return true;
+}
+
+void BufferStream::stop() {
+    int e = 0;
+    if (enabledBuffer_) {
+        writeAttribute(bufferDir_ / "enable", "0", e);
+        enabledBuffer_ = false;
+    }
+    if (fd_ >= 0) {
+        ::close(fd_);
+        fd_ = -1;
+    }
+    if (previousTrigger_) {
+        writeAttribute(dir_ / "trigger" / "current_trigger", *previousTrigger_, e);
+        previousTrigger_.reset();
+    }
+    for (const auto& c : enabledByUs_)
+        writeAttribute(dir_ / "scan_elements" / (c + "_en"), "0", e);
+    enabledByUs_.clear();
+}
+
+}  // namespace libOrra::iio
