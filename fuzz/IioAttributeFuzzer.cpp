@@ -1,5 +1,5 @@
-// Feeds arbitrary attribute text to the sysfs number and mount-matrix parsers: any answer
-// must be finite, and nothing may crash.
+// Feeds arbitrary attribute text to the sysfs number, mount-matrix and scan-type parsers: any
+// number must be finite, a scan type must fit its storage, and nothing may crash.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -17,6 +17,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             if (!std::isfinite(e))
                 std::abort();
         }
+    }
+    if (const auto t = libOrra::iio::parseScanType(text)) {
+        if (t->realBits + t->shift > t->storageBits || t->bytes() == 0 || t->bytes() > 128)
+            std::abort();
+        std::uint8_t scan[8] = {0xff, 0x80, 0x7f, 0x01, 0xff, 0xff, 0xff, 0xff};
+        (void)libOrra::iio::decodeScanValue(*t, scan);
     }
     return 0;
 }

@@ -33,10 +33,14 @@ TestResult gyroTest(const DiagDevice& d) {
     return g_gyro ? g_gyro(d) : TestResult::PASS();
 }
 
+// Notes the source hands out after the next run, e.g. that another program held the device.
+std::vector<SourceNote> g_notes;
+
 class FakeSource : public DeviceSource {
 public:
     explicit FakeSource(std::vector<DiagDevice> d) : devices_(std::move(d)) {}
     std::vector<DiagDevice> devices() override { return devices_; }
+    std::vector<SourceNote> takeNotes(const DiagDevice&) override { return std::move(g_notes); }
 
 private:
     std::vector<DiagDevice> devices_;
@@ -293,6 +297,30 @@ TEST_F(HostFixture, OverallResultIsTheWorstRunAndItsCodeIsTheExitCode) {
     const auto report = runForReport({});
     EXPECT_EQ(report["result"], "NODEVICE") << "nothing tested is never a pass";
     EXPECT_EQ(report["runs"][0]["device"], nullptr);
+}
+
+// A failing verdict reached while another program held the device says nothing about the
+// sensor: CANNOTRUN, with the source's note. Other verdicts stand, notes or not.
+TEST_F(HostFixture, VerdictWhileTheDeviceWasHeldElsewhereIsCannotRun) {
+    struct Row {
+        TestResult result;
+        bool held;
+        const char* expected;
+    };
+    const Row rows[] = {{TestResult::FAIL(), true, "CANNOTRUN"},
+                        {TestResult::TIMEDOUT(), true, "CANNOTRUN"},
+                        {TestResult::PASS(), true, "PASS"},
+                        {TestResult::USERABORTED(), true, "USERABORTED"},
+                        {TestResult::FAIL(), false, "FAIL"}};
+    for (const Row& row : rows) {
+        g_accel = [&](const DiagDevice&) {
+            g_notes = {{"held by somebody", row.held}};
+            return row.result;
+        };
+        const auto report = runForReport({"--test", "ATest"});
+        EXPECT_EQ(report["runs"][0]["result"], row.expected);
+        EXPECT_EQ(report["runs"][0]["notes"][0], "held by somebody");
+    }
 }
 
 TEST_F(HostFixture, DeviceFilterIgnoresCaseAndSelectsOnlyThatDevice) {

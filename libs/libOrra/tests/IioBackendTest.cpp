@@ -559,3 +559,33 @@ TEST(BoundedReader, AStuckReadGivesNoReadingInTimeAndFinishesLater) {
 }
 
 }  // namespace
+
+namespace {
+
+// Run under umockdev-run with umockdev/hwdb-quirks.umockdev (see CMakeLists.txt): udev's
+// properties from systemd's hwdb fill in what these drivers lack.
+TEST(Umockdev, UdevPropertiesFillWhatTheDriverLacks) {
+    if (!std::getenv("UMOCKDEV_DIR"))
+        GTEST_SKIP() << "runs under umockdev-run only";
+    installBackend(std::make_shared<IioBackend>());
+    // ACCEL_MOUNT_MATRIX turns x into -y, as on the machine it was written for.
+    const auto accel = readOne(SensorKind::Accelerometer);
+    ASSERT_EQ(accel.size(), 3u);
+    EXPECT_NEAR(accel[0], 0.0, 1e-9);
+    EXPECT_NEAR(accel[1], -0.9995652, 1e-6);
+    // PROXIMITY_NEAR_LEVEL 100: a reading of 80 is not near; without it, it would be.
+    const auto locators = libTarra::ProximitySensorEnumerator::getOsLocators(1000);
+    ASSERT_EQ(locators.size(), 1u);
+    std::atomic<int> count{0};
+    std::atomic<bool> seen{true};
+    ASSERT_TRUE(libTarra::ProximitySensorRunner::runSensorAsync(
+        locators[0], [&](bool d, unsigned) { seen = d, ++count; }, [] {}));
+    for (int i = 0; i < 500 && count.load() == 0; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    libTarra::ProximitySensorRunner::stopSensor();
+    EXPECT_GT(count.load(), 0);
+    EXPECT_FALSE(seen.load());
+    installBackend(nullptr);
+}
+
+}  // namespace
