@@ -40,18 +40,22 @@ protected:
     ModuleOutcome outcome_;
 };
 
+// The run's result, and its one event or none.
+void expectOutcome(const nlohmann::json& r, const char* result, const char* event) {
+    EXPECT_EQ(r["result"], result) << r.dump(2);
+    if (*event) {
+        ASSERT_EQ(r["events"].size(), 1u) << r.dump(2);
+        EXPECT_EQ(r["events"][0]["name"], event);
+    } else {
+        EXPECT_EQ(r["events"].size(), 0u) << r.dump(2);
+    }
+}
+
 TEST_P(ThresholdTest, EndsAsItsOutcomeTableSays) {
     const auto& row = GetParam();
     const auto report = run(row);
     ASSERT_EQ(report["runs"].size(), 1u) << outcome_.err;
-    const auto& r = report["runs"][0];
-    EXPECT_EQ(r["result"], row.result) << r.dump(2);
-    if (*row.event) {
-        ASSERT_EQ(r["events"].size(), 1u) << r.dump(2);
-        EXPECT_EQ(r["events"][0]["name"], row.event);
-    } else {
-        EXPECT_EQ(r["events"].size(), 0u) << r.dump(2);
-    }
+    expectOutcome(report["runs"][0], row.result, row.event);
 }
 
 constexpr const char* kAccel = "AccelerometerTest";
@@ -315,11 +319,7 @@ TEST_P(IioTreeTest, EndsAsOnTheRealDevice) {
     const auto report = nlohmann::json::parse(in);
     ASSERT_EQ(report["runs"].size(), 1u) << o.err;
     const auto& r = report["runs"][0];
-    EXPECT_EQ(r["result"], row.result) << r.dump(2);
-    if (*row.event) {
-        ASSERT_EQ(r["events"].size(), 1u) << r.dump(2);
-        EXPECT_EQ(r["events"][0]["name"], row.event);
-    }
+    expectOutcome(r, row.result, row.event);
     if (*row.note) {
         ASSERT_TRUE(r.contains("notes")) << r.dump(2);
         EXPECT_NE(r["notes"][0].get<std::string>().find(row.note), std::string::npos)

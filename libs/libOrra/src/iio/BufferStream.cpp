@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <thread>
 
 #include "SysfsFile.h"
@@ -63,13 +64,15 @@ bool BufferStream::start(int& err, std::string& file) {
             continue;
         const auto index = readAttribute(scan / (name + "_index"), e);
         const auto type = readAttribute(scan / (name + "_type"), e);
-        const auto parsedIndex = index ? parseNumber(*index) : std::nullopt;
-        const auto parsedType = type ? parseScanType(*type) : std::nullopt;
-        if (!parsedIndex || *parsedIndex < 0 || !parsedType)
-            return fail(scan / (name + (parsedType ? "_index" : "_type")), e ? e : EINVAL);
+        // The index is a plain unsigned number, read straight into the element.
         Element el;
         el.name = name;
-        el.index = static_cast<std::size_t>(*parsedIndex);
+        const bool indexOk =
+            index && std::from_chars(index->data(), index->data() + index->size(), el.index).ec ==
+                         std::errc();
+        const auto parsedType = type ? parseScanType(*type) : std::nullopt;
+        if (!indexOk || !parsedType)
+            return fail(scan / (name + (parsedType ? "_index" : "_type")), e ? e : EINVAL);
         el.type = *parsedType;
         el.wanted = std::find(channels_.begin(), channels_.end(), name) != channels_.end();
         layout_.push_back(el);
