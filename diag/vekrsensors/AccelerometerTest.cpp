@@ -52,14 +52,15 @@ kiva5::TestResult AccelerometerTest(const kiva5::DiagDevice& device) {
     vekrsensors::SensorEventSink sink(accelerometer.m_pSensor);
     accelerometer.m_pSensor->SetEventSink(&sink);
 
-    vekrsensors::ReadingStats stats;
+    vekrsensors::ReadingStats stats("g", kiva5::Value::formatDouble(target) + " +/- " +
+                                             kiva5::Value::formatDouble(threshold));
     vek::Stopwatch watch;
     double magnitude = 0.0;
     for (;;) {
         if (!accelerometer.update()) {
             stats.addFailure();
             if (watch.getElapsed() > waitTime) {
-                stats.report(watch.getElapsed(), "g");
+                stats.report(watch.getElapsed());
                 LOG(4, "Failed to update sensor data");
                 DiagModule::error(vekrsensors::evSensorNoData, __FILE__, __LINE__);
                 return TestResult::FAIL();
@@ -76,14 +77,14 @@ kiva5::TestResult AccelerometerTest(const kiva5::DiagDevice& device) {
         LOG(1, "Calculated magnitude: " << magnitude);
         // Both bounds strict: a magnitude exactly on a bound is not accepted.
         if (magnitude < target + threshold && magnitude > target - threshold) {
-            stats.report(watch.getElapsed(), "g");
+            stats.report(watch.getElapsed());
             // "outside" and the upper bound first: the wording is the log's, kept as it is.
             LOG(1, "The magnitude " << magnitude << " is outside the acceptable range of values: ("
                                     << (target + threshold) << ", " << (target - threshold) << ")");
             return TestResult::PASS();
         }
         if (watch.getElapsed() > waitTime) {
-            stats.report(watch.getElapsed(), "g");
+            stats.report(watch.getElapsed());
             LOG(1, "Accelerometer value (Magnitude: " << magnitude << " Raw Values: " << x << ","
                                                       << y << "," << z
                                                       << ") was not within the target (" << target

@@ -74,13 +74,13 @@ kiva5::TestResult AmbientLightSensorTest(const kiva5::DiagDevice& device) {
     vekrsensors::SensorEventSink sink(sensor.m_pSensor);
     sensor.m_pSensor->SetEventSink(&sink);
 
-    vekrsensors::ReadingStats stats;
+    vekrsensors::ReadingStats stats("lux", "> " + Value::formatDouble(threshold));
     vek::Stopwatch watch;
     for (;;) {
         if (!sensor.update()) {
             stats.addFailure();
             if (watch.getElapsed() > waitTime) {
-                stats.report(watch.getElapsed(), "lux");
+                stats.report(watch.getElapsed());
                 LOG(4, "Failed to update sensor data");
                 DiagModule::error(vekrsensors::evSensorNoData, __FILE__, __LINE__);
                 return TestResult::FAIL();
@@ -93,11 +93,11 @@ kiva5::TestResult AmbientLightSensorTest(const kiva5::DiagDevice& device) {
         LOG(1, "Read Lux Value: " << lux << " (Time remaining: " << (waitTime - watch.getElapsed())
                                   << ")");
         if (static_cast<double>(lux) > threshold) {
-            stats.report(watch.getElapsed(), "lux");
+            stats.report(watch.getElapsed());
             return TestResult::PASS();
         }
         if (watch.getElapsed() > waitTime) {
-            stats.report(watch.getElapsed(), "lux");
+            stats.report(watch.getElapsed());
             LOG(1, "Ambient light sensor value ("
                        << lux << ") did not surpass the threshold value (" << threshold << ")");
             // The tip stays on the process-wide event from now on.

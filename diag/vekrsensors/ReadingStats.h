@@ -13,6 +13,11 @@ namespace vekrsensors {
 // the last, smallest and largest value. Reported beside the verdict, never part of it.
 class ReadingStats {
 public:
+    // `unit` names the values ("g", "lux"); `wanted` says what passes ("1 +/- 0.1", "> 10"),
+    // so the summary can put the measurement beside the rule it was held to.
+    ReadingStats(std::string unit, std::string wanted)
+        : unit_(std::move(unit)), wanted_(std::move(wanted)) {}
+
     void add(double value) {
         ++count_;
         last_ = value;
@@ -21,8 +26,8 @@ public:
     }
     void addFailure() { ++failures_; }
 
-    // Writes the details of the running test; `unit` names the values ("g", "lux").
-    void report(double seconds, const std::string& unit) const {
+    // Writes the details of the running test.
+    void report(double seconds) const {
         using kiva5::DataType;
         using kiva5::DiagModule;
         using kiva5::KivaString;
@@ -36,15 +41,18 @@ public:
                 KivaString("readingsPerSecond"),
                 Value(static_cast<double>(count_) / seconds, DataType::DOUBLE()));
         }
+        DiagModule::setRunDetail(KivaString("wanted"), Value(wanted_));
         if (count_ == 0)
             return;
-        DiagModule::setRunDetail(KivaString("unit"), Value(unit));
+        DiagModule::setRunDetail(KivaString("unit"), Value(unit_));
         DiagModule::setRunDetail(KivaString("last"), Value(last_, DataType::DOUBLE()));
         DiagModule::setRunDetail(KivaString("min"), Value(min_, DataType::DOUBLE()));
         DiagModule::setRunDetail(KivaString("max"), Value(max_, DataType::DOUBLE()));
     }
 
 private:
+    std::string unit_;
+    std::string wanted_;
     std::int64_t count_ = 0;
     std::int64_t failures_ = 0;
     double last_ = 0.0;

@@ -1,6 +1,7 @@
 #include "vekrsensors.h"
 
 #include "libLumo/CommandLineParser.h"
+#include "libLumo/VekDialog.h"
 #include "vek/ErrorStream.h"
 #include "vek/Exception.h"
 #include "vek/Logging.h"
@@ -93,12 +94,14 @@ const bool s_testsDeclared = [] {
         ->addParameter(paramMagnetometerWaitTime)
         ->addParameter(paramSensorStateTimeout)
         ->setInteractive(true)
-        ->setCreatesOwnGUI(true);
+        ->setCreatesOwnGUI(true)
+        ->setInstruction(strTitleMagnetometerTest);
     DiagModule::createTest(KivaString("GyrometerTest"), DeviceCapability::Gyrometer(),
                            GyrometerTest)
         ->addParameter(paramSensorStateTimeout)
         ->setInteractive(true)
-        ->setCreatesOwnGUI(true);
+        ->setCreatesOwnGUI(true)
+        ->setInstruction(strTitleGyrometerTest);
     // The proximity test sets its flags before its parameters; the order is deliberate.
     DiagModule::createTest(KivaString("ProximitySensorTest"), DeviceCapability::ProximitySensor(),
                            ProximitySensorTest)
@@ -107,7 +110,10 @@ const bool s_testsDeclared = [] {
         ->addParameter(paramIncludeFailButton)
         ->addParameter(paramUseTimeoutPrompt)
         ->addParameter(paramTimeoutPromptIntervalSeconds)
-        ->addParameter(paramSensorNoDataTimeoutSeconds);
+        ->addParameter(paramSensorNoDataTimeoutSeconds)
+        ->setInstruction(strPleaseHoldSteady);
+    // A stop request (a signal, the scenario's stop time) closes an open dialog as Cancel would.
+    libLumo::VekDialog::setStopCheck([] { return DiagModule::checkForStop(); });
     return true;
 }();
 }  // namespace

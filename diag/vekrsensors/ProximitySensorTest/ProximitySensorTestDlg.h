@@ -55,6 +55,8 @@ public:
 protected:
     bool OnInitDialog() override;
     QAbstractButton* operatorControl(const std::string& press) override;
+    // A stop request ends the test as the Cancel button does: USERABORTED.
+    void OnStopRequest() override { onClickCancel(); }
     void paintEvent(QPaintEvent* event) override;
     void customEvent(QEvent* event) override;
 

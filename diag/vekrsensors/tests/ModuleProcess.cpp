@@ -7,15 +7,15 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 
 extern char** environ;
 
-ModuleOutcome runModule(const std::vector<std::string>& args, const std::string& workDir,
-                        const std::vector<std::string>& extraEnv) {
-    ModuleOutcome outcome;
+ModuleRun::ModuleRun(const std::vector<std::string>& args, const std::string& workDir,
+                     const Start& start) {
     int outPipe[2], errPipe[2];
     if (pipe(outPipe) != 0 || pipe(errPipe) != 0)
-        return outcome;
+        return;
 
     std::vector<std::string> argStore{VEKR_MODULE_PATH};
     argStore.insert(argStore.end(), args.begin(), args.end());
@@ -33,55 +33,115 @@ ModuleOutcome runModule(const std::vector<std::string>& args, const std::string&
             envStore.push_back(entry);
         }
     }
-    envStore.insert(envStore.end(), extraEnv.begin(), extraEnv.end());
+    envStore.insert(envStore.end(), start.env.begin(), start.env.end());
     std::vector<char*> envp;
     for (auto& e : envStore)
         envp.push_back(e.data());
     envp.push_back(nullptr);
 
-    // posix_spawn has no portable chdir action on glibc 2.36; run through a tiny shell line.
-    const std::string cd = "cd \"$0\" && exec \"$@\"";
-    std::vector<char*> shArgv{const_cast<char*>("/bin/sh"), const_cast<char*>("-c"),
-                              const_cast<char*>(cd.c_str()), const_cast<char*>(workDir.c_str())};
-    shArgv.insert(shArgv.end(), argv.begin(), argv.end());
-
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, outPipe[1], 1);
+    posix_spawn_file_actions_addchdir_np(&actions, workDir.c_str());
+    if (!start.stdoutTo)
+        posix_spawn_file_actions_adddup2(&actions, outPipe[1], 1);
+    else if (start.stdoutTo->empty())
+        posix_spawn_file_actions_addclose(&actions, 1);
+    else
+        posix_spawn_file_actions_addopen(&actions, 1, start.stdoutTo->c_str(), O_WRONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, errPipe[1], 2);
     posix_spawn_file_actions_addclose(&actions, outPipe[0]);
     posix_spawn_file_actions_addclose(&actions, errPipe[0]);
+    posix_spawn_file_actions_addclose(&actions, outPipe[1]);
+    posix_spawn_file_actions_addclose(&actions, errPipe[1]);
     posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    pid_t pid = -1;
-    const int rc = posix_spawn(&pid, "/bin/sh", &actions, nullptr, shArgv.data(), envp.data());
+    posix_spawnattr_t attr;
+    posix_spawnattr_init(&attr);
+    if (start.termWaiting) {
+        sigset_t blocked;
+        sigemptyset(&blocked);
+        sigaddset(&blocked, SIGTERM);
+        posix_spawnattr_setsigmask(&attr, &blocked);
+        posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSIGMASK);
+    }
+    const int rc =
+        posix_spawn(&pid_, argStore.front().c_str(), &actions, &attr, argv.data(), envp.data());
+    posix_spawnattr_destroy(&attr);
     posix_spawn_file_actions_destroy(&actions);
+    if (rc == 0 && start.termWaiting)
+        kill(pid_, SIGTERM);
     close(outPipe[1]);
     close(errPipe[1]);
+    fds_[0] = outPipe[0];
+    fds_[1] = errPipe[0];
     if (rc != 0)
-        return outcome;
+        pid_ = -1;
+}
 
-    pollfd fds[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
-    std::string* sinks[2] = {&outcome.out, &outcome.err};
-    int open = 2;
+ModuleRun::~ModuleRun() {
+    if (pid_ > 0) {
+        kill(pid_, SIGKILL);
+        finish();
+    }
+    for (int fd : fds_) {
+        if (fd >= 0)
+            close(fd);
+    }
+}
+
+bool ModuleRun::pump(int timeoutMs) {
+    pollfd fds[2] = {{fds_[0], POLLIN, 0}, {fds_[1], POLLIN, 0}};
+    std::string* sinks[2] = {&outcome_.out, &outcome_.err};
+    if (fds_[0] < 0 && fds_[1] < 0)
+        return false;
+    if (poll(fds, 2, timeoutMs) < 0 && errno != EINTR)
+        return false;
     char buf[4096];
-    while (open > 0) {
-        if (poll(fds, 2, -1) < 0 && errno != EINTR)
-            break;
-        for (int i = 0; i < 2; ++i) {
-            if (fds[i].fd < 0 || !(fds[i].revents & (POLLIN | POLLHUP)))
-                continue;
-            const ssize_t n = read(fds[i].fd, buf, sizeof buf);
-            if (n > 0) {
-                sinks[i]->append(buf, static_cast<std::size_t>(n));
-            } else {
-                close(fds[i].fd);
-                fds[i].fd = -1;
-                --open;
-            }
+    for (int i = 0; i < 2; ++i) {
+        if (fds[i].fd < 0 || !(fds[i].revents & (POLLIN | POLLHUP)))
+            continue;
+        const ssize_t n = read(fds[i].fd, buf, sizeof buf);
+        if (n > 0) {
+            sinks[i]->append(buf, static_cast<std::size_t>(n));
+        } else {
+            close(fds_[i]);
+            fds_[i] = -1;
         }
     }
-    int status = 0;
-    waitpid(pid, &status, 0);
-    outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return outcome;
+    return true;
+}
+
+bool ModuleRun::waitFor(const std::string& text, std::chrono::milliseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (outcome_.out.find(text) == std::string::npos &&
+           outcome_.err.find(text) == std::string::npos) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            end - std::chrono::steady_clock::now());
+        if (left.count() <= 0 || !pump(static_cast<int>(left.count())))
+            return false;
+    }
+    return true;
+}
+
+void ModuleRun::signal(int sig) const {
+    if (pid_ > 0)
+        kill(pid_, sig);
+}
+
+ModuleOutcome ModuleRun::finish() {
+    while (pump(-1)) {
+    }
+    if (pid_ > 0) {
+        int status = 0;
+        waitpid(pid_, &status, 0);
+        outcome_.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        pid_ = -1;
+    }
+    return outcome_;
+}
+
+ModuleOutcome runModule(const std::vector<std::string>& args, const std::string& workDir,
+                        const std::vector<std::string>& extraEnv) {
+    ModuleRun::Start start;
+    start.env = extraEnv;
+    return ModuleRun(args, workDir, start).finish();
 }

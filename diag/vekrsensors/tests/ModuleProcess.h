@@ -1,14 +1,51 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
 // Runs the module executable with arguments in a working directory and collects what a host
 // would see.
 struct ModuleOutcome {
-    int exitCode = -1;
+    int exitCode = -1;  // 128 + the signal's number when a signal ended it
     std::string out;
     std::string err;
+};
+
+// One running module, for cases that act while it runs (signals, progress).
+class ModuleRun {
+public:
+    struct Start {
+        std::vector<std::string> env;  // added to the environment
+        // nullopt collects stdout through a pipe; "" starts with stdout closed; any other
+        // text is a file stdout is opened onto (e.g. /dev/full).
+        std::optional<std::string> stdoutTo;
+        // A SIGTERM is already waiting when the program starts (blocked at the spawn, sent at
+        // once), as when a host stops it in its first instant.
+        bool termWaiting = false;
+    };
+    ModuleRun(const std::vector<std::string>& args, const std::string& workDir,
+              const Start& start);
+    ~ModuleRun();
+    ModuleRun(const ModuleRun&) = delete;
+    ModuleRun& operator=(const ModuleRun&) = delete;
+
+    // Collects output until stdout or stderr holds `text`; false when the module ended or
+    // `limit` passed first.
+    bool waitFor(const std::string& text, std::chrono::milliseconds limit);
+    void signal(int sig) const;
+    // Collects the rest and waits for the end.
+    ModuleOutcome finish();
+
+private:
+    bool pump(int timeoutMs);
+
+    pid_t pid_ = -1;
+    int fds_[2] = {-1, -1};
+    ModuleOutcome outcome_;
 };
 
 ModuleOutcome runModule(const std::vector<std::string>& args, const std::string& workDir = ".",

@@ -61,6 +61,11 @@ Test* Test::setCreatesOwnGUI(bool on) {
     return this;
 }
 
+Test* Test::setInstruction(const LocalizedString* text) {
+    instruction_ = text;
+    return this;
+}
+
 Catalogue& Catalogue::global() {
     // Never destroyed: the module's global pointers refer into it until the process ends.
     static Catalogue* c = new Catalogue;

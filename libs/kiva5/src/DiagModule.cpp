@@ -74,6 +74,9 @@ bool DiagModule::checkForStop() {
 void DiagModule::requestStop() {
     StopFlag::set();
 }
+void DiagModule::handleStopSignals() {
+    StopFlag::installSignalHandlers();
+}
 
 void DiagModule::setRunDetail(const KivaString& name, const Value& value) {
     RunContext::addDetail(name.str(), value);

@@ -2,8 +2,10 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstring>
 #include <exception>
 #include <fstream>
+#include <iomanip>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
@@ -13,6 +15,7 @@
 #include "kiva5/KivaException.h"
 #include "kiva5/Localization.h"
 #include "kiva5/Report.h"
+#include "kiva5/ReportDestination.h"
 #include "platform/Screen.h"
 #include "vek/Exception.h"
 #include "vek/Json.h"
@@ -42,8 +45,10 @@ struct Options {
     std::string scenario;
     std::string lang;
     std::string report;
+    bool reportGiven = false;
     std::string log;
     int logLevel = 0;
+    bool quiet = false;
 };
 
 std::string moduleStem(const std::string& file) {
@@ -142,6 +147,7 @@ std::optional<int> parseCommandLine(const std::vector<std::string>& args,
     app.set_version_flag("--version", versionLine);
     app.add_flag("--list", o.list, "Print the declared tests, parameters, events and keys");
     app.add_flag("--devices", o.devices, "Print the devices the backend finds");
+    app.add_flag("--quiet", o.quiet, "Only the summary on the terminal, no progress lines");
     app.add_option("--test", o.tests, "Run this test (repeatable; default: all)");
     app.add_option("--device", o.device, "Run only on the device with this locator");
     app.add_option("--param", o.params, "Set a parameter, NAME=VALUE (repeatable)");
@@ -150,7 +156,8 @@ std::optional<int> parseCommandLine(const std::vector<std::string>& args,
         ->check(CLI::IsMember({"iio", "sim"}));
     app.add_option("--scenario", o.scenario, "Scenario for the sim backend");
     app.add_option("--lang", o.lang, "Language of the texts (default from the environment)");
-    app.add_option("--report", o.report, "Write the JSON report here (- for stdout)");
+    CLI::Option* report =
+        app.add_option("--report", o.report, "Write the JSON report here (- for stdout)");
     app.add_option("--log", o.log, "Write the module log here");
     app.add_option("--log-level", o.logLevel, "Lowest priority logged, 1..4 (default 1)")
         ->check(CLI::Range(1, 4));
@@ -169,6 +176,7 @@ std::optional<int> parseCommandLine(const std::vector<std::string>& args,
         err << moduleFile << ": " << e.what() << " (see --help)\n";
         return Host::kUsageError;
     }
+    o.reportGiven = report->count() > 0;
     if (o.logLevel && o.log.empty())
         throw UsageError{"--log-level needs --log FILE"};
     if (!o.scenario.empty() && o.backend == "iio")
@@ -262,8 +270,11 @@ void applyParameters(const Catalogue& catalogue, const Options& o, const std::st
 std::string reasonNotToRun(const Test& test, bool escaped) {
     if (escaped)
         return "not started: an earlier test ended abnormally";
-    if (StopFlag::isSet())
-        return "not started: stop requested";
+    if (StopFlag::isSet()) {
+        const int sig = StopFlag::signalNumber();
+        return std::string("not started: stop requested") +
+               (sig ? std::string(" by SIG") + sigabbrev_np(sig) : "");
+    }
     for (const Parameter* p : test.parameters()) {
         if (p->isset() && !p->value().isValid()) {
             return "parameter " + p->name() + " = \"" + p->value().text() + "\" is not a valid " +
@@ -329,6 +340,14 @@ int Host::start(const std::vector<std::string>& args) {
             printCatalogue(catalogue_, out_);
             return 0;
         }
+        // Where the evidence goes is settled before anything runs.
+        std::optional<ReportDestination> destination;
+        if (o.reportGiven) {
+            std::string problem;
+            destination = ReportDestination::check(o.report, problem);
+            if (!destination)
+                throw UsageError{problem};
+        }
         // The command line is checked against the catalogue before anything is read.
         const std::vector<Test*> tests = selectTests(catalogue_, o);
         const auto overrides = parameterOverrides(catalogue_, o);
@@ -367,19 +386,28 @@ int Host::start(const std::vector<std::string>& args) {
         report.version = versionText;
         report.build = version_.build;
         report.backend = selection.backend;
-        std::exception_ptr escaped = runTests(tests, devices, o.device, *source, report);
+        const bool reportToStdout =
+            destination && destination->kind() == ReportDestination::Kind::Stdout;
+        std::ostream& terminal = reportToStdout ? err_ : out_;
+        std::exception_ptr escaped =
+            runTests(tests, devices, o.device, *source, report, o.quiet ? nullptr : &terminal);
 
         report.settleResult();
-        const bool reportToStdout = o.report == "-";
-        report.printSummary(reportToStdout ? err_ : out_);
-        if (reportToStdout) {
-            out_ << report.toJson();
-        } else if (!o.report.empty()) {
-            report.write(o.report);
+        // The report first, then the summary, which can then tell the real exit code.
+        int code = report.result.value();
+        bool written = true;
+        if (destination) {
+            const std::string problem = destination->write(report.toJson(), out_);
+            if (!problem.empty()) {
+                err_ << moduleFile_ << ": " << problem << "\n";
+                code = TestResult::EXITEDABNORMALLY().value();
+                written = false;
+            }
         }
+        report.printSummary(terminal, written ? "" : "report not written", code);
         if (escaped)
             std::rethrow_exception(escaped);
-        return report.result.value();
+        return code;
     } catch (const UsageError& e) {
         err_ << moduleFile_ << ": " << e.message << " (see --help)\n";
         return kUsageError;
@@ -389,65 +417,94 @@ int Host::start(const std::vector<std::string>& args) {
 std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
                                   const std::vector<DiagDevice>& devices,
                                   const std::string& onlyDevice, DeviceSource& source,
-                                  Report& report) {
+                                  Report& report, std::ostream* progress) {
     StopFlag::clear();
-    StopFlag::installSignalHandlers();
-    std::exception_ptr escaped;
+    // Every (test, device) pair first, so progress can say how far the run has come; a test
+    // without a device is one entry with none.
+    std::vector<std::pair<Test*, const DiagDevice*>> plan;
     for (Test* test : tests) {
-        std::vector<const DiagDevice*> targets;
+        const std::size_t before = plan.size();
         for (const auto& d : devices) {
             if (d.capability() == test->capability() &&
                 (onlyDevice.empty() || equalNoCase(d.osLocator().str(), onlyDevice))) {
-                targets.push_back(&d);
+                plan.emplace_back(test, &d);
             }
         }
-        if (targets.empty()) {
-            RunRecord run;
-            run.test = test->name();
+        if (plan.size() == before)
+            plan.emplace_back(test, nullptr);
+    }
+    const auto said = [&](std::size_t index, const std::string& text) {
+        if (progress) {
+            *progress << "[" << index + 1 << "/" << plan.size() << "] " << text << std::endl;
+        }
+    };
+    const auto ended = [&](std::size_t index, const RunRecord& run) {
+        std::ostringstream line;
+        line << run.test << ": " << run.result.name();
+        if (run.seconds > 0)
+            line << " after " << std::fixed << std::setprecision(2) << run.seconds << " s";
+        std::string why = Report::keyMeasurement(run);
+        if (why.empty() && !run.notes.empty())
+            why = run.notes.front();
+        if (!why.empty())
+            line << " (" << why << ")";
+        said(index, line.str());
+    };
+
+    std::exception_ptr escaped;
+    for (std::size_t i = 0; i < plan.size(); ++i) {
+        Test* test = plan[i].first;
+        const DiagDevice* device = plan[i].second;
+        RunRecord run;
+        run.test = test->name();
+        if (!device) {
             run.result = TestResult::NODEVICE();
             run.notes.push_back("no " + std::string(test->capability().name()) + " device" +
                                 (onlyDevice.empty() ? "" : " with locator " + onlyDevice));
+            ended(i, run);
             report.runs.push_back(std::move(run));
             continue;
         }
-        for (const DiagDevice* device : targets) {
-            RunRecord run;
-            run.test = test->name();
-            run.device = *device;
-            for (const Parameter* p : test->parameters()) {
-                if (p->isset())
-                    run.parameters.emplace_back(p->name(), p->value().text());
-            }
-            const std::string refused = reasonNotToRun(*test, static_cast<bool>(escaped));
-            if (!refused.empty()) {
-                run.result = refusedResult(*test, static_cast<bool>(escaped));
-                run.notes.push_back(refused);
-                report.runs.push_back(std::move(run));
-                continue;
-            }
-            VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
-                    "Running " << test->name() << " on " << device->osLocator().str());
-            report.runs.push_back(std::move(run));
-            RunRecord& current = report.runs.back();
-            RunContext::begin(&current);
-            RunContext::setSource(&source);
-            source.testStarting(test->name(), *device);
-            vek::Stopwatch watch;
-            try {
-                current.result = test->function()(*device);
-            } catch (...) {
-                escaped = std::current_exception();
-                current.result = TestResult::EXITEDABNORMALLY();
-                current.notes.push_back("the test ended by an exception");
-            }
-            current.seconds = watch.getElapsed();
-            source.testFinished();
-            settleWithSourceNotes(current, source.takeNotes(*device));
-            RunContext::setSource(nullptr);
-            RunContext::end();
-            VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
-                    test->name() << " result " << current.result.name());
+        run.device = *device;
+        for (const Parameter* p : test->parameters()) {
+            if (p->isset())
+                run.parameters.emplace_back(p->name(), p->value().text());
         }
+        const std::string refused = reasonNotToRun(*test, static_cast<bool>(escaped));
+        if (!refused.empty()) {
+            run.result = refusedResult(*test, static_cast<bool>(escaped));
+            run.notes.push_back(refused);
+            ended(i, run);
+            report.runs.push_back(std::move(run));
+            continue;
+        }
+        said(i, test->name() + " on " + device->osLocator().str() + " (" + device->name().str() +
+                    ")");
+        if (const LocalizedString* instruction = test->instruction())
+            said(i, "  " + instruction->localizedString().toStdString());
+        VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
+                "Running " << test->name() << " on " << device->osLocator().str());
+        report.runs.push_back(std::move(run));
+        RunRecord& current = report.runs.back();
+        RunContext::begin(&current);
+        RunContext::setSource(&source);
+        source.testStarting(test->name(), *device);
+        vek::Stopwatch watch;
+        try {
+            current.result = test->function()(*device);
+        } catch (...) {
+            escaped = std::current_exception();
+            current.result = TestResult::EXITEDABNORMALLY();
+            current.notes.push_back("the test ended by an exception");
+        }
+        current.seconds = watch.getElapsed();
+        source.testFinished();
+        settleWithSourceNotes(current, source.takeNotes(*device));
+        RunContext::setSource(nullptr);
+        RunContext::end();
+        VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
+                test->name() << " result " << current.result.name());
+        ended(i, current);
     }
     return escaped;
 }

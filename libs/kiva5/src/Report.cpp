@@ -1,18 +1,13 @@
 #include "kiva5/Report.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
+#include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <iomanip>
 #include <nlohmann/json.hpp>
 #include <ostream>
+#include <sstream>
 
-#include "kiva5/KivaException.h"
 
 namespace kiva5 {
 namespace {
@@ -92,54 +87,53 @@ std::string Report::toJson() const {
     return doc.dump(2) + "\n";
 }
 
-void Report::write(const std::filesystem::path& file) const {
-    const std::string text = toJson();
-    const std::filesystem::path dir = file.has_parent_path() ? file.parent_path() : ".";
-    // A hidden temporary beside the target, so the rename stays on one file system.
-    std::string hidden(".");
-    hidden.append(file.filename().string()).append(".XXXXXX");
-    std::string tmpl = (dir / hidden).string();
-    const int fd = mkstemp(tmpl.data());
-    auto fail = [&](const char* what, int err) {
-        throw KivaException("cannot write report " + file.string() + ": " + what + ": " +
-                            std::strerror(err));
-    };
-    if (fd < 0)
-        fail("create", errno);
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0) {
-            const int err = errno;
-            ::close(fd);
-            ::unlink(tmpl.c_str());
-            fail("write", err);
+std::string Report::keyMeasurement(const RunRecord& run) {
+    const auto detail = [&](const char* name) -> const Value* {
+        for (const auto& [key, value] : run.details) {
+            if (key == name)
+                return &value;
         }
-        done += static_cast<std::size_t>(n);
+        return nullptr;
+    };
+    std::string text;
+    const Value* last = detail("last");
+    const Value* unit = detail("unit");
+    const Value* readings = detail("readings");
+    if (last && unit) {
+        if (const auto v = Value::parseDouble(last->text())) {
+            std::ostringstream fixed;
+            fixed << std::fixed << std::setprecision(2) << *v << " " << unit->text();
+            text = fixed.str();
+        }
+    } else if (readings && readings->text() == "0") {
+        text = "no readings";
     }
-    // Reports are read by other people's tools: make the file as readable as a normal one.
-    ::fchmod(fd, 0644);
-    if (::fsync(fd) != 0 || ::close(fd) != 0) {
-        const int err = errno;
-        ::unlink(tmpl.c_str());
-        fail("sync", err);
-    }
-    if (std::rename(tmpl.c_str(), file.c_str()) != 0) {
-        const int err = errno;
-        ::unlink(tmpl.c_str());
-        fail("rename", err);
-    }
+    if (const Value* wanted = detail("wanted"))
+        text += (text.empty() ? "" : ", ") + std::string("wanted ") + wanted->text();
+    return text;
 }
 
-void Report::printSummary(std::ostream& out) const {
+void Report::printSummary(std::ostream& out, const std::string& trouble, int exitCode) const {
     out << moduleFile << " " << version << " (build " << build << "), backend " << backend << "\n";
+    // Columns as wide as their widest entry, so long IIO paths never run into the verdict.
+    std::size_t testWidth = 0, deviceWidth = 0, resultWidth = 0;
+    const auto deviceOf = [](const RunRecord& run) {
+        return run.device ? run.device->osLocator().str() : std::string("(no device)");
+    };
     for (const auto& run : runs) {
-        const std::string device = run.device ? run.device->osLocator().str() : "(no device)";
-        out << "  " << std::left << std::setw(24) << run.test << std::setw(20) << device << " "
-            << std::setw(11) << run.result.name() << std::right << std::fixed
-            << std::setprecision(2) << run.seconds << " s\n";
+        testWidth = std::max(testWidth, run.test.size());
+        deviceWidth = std::max(deviceWidth, deviceOf(run).size());
+        resultWidth = std::max(resultWidth, run.result.name().size());
+    }
+    for (const auto& run : runs) {
+        std::ostringstream line;
+        line << "  " << std::left << std::setw(static_cast<int>(testWidth)) << run.test << "  "
+             << std::setw(static_cast<int>(deviceWidth)) << deviceOf(run) << "  "
+             << std::setw(static_cast<int>(resultWidth)) << run.result.name() << "  " << std::right
+             << std::fixed << std::setprecision(2) << std::setw(7) << run.seconds << " s";
+        if (const std::string measured = keyMeasurement(run); !measured.empty())
+            line << "  " << measured;
+        out << line.str() << "\n";
         for (const auto& e : run.events) {
             out << "      " << e.severity << ": " << e.name;
             for (const auto& [name, value] : e.variables)
@@ -155,8 +149,9 @@ void Report::printSummary(std::ostream& out) const {
         for (const auto& n : run.notes)
             out << "      note: " << n << "\n";
     }
-    out << "Result: " << result.name() << " (exit code " << result.value() << ")\n";
-    out.unsetf(std::ios::fixed);
+    out << "Result: " << result.name() << (trouble.empty() ? "" : ", " + trouble) << " (exit code "
+        << exitCode << ")\n";
+    out.flush();
 }
 
 }  // namespace kiva5

@@ -1,5 +1,7 @@
 #include "RunContext.h"
 
+#include <pthread.h>
+
 #include <csignal>
 #include <mutex>
 
@@ -15,12 +17,18 @@ std::mutex s_mutex;
 RunRecord* s_run = nullptr;
 const DeviceSource* s_source = nullptr;
 
-// Lock-free, so the signal handler may set it.
-std::atomic<bool> s_stop{false};
-static_assert(std::atomic<bool>::is_always_lock_free);
+// Lock-free, so the signal handler may use them.
+std::atomic<bool> s_requested{false};
+std::atomic<int> s_signal{0};
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 
-extern "C" void onStopSignal(int) {
-    s_stop.store(true);
+extern "C" void onStopSignal(int sig) {
+    int none = 0;
+    if (s_signal.compare_exchange_strong(none, sig))
+        return;
+    // Asked twice: the person or the host wants the process gone now.
+    ::signal(sig, SIG_DFL);
+    ::raise(sig);
 }
 
 std::string baseName(const char* file) {
@@ -81,22 +89,35 @@ bool RunContext::sourceStopDue() {
 }
 
 bool StopFlag::isSet() {
-    return s_stop.load();
+    return s_requested.load() || s_signal.load() != 0;
 }
 void StopFlag::set() {
-    s_stop.store(true);
+    s_requested.store(true);
 }
 void StopFlag::clear() {
-    s_stop.store(false);
+    s_requested.store(false);
+}
+int StopFlag::signalNumber() {
+    return s_signal.load();
 }
 
 void StopFlag::installSignalHandlers() {
     struct sigaction sa {};
     sa.sa_handler = onStopSignal;
     sigemptyset(&sa.sa_mask);
-    sa.sa_flags = SA_RESETHAND | SA_RESTART;
-    sigaction(SIGINT, &sa, nullptr);
-    sigaction(SIGTERM, &sa, nullptr);
+    sa.sa_flags = SA_RESTART;
+    sigset_t stops;
+    sigemptyset(&stops);
+    for (const int sig : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaction(sig, &sa, nullptr);
+        sigaddset(&stops, sig);
+    }
+    // A parent may have started us with these blocked; one already waiting arrives now, as
+    // a stop request.
+    pthread_sigmask(SIG_UNBLOCK, &stops, nullptr);
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    sigaction(SIGPIPE, &ignore, nullptr);
 }
 
 }  // namespace kiva5

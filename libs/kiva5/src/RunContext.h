@@ -22,15 +22,22 @@ public:
     static bool sourceStopDue();
 };
 
-// SIGINT/SIGTERM and the framework's own stop requests.
+// Stop requests: SIGINT, SIGTERM and SIGHUP, and the framework's own. Any thread; the
+// signal side is async-signal-safe.
 class StopFlag {
 public:
     static bool isSet();
     static void set();
+    // Forgets the framework's own requests. A signal is never forgotten: one that came while
+    // the command line was read still stops the run.
     static void clear();
-    // First SIGINT/SIGTERM sets the flag; a second one ends the process the default way, so
-    // a test that does not look at the flag can still be interrupted.
+    // The first of SIGINT/SIGTERM/SIGHUP asks to stop; a second one, of any of these kinds,
+    // ends the process the default way at once, so a person is never stuck behind a test that
+    // does not look at the request. SIGPIPE is ignored: a closed terminal pipe becomes a
+    // failed write, and the report is still written.
     static void installSignalHandlers();
+    // The signal that asked to stop, or 0.
+    static int signalNumber();
 };
 
 }  // namespace kiva5

@@ -15,7 +15,17 @@ namespace libLumo {
 namespace {
 std::atomic<vek::Logger*> s_logger{nullptr};
 constexpr const char* kLoggerName = "libLumo";
+constexpr int kStopCheckMs = 100;
+
+std::function<bool()>& stopCheck() {
+    static std::function<bool()> check;
+    return check;
+}
 }  // namespace
+
+void VekDialog::setStopCheck(std::function<bool()> check) {
+    stopCheck() = std::move(check);
+}
 
 QString toQString(const vek::String& text) {
     return QString::fromUtf16(text.units().data(), static_cast<qsizetype>(text.length()));
@@ -60,7 +70,21 @@ int VekDialog::DoModal() {
                 pressAsOperator(control);
         });
     }
+    QTimer* watch = nullptr;
+    if (stopCheck()) {
+        watch = new QTimer(this);
+        QObject::connect(watch, &QTimer::timeout, this, [this, watch] {
+            // The innermost dialog answers first; its owner follows along its own path.
+            if (!open_ || QApplication::activeModalWidget() != this || !stopCheck()())
+                return;
+            watch->stop();
+            VEK_LOG(s_logger, kLoggerName, 1, "Stop requested: closing " << operatorName_);
+            OnStopRequest();
+        });
+        watch->start(kStopCheckMs);
+    }
     const int code = exec();
+    delete watch;
     open_ = false;
     OnDestroy();
     return code;

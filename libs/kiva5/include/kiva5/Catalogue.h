@@ -122,6 +122,8 @@ public:
     Test* addParameter(const Parameter* parameter);
     Test* setInteractive(bool on);
     Test* setCreatesOwnGUI(bool on);
+    // What the person at the device is asked to do, shown on the terminal as the test starts.
+    Test* setInstruction(const LocalizedString* text);
 
     const std::string& name() const { return name_; }
     const DeviceCapability& capability() const { return capability_; }
@@ -129,6 +131,7 @@ public:
     const std::vector<const Parameter*>& parameters() const { return parameters_; }
     bool interactive() const { return interactive_; }
     bool createsOwnGUI() const { return createsOwnGUI_; }
+    const LocalizedString* instruction() const { return instruction_; }
 
 private:
     std::string name_;
@@ -137,6 +140,7 @@ private:
     std::vector<const Parameter*> parameters_;
     bool interactive_ = false;
     bool createsOwnGUI_ = false;
+    const LocalizedString* instruction_ = nullptr;
 };
 
 // Everything a module declared, in declaration order. The process has one (global()), filled

@@ -36,8 +36,12 @@ public:
     // the report's "details".
     static void setRunDetail(const KivaString& name, const Value& value);
 
-    // Asks the running test, and the run, to stop (signals, a scenario's stop time).
+    // Asks the running test, and the run, to stop (a scenario's stop time, the host itself).
     static void requestStop();
+    // SIGINT, SIGTERM and SIGHUP become stop requests (a second one ends the process), and
+    // SIGPIPE is ignored. The first thing main() does, so no signal finds the process without
+    // a way to leave a report.
+    static void handleStopSignals();
     // How the host finds devices; set once by the module before start().
     static void setDeviceSourceFactory(DeviceSourceFactory factory);
     // Records events raised from now on into `run` (nullptr stops), as during a host's run.

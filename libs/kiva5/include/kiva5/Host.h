@@ -34,12 +34,13 @@ public:
     int start(const std::vector<std::string>& args);
 
 private:
-    // Calls each test once per matching device, in order, into `report`. Returns the
-    // exception that escaped a test, if one did (the runs after it are not started).
+    // Calls each test once per matching device, in order, into `report`, saying on
+    // `progress` (unless null) as each starts and ends. Returns the exception that escaped a
+    // test, if one did (the runs after it are not started).
     std::exception_ptr runTests(const std::vector<Test*>& tests,
                                 const std::vector<DiagDevice>& devices,
                                 const std::string& onlyDevice, DeviceSource& source,
-                                Report& report);
+                                Report& report, std::ostream* progress);
 
     Catalogue& catalogue_;
     std::string moduleFile_;

@@ -44,10 +44,12 @@ struct Report {
 
     void settleResult();
     std::string toJson() const;
-    // Writes the JSON document whole or not at all (temporary file, flush, rename).
-    // Throws KivaException naming the file on failure.
-    void write(const std::filesystem::path& file) const;
-    void printSummary(std::ostream& out) const;
+    // The readable summary; its last line names the overall result, what went wrong after the
+    // tests (`trouble`, e.g. an unwritten report) and the process's exit code.
+    void printSummary(std::ostream& out, const std::string& trouble, int exitCode) const;
+    // What a threshold test measured, beside the rule it was held to ("3.00 g, wanted
+    // 1 +/- 0.1"), from the run's details; "" when the run has none.
+    static std::string keyMeasurement(const RunRecord& run);
 };
 
 }  // namespace kiva5

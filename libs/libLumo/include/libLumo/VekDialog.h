@@ -2,6 +2,7 @@
 
 #include <QDialog>
 #include <atomic>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -41,6 +42,11 @@ public:
     QSize clientSize() const { return clientSize_; }
     const std::string& operatorName() const { return operatorName_; }
 
+    // Asked every 100 ms while any dialog is open: true ends the dialog along its cancel path
+    // (OnStopRequest). The module points it at the framework's stop request, so a SIGTERM
+    // closes what a person would otherwise have to close. Set before any dialog opens.
+    static void setStopCheck(std::function<bool()> check);
+
     // What a scripted press does: "Escape" sends the key; "Close" closes the window unless the
     // dialog names a close control of its own; any other name clicks the control that
     // operatorControl() names, when it is visible and enabled.
@@ -53,6 +59,8 @@ protected:
     virtual void OnDestroy() {}
     // Escape and the close button; the default ends with IDCANCEL.
     virtual void OnCancel() { EndDialog(IDCANCEL); }
+    // A stop request while the dialog is open; the default is what Escape does.
+    virtual void OnStopRequest() { OnCancel(); }
     // The button a scripted press names: "Fail" is control 1000 and "Cancel" 1001.
     virtual QAbstractButton* operatorControl(const std::string& press);
 
