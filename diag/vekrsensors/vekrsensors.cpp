@@ -17,9 +17,11 @@ kiva5::LocalizedString* key(const char* name) {
 kiva5::Event* event(const char* name) {
     return kiva5::DiagModule::createEvent(kiva5::KivaString(name));
 }
-kiva5::Parameter* parameter(const char* name, const kiva5::DataType& type) {
+kiva5::Parameter* parameter(const char* name, const kiva5::DataType& type,
+                            const char* unit = "") {
     return kiva5::DiagModule::createParameter(kiva5::KivaString(name), type, kiva5::KivaString(""),
-                                              false, true);
+                                              false, true)
+        ->setUnit(unit);
 }
 }  // namespace
 
@@ -45,30 +47,30 @@ kiva5::Event* evUserClickedFail = event("UserClickedFail");
 kiva5::Event* evBadParametersRange = event("BadParametersRange");
 
 kiva5::Parameter* paramSensorStateTimeout =
-    parameter("SensorStateTimeout", kiva5::DataType::DOUBLE());
+    parameter("SensorStateTimeout", kiva5::DataType::DOUBLE(), "s");
 kiva5::LocalizedString* strFailButton = key("FailButton");
 kiva5::LocalizedString* strCancelButton = key("CancelButton");
 kiva5::Parameter* paramLuxValueThreshold =
-    parameter("LuxValueThreshold", kiva5::DataType::DOUBLE());
-kiva5::Parameter* paramLuxValueWaitTime = parameter("LuxValueWaitTime", kiva5::DataType::DOUBLE());
+    parameter("LuxValueThreshold", kiva5::DataType::DOUBLE(), "lux");
+kiva5::Parameter* paramLuxValueWaitTime = parameter("LuxValueWaitTime", kiva5::DataType::DOUBLE(), "s");
 kiva5::Parameter* paramWarnOnBelowThreshold =
     parameter("WarnOnBelowThreshold", kiva5::DataType::BOOLEAN());
 kiva5::Parameter* paramAccelerometerThreshold =
-    parameter("AccelerometerThreshold", kiva5::DataType::DOUBLE());
+    parameter("AccelerometerThreshold", kiva5::DataType::DOUBLE(), "g");
 kiva5::Parameter* paramAccelerometerWaitTime =
-    parameter("AccelerometerWaitTime", kiva5::DataType::DOUBLE());
+    parameter("AccelerometerWaitTime", kiva5::DataType::DOUBLE(), "s");
 kiva5::Parameter* paramAccelerometerTarget =
-    parameter("AccelerometerTarget", kiva5::DataType::DOUBLE());
-kiva5::Parameter* paramDegreesThreshold = parameter("DegreesThreshold", kiva5::DataType::DOUBLE());
+    parameter("AccelerometerTarget", kiva5::DataType::DOUBLE(), "g");
+kiva5::Parameter* paramDegreesThreshold = parameter("DegreesThreshold", kiva5::DataType::DOUBLE(), "degrees");
 kiva5::Parameter* paramMagnetometerWaitTime =
-    parameter("MagnetometerWaitTime", kiva5::DataType::DOUBLE());
+    parameter("MagnetometerWaitTime", kiva5::DataType::DOUBLE(), "s");
 kiva5::Parameter* paramIncludeFailButton =
     parameter("IncludeFailButton", kiva5::DataType::BOOLEAN());
 kiva5::Parameter* paramUseTimeoutPrompt = parameter("UseTimeoutPrompt", kiva5::DataType::BOOLEAN());
 kiva5::Parameter* paramTimeoutPromptIntervalSeconds =
-    parameter("TimeoutPromptIntervalSeconds", kiva5::DataType::INT32());
+    parameter("TimeoutPromptIntervalSeconds", kiva5::DataType::INT32(), "s");
 kiva5::Parameter* paramSensorNoDataTimeoutSeconds =
-    parameter("SensorNoDataTimeoutSeconds", kiva5::DataType::INT32());
+    parameter("SensorNoDataTimeoutSeconds", kiva5::DataType::INT32(), "s");
 
 namespace {
 // The tests keep no handle; their chain of settings is made once, here.

@@ -118,7 +118,7 @@ INSTANTIATE_TEST_SUITE_P(
                   "",
                   {false, true, true, false, false, false}},
         WorkerRow{"an unknown kind leaves the rates alone",
-                  GYRO(R"("updates": [{"x": 100, "y": -100, "z": 100, "kind": 3}])"), kGyro, 2, 0,
+                  GYRO(R"("updates": [{"x": 100, "y": -100, "z": 100, "kind": 0}])"), kGyro, 2, 0,
                   kUntouched, "", kNone},
         // Below 1 deg/s a reading is noise: 0.9 deg/s for a minute would be 54 degrees.
         WorkerRow{"readings inside the dead band are ignored",

@@ -228,7 +228,7 @@ TEST(ProximityFrames, ShowTheTextAndPictureOfEachPhase) {
     ASSERT_TRUE(gui.ready());
     std::filesystem::create_directories("frames");
     // The shipped English texts, as a user sees them.
-    kiva5::Localization::load("vekrsensors", "en", true, {});
+    kiva5::Localization::load("vekrsensors", "en", {});
     ProximitySensorTestDlg dialog(nullptr, vek::String("none"), 3, 10, 15, true, false, 30, 30);
     struct Step {
         std::vector<std::pair<bool, unsigned>> readings;

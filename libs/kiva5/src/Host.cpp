@@ -1,17 +1,18 @@
 #include "kiva5/Host.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstring>
 #include <exception>
 #include <fstream>
 #include <iomanip>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
 #include <sstream>
 
 #include "RunContext.h"
+#include "kiva5/CommandLine.h"
 #include "kiva5/KivaException.h"
 #include "kiva5/Localization.h"
 #include "kiva5/Report.h"
@@ -34,23 +35,6 @@ struct UsageError {
     std::string message;
 };
 
-struct Options {
-    bool list = false;
-    bool devices = false;
-    std::vector<std::string> tests;
-    std::string device;
-    std::vector<std::string> params;
-    std::string profile;
-    std::string backend;
-    std::string scenario;
-    std::string lang;
-    std::string report;
-    bool reportGiven = false;
-    std::string log;
-    int logLevel = 0;
-    bool quiet = false;
-};
-
 std::string moduleStem(const std::string& file) {
     return std::filesystem::path(file).stem().string();
 }
@@ -59,22 +43,38 @@ bool equalNoCase(const std::string& a, const std::string& b) {
     return vek::String(a).equalNoCase(vek::String(b));
 }
 
-// Profile: {"parameters": {"Name": "text" | number | boolean, ...}}.
-std::vector<std::pair<std::string, std::string>> readProfile(const std::filesystem::path& file) {
-    const auto content = vek::readTextFile(file);
+std::string joined(const std::vector<std::string>& words) {
+    std::string out;
+    for (const auto& w : words)
+        out += (out.empty() ? "" : " ") + w;
+    return out;
+}
+
+std::filesystem::path shippedProfilePath(const std::string& module) {
+    return std::filesystem::path("resources") / module / "profile.json";
+}
+
+// A profile: {"parameters": {"Name": "text" | number | boolean, ...}}. Problems in a file the
+// person named are input errors; in the shipped one, framework failures.
+std::vector<std::pair<std::string, std::string>> readProfile(const std::filesystem::path& file,
+                                                             bool named) {
+    const auto fail = [&](const std::string& why) {
+        const std::string text = "profile " + file.string() + ": " + why;
+        if (named)
+            throw InputError(text);
+        throw KivaException(text);
+    };
+    std::string problem;
+    const auto content = vek::readTextFile(file, &problem);
     if (!content)
-        throw KivaException("cannot read profile " + file.string());
+        fail(problem);
     vek::JsonSyntaxError error;
     auto parsed = vek::parseJson(*content, error);
-    if (!parsed) {
-        throw KivaException("profile " + file.string() + ": not valid JSON (" + error.describe() +
-                            ")");
-    }
+    if (!parsed)
+        fail("not valid JSON (" + error.describe() + ")");
     nlohmann::json& doc = *parsed;
-    if (!doc.is_object() || !doc.contains("parameters") || !doc["parameters"].is_object()) {
-        throw KivaException("profile " + file.string() +
-                            ": expected an object with a \"parameters\" object");
-    }
+    if (!doc.is_object() || !doc.contains("parameters") || !doc["parameters"].is_object())
+        fail("expected an object with a \"parameters\" object");
     std::vector<std::pair<std::string, std::string>> values;
     for (const auto& [name, v] : doc["parameters"].items()) {
         std::string text;
@@ -87,12 +87,18 @@ std::vector<std::pair<std::string, std::string>> readProfile(const std::filesyst
         } else if (v.is_number()) {
             text = Value::formatDouble(v.get<double>());
         } else {
-            throw KivaException("profile " + file.string() + ": parameter \"" + name +
-                                "\" must be a string, number or boolean");
+            fail("parameter \"" + name + "\" must be a string, number or boolean");
         }
         values.emplace_back(name, std::move(text));
     }
     return values;
+}
+
+std::string knownParameters(const Catalogue& catalogue) {
+    std::vector<std::string> names;
+    for (const auto& p : catalogue.parameters())
+        names.push_back(p->name());
+    return joined(names);
 }
 
 class EmptySource : public DeviceSource {
@@ -100,7 +106,24 @@ public:
     std::vector<DiagDevice> devices() override { return {}; }
 };
 
-void printCatalogue(const Catalogue& c, std::ostream& out) {
+// The declared catalogue, each parameter with its unit and the shipped profile's value.
+void printCatalogue(const Catalogue& c, const std::string& module, std::ostream& out) {
+    std::map<std::string, std::string> defaults;
+    if (const auto shipped = vek::Resource::resolve(shippedProfilePath(module))) {
+        try {
+            for (auto& [name, text] : readProfile(*shipped, false))
+                defaults[name] = text;
+        } catch (const KivaException&) {
+            // --list still lists; the run itself will name the broken file.
+        }
+    }
+    const auto describe = [&](const Parameter& p) {
+        std::string text(p.type().name());
+        if (!p.unit().empty())
+            text += ", " + p.unit();
+        const auto d = defaults.find(p.name());
+        return text + (d == defaults.end() ? ", no default" : ", default " + d->second);
+    };
     out << "Tests:\n";
     for (const auto& t : c.tests()) {
         out << "  " << t->name() << "  capability " << t->capability().name();
@@ -109,14 +132,12 @@ void printCatalogue(const Catalogue& c, std::ostream& out) {
         if (t->createsOwnGUI())
             out << "  own GUI";
         out << "\n";
-        for (const Parameter* p : t->parameters()) {
-            out << "    " << p->name() << " (" << p->type().name() << ")\n";
-        }
+        for (const Parameter* p : t->parameters())
+            out << "    " << p->name() << " (" << describe(*p) << ")\n";
     }
     out << "Parameters:\n";
-    for (const auto& p : c.parameters()) {
-        out << "  " << p->name() << " " << p->type().name() << "\n";
-    }
+    for (const auto& p : c.parameters())
+        out << "  " << p->name() << " (" << describe(*p) << ")\n";
     out << "Events:\n";
     for (const auto& e : c.events())
         out << "  " << e->name() << "\n";
@@ -138,62 +159,16 @@ Host::Host(Catalogue& catalogue, std::string moduleFile, ModuleVersion version,
 
 namespace {
 
-// Reads the command line. Returns the exit code when it is already settled (help, version,
-// a parse error), nothing when the options are to be obeyed.
-std::optional<int> parseCommandLine(const std::vector<std::string>& args,
-                                    const std::string& moduleFile, const std::string& versionLine,
-                                    Options& o, std::ostream& out, std::ostream& err) {
-    CLI::App app{"Sensor diagnostics for tablets and convertibles", moduleFile};
-    app.set_version_flag("--version", versionLine);
-    app.add_flag("--list", o.list, "Print the declared tests, parameters, events and keys");
-    app.add_flag("--devices", o.devices, "Print the devices the backend finds");
-    app.add_flag("--quiet", o.quiet, "Only the summary on the terminal, no progress lines");
-    app.add_option("--test", o.tests, "Run this test (repeatable; default: all)");
-    app.add_option("--device", o.device, "Run only on the device with this locator");
-    app.add_option("--param", o.params, "Set a parameter, NAME=VALUE (repeatable)");
-    app.add_option("--profile", o.profile, "Parameter values (default: the shipped profile)");
-    app.add_option("--backend", o.backend, "Sensor source: iio or sim (default iio)")
-        ->check(CLI::IsMember({"iio", "sim"}));
-    app.add_option("--scenario", o.scenario, "Scenario for the sim backend");
-    app.add_option("--lang", o.lang, "Language of the texts (default from the environment)");
-    CLI::Option* report =
-        app.add_option("--report", o.report, "Write the JSON report here (- for stdout)");
-    app.add_option("--log", o.log, "Write the module log here");
-    app.add_option("--log-level", o.logLevel, "Lowest priority logged, 1..4 (default 1)")
-        ->check(CLI::Range(1, 4));
-
-    std::vector<std::string> rest(args.size() > 1 ? args.begin() + 1 : args.end(), args.end());
-    std::reverse(rest.begin(), rest.end());  // CLI11 takes the arguments back to front
-    try {
-        app.parse(rest);
-    } catch (const CLI::CallForHelp&) {
-        out << app.help();
-        return 0;
-    } catch (const CLI::CallForVersion&) {
-        out << app.version() << "\n";
-        return 0;
-    } catch (const CLI::ParseError& e) {
-        err << moduleFile << ": " << e.what() << " (see --help)\n";
-        return Host::kUsageError;
-    }
-    o.reportGiven = report->count() > 0;
-    if (o.logLevel && o.log.empty())
-        throw UsageError{"--log-level needs --log FILE"};
-    if (!o.scenario.empty() && o.backend == "iio")
-        throw UsageError{"--scenario goes with --backend sim"};
-    return std::nullopt;
-}
-
 // The tests to run, in the order asked for (each once); all of them by default.
-std::vector<Test*> selectTests(const Catalogue& catalogue, const Options& o) {
+std::vector<Test*> selectTests(const Catalogue& catalogue, const CommandLine& o) {
     std::vector<Test*> tests;
     for (const auto& name : o.tests) {
         Test* t = catalogue.findTest(name);
         if (!t) {
-            std::string known;
+            std::vector<std::string> known;
             for (const auto& k : catalogue.tests())
-                known += " " + k->name();
-            throw UsageError{"unknown test \"" + name + "\"; known tests:" + known};
+                known.push_back(k->name());
+            throw UsageError{"unknown test \"" + name + "\"; known tests: " + joined(known)};
         }
         if (std::find(tests.begin(), tests.end(), t) == tests.end())
             tests.push_back(t);
@@ -207,7 +182,7 @@ std::vector<Test*> selectTests(const Catalogue& catalogue, const Options& o) {
 
 // --param assignments, checked against the catalogue.
 std::vector<std::pair<Parameter*, std::string>> parameterOverrides(const Catalogue& catalogue,
-                                                                   const Options& o) {
+                                                                   const CommandLine& o) {
     std::vector<std::pair<Parameter*, std::string>> overrides;
     for (const auto& assignment : o.params) {
         const auto eq = assignment.find('=');
@@ -215,22 +190,39 @@ std::vector<std::pair<Parameter*, std::string>> parameterOverrides(const Catalog
             throw UsageError{"--param expects NAME=VALUE, got \"" + assignment + "\""};
         const std::string name = assignment.substr(0, eq);
         Parameter* p = catalogue.findParameter(name);
-        if (!p)
-            throw UsageError{"unknown parameter \"" + name + "\""};
+        if (!p) {
+            throw UsageError{"unknown parameter \"" + name +
+                             "\"; known parameters: " + knownParameters(catalogue)};
+        }
         overrides.emplace_back(p, assignment.substr(eq + 1));
     }
     return overrides;
 }
 
+// The string table to speak in: the one --lang names (a usage error when there is none), else
+// the environment's first language that has one, else English.
+std::string chooseLanguage(const CommandLine& o, const std::string& module) {
+    if (o.lang.empty()) {
+        const std::string found =
+            Localization::firstAvailable(module, Localization::preferencesFromEnvironment());
+        return found.empty() ? "en" : found;
+    }
+    const std::string found = Localization::firstAvailable(module, {o.lang});
+    if (found.empty()) {
+        throw UsageError{"no texts in language \"" + o.lang +
+                         "\"; available: " + joined(Localization::available(module))};
+    }
+    return found;
+}
+
 // Texts and settings are read before any test starts, so a broken install fails at once
 // instead of halfway through a run.
-void loadResources(const Catalogue& catalogue, const Options& o, const std::string& module) {
-    const bool explicitLang = !o.lang.empty();
-    const std::string lang = explicitLang ? o.lang : vek::VekLocale::languageFromEnvironment();
+void loadResources(const Catalogue& catalogue, const std::string& language,
+                   const std::string& module) {
     std::vector<std::string> keys;
     for (const auto& s : catalogue.strings())
         keys.push_back(s->key());
-    Localization::load(module, lang, explicitLang, keys);
+    Localization::load(module, language, keys);
     vek::VekLocale::setGlobalLocale(Localization::language());
     try {
         vek::Resource::loadSettings(vek::String(module));
@@ -239,31 +231,47 @@ void loadResources(const Catalogue& catalogue, const Options& o, const std::stri
     }
 }
 
-// Parameters: every one unset, then the profile, then --param.
-void applyParameters(const Catalogue& catalogue, const Options& o, const std::string& module,
-                     const std::vector<std::pair<Parameter*, std::string>>& overrides) {
+// Parameters: every one unset, then the shipped profile, then --profile laid over it, then
+// --param. Returns the profile files read, in that order.
+std::vector<std::string> applyParameters(
+    const Catalogue& catalogue, const CommandLine& o, const std::string& module,
+    const std::vector<std::pair<Parameter*, std::string>>& overrides) {
     for (const auto& p : catalogue.parameters())
         p->unset();
-    std::filesystem::path profile = o.profile;
-    if (profile.empty()) {
-        auto shipped =
-            vek::Resource::resolve(std::filesystem::path("resources") / module / "profile.json");
-        if (!shipped) {
-            throw KivaException("resources/" + module + "/profile.json: not found beside " +
-                                "the working directory or the executable");
-        }
-        profile = *shipped;
+    const auto relative = shippedProfilePath(module);
+    const auto shipped = vek::Resource::resolve(relative);
+    if (!shipped) {
+        throw KivaException(relative.string() +
+                            ": not found beside the working directory or the executable");
     }
-    for (const auto& [name, text] : readProfile(profile)) {
-        Parameter* p = catalogue.findParameter(name);
-        if (!p) {
-            throw KivaException("profile " + profile.string() + ": unknown parameter \"" + name +
-                                "\"");
+    if (vek::Resource::overridesInstalled(relative, *shipped)) {
+        VEK_LOG(s_logger, kLoggerName, vek::kLogWarning,
+                "Profile " << shipped->string()
+                           << " from the working folder is used in place of the installed one");
+    }
+    std::vector<std::pair<std::filesystem::path, bool>> files{{*shipped, false}};
+    if (!o.profile.empty())
+        files.emplace_back(o.profile, true);
+    std::vector<std::string> used;
+    for (const auto& [file, named] : files) {
+        for (const auto& [name, text] : readProfile(file, named)) {
+            Parameter* p = catalogue.findParameter(name);
+            if (!p) {
+                const std::string why = "profile " + file.string() + ": unknown parameter \"" +
+                                        name + "\"; known parameters: " +
+                                        knownParameters(catalogue);
+                if (named)
+                    throw InputError(why);
+                throw KivaException(why);
+            }
+            p->set(text);
         }
-        p->set(text);
+        VEK_LOG(s_logger, kLoggerName, vek::kLogProgress, "Profile: " << file.string());
+        used.push_back(file.string());
     }
     for (const auto& [p, text] : overrides)
         p->set(text);
+    return used;
 }
 
 // Why a test is not called on a device at all, or "" when it may run.
@@ -317,14 +325,17 @@ void settleWithSourceNotes(RunRecord& run, const std::vector<SourceNote>& notes)
 int Host::start(const std::vector<std::string>& args) {
     const std::string versionText =
         std::to_string(version_.major) + "." + std::to_string(version_.minor);
-    Options o;
+    CommandLine o;
+    const CommandLine::Reading reading = CommandLine::read(
+        args, moduleFile_, moduleFile_ + " " + versionText + " (build " + version_.build + ")", o);
+    if (reading.settled) {
+        out_ << reading.out;
+        if (!reading.error.empty())
+            err_ << moduleFile_ << ": " << reading.error << " (see --help)\n";
+        return reading.exitCode;
+    }
+    const std::string module = moduleStem(moduleFile_);
     try {
-        if (auto settled = parseCommandLine(
-                args, moduleFile_,
-                moduleFile_ + " " + versionText + " (build " + version_.build + ")", o, out_,
-                err_)) {
-            return *settled;
-        }
         if (!o.log.empty()) {
             if (!vek::LogFactory::openFile(o.log))
                 throw UsageError{"cannot open log file " + o.log};
@@ -337,7 +348,7 @@ int Host::start(const std::vector<std::string>& args) {
                                 << ") started:" << line);
         }
         if (o.list) {
-            printCatalogue(catalogue_, out_);
+            printCatalogue(catalogue_, module, out_);
             return 0;
         }
         // Where the evidence goes is settled before anything runs.
@@ -352,9 +363,9 @@ int Host::start(const std::vector<std::string>& args) {
         const std::vector<Test*> tests = selectTests(catalogue_, o);
         const auto overrides = parameterOverrides(catalogue_, o);
 
-        const std::string module = moduleStem(moduleFile_);
-        loadResources(catalogue_, o, module);
-        applyParameters(catalogue_, o, module, overrides);
+        loadResources(catalogue_, chooseLanguage(o, module), module);
+        const std::vector<std::string> profiles =
+            applyParameters(catalogue_, o, module, overrides);
 
         BackendSelection selection;
         selection.backend = o.backend.empty() ? "iio" : o.backend;
@@ -386,6 +397,8 @@ int Host::start(const std::vector<std::string>& args) {
         report.version = versionText;
         report.build = version_.build;
         report.backend = selection.backend;
+        report.language = Localization::language();
+        report.profiles = profiles;
         const bool reportToStdout =
             destination && destination->kind() == ReportDestination::Kind::Stdout;
         std::ostream& terminal = reportToStdout ? err_ : out_;
@@ -410,6 +423,9 @@ int Host::start(const std::vector<std::string>& args) {
         return code;
     } catch (const UsageError& e) {
         err_ << moduleFile_ << ": " << e.message << " (see --help)\n";
+        return kUsageError;
+    } catch (const InputError& e) {
+        err_ << moduleFile_ << ": " << e.toString().str() << "\n";
         return kUsageError;
     }
 }

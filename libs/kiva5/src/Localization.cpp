@@ -1,6 +1,9 @@
 #include "kiva5/Localization.h"
 
-#include <fstream>
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <filesystem>
 #include <mutex>
 #include <nlohmann/json.hpp>
 
@@ -29,9 +32,10 @@ std::optional<std::map<std::string, std::string>> readTable(const std::string& m
                                              "strings" / (language + ".json"));
     if (!file)
         return std::nullopt;
-    const auto content = vek::readTextFile(*file);
+    std::string problem;
+    const auto content = vek::readTextFile(*file, &problem);
     if (!content)
-        throw KivaException(file->string() + ": cannot be read");
+        throw KivaException(file->string() + ": " + problem);
     vek::JsonSyntaxError error;
     const auto parsed = vek::parseJson(*content, error);
     if (!parsed)
@@ -51,7 +55,104 @@ std::optional<std::map<std::string, std::string>> readTable(const std::string& m
 
 }  // namespace
 
-void Localization::load(const std::string& module, const std::string& language, bool explicitChoice,
+bool Localization::isLanguageCode(const std::string& code) {
+    if (code == "C" || code == "POSIX")
+        return true;
+    // language [_-] territory [. codeset] [@ modifier]
+    std::size_t i = 0;
+    const auto run = [&](auto accept) {
+        const std::size_t from = i;
+        while (i < code.size() && accept(static_cast<unsigned char>(code[i])))
+            ++i;
+        return i - from;
+    };
+    const std::size_t language = run([](unsigned char c) { return std::isalpha(c) != 0; });
+    if (language < 2 || language > 3)
+        return false;
+    if (i < code.size() && (code[i] == '_' || code[i] == '-')) {
+        ++i;
+        const std::size_t territory = run([](unsigned char c) { return std::isalnum(c) != 0; });
+        if (territory < 2 || territory > 3)
+            return false;
+    }
+    if (i < code.size() && code[i] == '.') {
+        ++i;
+        if (run([](unsigned char c) { return std::isalnum(c) != 0 || c == '-' || c == '_'; }) == 0)
+            return false;
+    }
+    if (i < code.size() && code[i] == '@') {
+        ++i;
+        if (run([](unsigned char c) { return std::isalnum(c) != 0; }) == 0)
+            return false;
+    }
+    return i == code.size();
+}
+
+std::vector<std::string> Localization::preferencesFromEnvironment() {
+    std::vector<std::string> out;
+    if (const char* list = std::getenv("LANGUAGE")) {
+        std::string rest(list);
+        for (std::size_t at = 0; at <= rest.size();) {
+            const std::size_t colon = std::min(rest.find(':', at), rest.size());
+            if (colon > at)
+                out.push_back(rest.substr(at, colon - at));
+            at = colon + 1;
+        }
+    }
+    for (const char* var : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const char* v = std::getenv(var);
+        if (v && *v) {
+            out.emplace_back(v);
+            break;
+        }
+    }
+    return out;
+}
+
+std::string Localization::firstAvailable(const std::string& module,
+                                         const std::vector<std::string>& preferences) {
+    for (const auto& code : preferences) {
+        if (!isLanguageCode(code))
+            continue;  // an environment may hold anything; only names are looked up
+        if (code == "C" || code == "POSIX")
+            return "en";
+        const std::string base = code.substr(0, code.find_first_of(".@"));
+        std::string language = base.substr(0, base.find_first_of("_-"));
+        for (char& c : language)
+            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        std::vector<std::string> names;
+        if (base.size() > language.size()) {
+            std::string territory = base.substr(language.size() + 1);
+            for (char& c : territory)
+                c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+            names.push_back(language + "_" + territory);
+        }
+        names.push_back(language);
+        for (const auto& name : names) {
+            if (vek::Resource::resolve(std::filesystem::path("resources") / module / "strings" /
+                                       (name + ".json")))
+                return name;
+        }
+    }
+    return "";
+}
+
+std::vector<std::string> Localization::available(const std::string& module) {
+    std::vector<std::string> out;
+    const auto english =
+        vek::Resource::resolve(std::filesystem::path("resources") / module / "strings/en.json");
+    if (!english)
+        return out;
+    std::error_code ec;
+    for (const auto& entry : std::filesystem::directory_iterator(english->parent_path(), ec)) {
+        if (entry.path().extension() == ".json")
+            out.push_back(entry.path().stem().string());
+    }
+    std::sort(out.begin(), out.end());
+    return out;
+}
+
+void Localization::load(const std::string& module, const std::string& language,
                         const std::vector<std::string>& requiredKeys) {
     auto english = readTable(module, "en");
     if (!english) {
@@ -67,13 +168,13 @@ void Localization::load(const std::string& module, const std::string& language, 
     std::map<std::string, std::string> chosen;
     std::string effective = "en";
     if (language != "en") {
-        if (auto table = readTable(module, language)) {
-            chosen = std::move(*table);
-            effective = language;
-        } else if (explicitChoice) {
-            throw KivaException("no strings for language \"" + language + "\" (resources/" +
-                                module + "/strings/" + language + ".json)");
+        auto table = readTable(module, language);
+        if (!table) {
+            throw KivaException("resources/" + module + "/strings/" + language +
+                                ".json: not found");
         }
+        chosen = std::move(*table);
+        effective = language;
     }
     setForTesting(effective, std::move(chosen), std::move(*english));
 }

@@ -52,6 +52,8 @@ std::string Report::toJson() const {
     nlohmann::ordered_json doc;
     doc["module"] = {{"file", moduleFile}, {"version", version}, {"build", build}};
     doc["backend"] = backend;
+    doc["language"] = language;
+    doc["profiles"] = profiles;
     doc["runs"] = nlohmann::ordered_json::array();
     for (const auto& run : runs) {
         nlohmann::ordered_json r;

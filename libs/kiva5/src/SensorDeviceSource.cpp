@@ -45,7 +45,7 @@ std::unique_ptr<DeviceSource> makeSensorDeviceSource(const BackendSelection& sel
         return std::make_unique<SensorDeviceSource>(
             libOrra::makeBackend(selection.backend, selection.scenario));
     } catch (const libOrra::ScenarioError& e) {
-        throw KivaException(e.what());
+        throw InputError(e.what());
     } catch (const std::invalid_argument& e) {
         throw KivaException(e.what());
     }

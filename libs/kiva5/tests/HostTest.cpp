@@ -60,7 +60,8 @@ protected:
 
         title_ = catalogue_.createLocalizedString("Title");
         event_ = catalogue_.createEvent("Ev");
-        threshold_ = catalogue_.createParameter("Threshold", DataType::DOUBLE(), "", false, true);
+        threshold_ = catalogue_.createParameter("Threshold", DataType::DOUBLE(), "", false, true)
+                         ->setUnit("g");
         count_ = catalogue_.createParameter("Count", DataType::INT32(), "", false, true);
         flag_ = catalogue_.createParameter("Flag", DataType::BOOLEAN(), "", false, true);
         catalogue_.createTest("ATest", DeviceCapability::Accelerometer(), accelTest)
@@ -191,9 +192,14 @@ TEST_F(HostFixture, CommandLineWinsOverProfileAndUnsetParametersStayUnset) {
     report = runForReport({"--test", "ATest", "--param", "Threshold=0.25", "--param", "Flag=1"});
     EXPECT_DOUBLE_EQ(seen, 0.25);
     EXPECT_TRUE(flagSet);
-    writeFile("other.json", R"({"parameters": {}})");
-    runForReport({"--test", "ATest", "--profile", "other.json"});
-    EXPECT_DOUBLE_EQ(seen, 0.0) << "an unset double reads as 0";
+    // A profile of one parameter is laid over the shipped one; the report names both files.
+    writeFile("other.json", R"({"parameters": {"Flag": true}})");
+    report = runForReport({"--test", "ATest", "--profile", "other.json"});
+    EXPECT_DOUBLE_EQ(seen, 0.5) << "the shipped value stays";
+    EXPECT_TRUE(flagSet);
+    ASSERT_EQ(report["profiles"].size(), 2u);
+    EXPECT_EQ(fs::path(report["profiles"][0].get<std::string>()).filename(), "profile.json");
+    EXPECT_EQ(report["profiles"][1], "other.json");
 }
 
 TEST_F(HostFixture, BrokenProfileOrStringsAreFrameworkFailuresNamingTheFile) {
@@ -229,20 +235,49 @@ TEST_F(HostFixture, BrokenProfileOrStringsAreFrameworkFailuresNamingTheFile) {
     }
 }
 
-TEST_F(HostFixture, LanguageIsChosenOrFallsBackToEnglish) {
+TEST_F(HostFixture, LanguageIsMatchedAgainstTheTablesThatExist) {
+    struct Row {
+        std::vector<std::string> args;
+        const char* language;  // LANGUAGE, or null
+        const char* lang;      // LANG, or null
+        const char* text;      // the title's text; null for a usage error
+    };
+    const Row rows[] = {
+        {{"--lang", "de"}, nullptr, nullptr, "Titel auf Deutsch"},
+        {{"--lang", "de_DE"}, nullptr, nullptr, "Titel auf Deutsch"},
+        {{"--lang", "de_AT.UTF-8"}, nullptr, nullptr, "Titel auf Deutsch"},
+        {{"--lang", "C"}, nullptr, "de_DE.UTF-8", "Title in English"},
+        {{}, nullptr, "de_DE.UTF-8", "Titel auf Deutsch"},
+        {{}, nullptr, "fr_FR.UTF-8", "Title in English"},
+        {{}, "fr:de", "en_US.UTF-8", "Titel auf Deutsch"},
+        {{}, nullptr, "../../etc", "Title in English"},
+        {{"--lang", "fr"}, nullptr, nullptr, nullptr},
+        {{"--lang", "../../x"}, nullptr, nullptr, nullptr},
+        {{"--lang", "de/../en"}, nullptr, nullptr, nullptr},
+    };
     std::string text;
     g_accel = [&](const DiagDevice&) {
         text = title_->localizedString().toStdString();
         return TestResult::PASS();
     };
-    run({"--test", "ATest", "--lang", "de"});
-    EXPECT_EQ(text, "Titel auf Deutsch");
-    setenv("LANG", "fr_FR.UTF-8", 1);
-    run({"--test", "ATest"});
-    EXPECT_EQ(text, "Title in English") << "no French table: English";
+    for (const Row& row : rows) {
+        row.language ? setenv("LANGUAGE", row.language, 1) : unsetenv("LANGUAGE");
+        row.lang ? setenv("LANG", row.lang, 1) : unsetenv("LANG");
+        text.clear();
+        std::vector<std::string> args{"--test", "ATest"};
+        args.insert(args.end(), row.args.begin(), row.args.end());
+        const Outcome o = run(args);
+        const std::string label = row.args.empty() ? std::string(row.lang) : row.args[1];
+        if (row.text) {
+            EXPECT_EQ(text, row.text) << label;
+        } else {
+            EXPECT_EQ(o.code, Host::kUsageError) << label;
+            EXPECT_EQ(std::count(o.err.begin(), o.err.end(), '\n'), 1) << o.err;
+            EXPECT_TRUE(text.empty()) << label;
+        }
+    }
+    unsetenv("LANGUAGE");
     unsetenv("LANG");
-    EXPECT_THROW(run({"--test", "ATest", "--lang", "fr"}), KivaException)
-        << "an explicit language without a table is an error";
 }
 
 TEST_F(HostFixture, ReportCarriesEventsVariablesAndTips) {
@@ -396,12 +431,14 @@ TEST_F(HostFixture, ListPrintsTheCatalogueInDeclarationOrder) {
     EXPECT_EQ(o.out,
               "Tests:\n"
               "  ATest  capability Accelerometer\n"
-              "    Threshold (DOUBLE)\n"
-              "    Flag (BOOLEAN)\n"
+              "    Threshold (DOUBLE, g, default 0.5)\n"
+              "    Flag (BOOLEAN, no default)\n"
               "  BTest  capability Gyrometer  interactive\n"
-              "    Count (INT32)\n"
+              "    Count (INT32, default 3)\n"
               "Parameters:\n"
-              "  Threshold DOUBLE\n  Count INT32\n  Flag BOOLEAN\n"
+              "  Threshold (DOUBLE, g, default 0.5)\n"
+              "  Count (INT32, default 3)\n"
+              "  Flag (BOOLEAN, no default)\n"
               "Events:\n  Ev\n"
               "Localized strings:\n  Title\n");
 }

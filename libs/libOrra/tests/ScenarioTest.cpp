@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "libOrra/Scenario.h"
 
 namespace {
@@ -78,7 +80,10 @@ struct BadRow {
 };
 
 void PrintTo(const BadRow& r, std::ostream* os) {
-    *os << r.message;
+    // The input too: two inputs may fail the same way.
+    std::string text = r.text;
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    *os << r.message << " <- " << text;
 }
 
 class MalformedScenario : public ::testing::TestWithParam<BadRow> {};
@@ -132,9 +137,22 @@ INSTANTIATE_TEST_SUITE_P(
                "scenario bad.json: at /sensors/0/readings/0/at: expected seconds, 0 or more"},
         BadRow{R"({"sensors": [], "display": {"rotation": 4}})",
                "scenario bad.json: at /display/rotation: expected 0, 1, 2, 3 or null"},
-        BadRow{R"({"sensors": [], "operator": [{"at": 1, "dialog": "D", "press": "OK"}]})",
-               "scenario bad.json: at /operator/0/press: expected Fail, Cancel, Close, Escape, "
-               "Restart or Exit"},
+        // Large numbers are refused, never wrapped into range.
+        BadRow{R"({"sensors": [], "display": {"rotation": 4294967296}})",
+               "scenario bad.json: at /display/rotation: expected 0, 1, 2, 3 or null"},
+        BadRow{R"({"sensors": [{"kind": "light", "locator": "l", "faults": {"failEvery": 4294967297}}]})",
+               "scenario bad.json: at /sensors/0/faults/failEvery: expected a whole number, 1 "
+               "or more"},
+        BadRow{R"({"sensors": [{"kind": "gyrometer", "locator": "g",
+                   "updates": [{"x": 1, "kind": 7}]}]})",
+               "scenario bad.json: at /sensors/0/updates/0/kind: expected 0 (a kind not known), "
+               "1 or 2"},
+        BadRow{R"({"sensors": [], "operator": [{"at": 1, "dialog": "GyroTest", "press": "Fail"}]})",
+               "scenario bad.json: at /operator/0/dialog: expected one of GyrometerTest, "
+               "MagnetometerTest, ProximitySensorTest, DetectionProblem"},
+        BadRow{R"({"sensors": [], "operator": [{"at": 1, "dialog": "GyrometerTest", "press": "OK"}]})",
+               "scenario bad.json: at /operator/0/press: expected one of Fail, Cancel, Close, "
+               "Escape, Restart, Exit"},
         BadRow{R"({"sensors": [], "devices": [{"capability": "Barometer", "locator": "b"}]})",
                "scenario bad.json: at /devices/0/capability: expected Accelerometer, "
                "AmbientLightSensor, Gyrometer, Magnetometer or ProximitySensor"},

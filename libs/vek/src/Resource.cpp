@@ -80,9 +80,10 @@ std::optional<Settings> parseSettings(const std::string& module) {
     const auto file = Resource::resolve(relative);
     if (!file)
         return std::nullopt;
-    const auto text = readTextFile(*file);
+    std::string problem;
+    const auto text = readTextFile(*file, &problem);
     if (!text)
-        throw Exception(String(file->string() + ": cannot be read"));
+        throw Exception(String(file->string() + ": " + problem));
     JsonSyntaxError error;
     const auto parsed = parseJson(*text, error);
     if (!parsed)
@@ -193,6 +194,15 @@ std::optional<fs::path> Resource::resolve(const fs::path& relative) {
         }
     }
     return std::nullopt;
+}
+
+bool Resource::overridesInstalled(const fs::path& relative, const fs::path& file) {
+    const auto dir = executableDir();
+    if (!dir)
+        return false;
+    std::error_code ec;
+    const fs::path installed = *dir / relative;
+    return fs::is_regular_file(installed, ec) && !fs::equivalent(installed, file, ec);
 }
 
 bool Resource::getSetting(const String& module, const String& key, String& value,

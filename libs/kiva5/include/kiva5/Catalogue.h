@@ -39,6 +39,12 @@ public:
     bool flag1() const { return flags_[0]; }
     bool flag2() const { return flags_[1]; }
     void set(std::string text) { value_ = std::move(text); }
+    // The unit of the value ("s", "g", "lux"), for people reading --list; "" for none.
+    Parameter* setUnit(std::string unit) {
+        unit_ = std::move(unit);
+        return this;
+    }
+    const std::string& unit() const { return unit_; }
     void unset() { value_.reset(); }
 
 private:
@@ -47,6 +53,7 @@ private:
     std::string default_;
     bool flags_[2];
     std::optional<std::string> value_;
+    std::string unit_;
 };
 
 enum class TipKind { Text };

@@ -15,4 +15,11 @@ private:
     KivaString message_;
 };
 
+// A file the person named on the command line cannot be used (a missing or malformed profile
+// or scenario): a usage error, answered with one line and exit 64 before any test runs.
+class InputError : public KivaException {
+public:
+    using KivaException::KivaException;
+};
+
 }  // namespace kiva5

@@ -13,10 +13,22 @@ namespace kiva5 {
 // afterwards.
 class Localization {
 public:
-    // Loads English and, when different, `language`. Throws KivaException when the English
-    // table is missing or malformed, or lacks one of `requiredKeys`, and when an explicitly
-    // requested language has no table.
-    static void load(const std::string& module, const std::string& language, bool explicitChoice,
+    // A locale name as people and environments write it: "de", "de_DE", "de-DE",
+    // "de_DE.UTF-8", "sr_RS@latin", "C", "POSIX". Nothing that could name a path.
+    static bool isLanguageCode(const std::string& code);
+    // The languages the environment asks for, best first: LANGUAGE's list, then the first of
+    // LC_ALL, LC_MESSAGES and LANG.
+    static std::vector<std::string> preferencesFromEnvironment();
+    // The string table that serves the first of `preferences` that has one: "de_DE.UTF-8"
+    // finds de_DE, then de; "C" and "POSIX" are English. "" when none has a table.
+    static std::string firstAvailable(const std::string& module,
+                                      const std::vector<std::string>& preferences);
+    // The languages the module has tables for, sorted ("de en").
+    static std::vector<std::string> available(const std::string& module);
+    // Loads English and, when different, the table `language` (a name firstAvailable gave).
+    // Throws KivaException when a table is missing or malformed, or English lacks one of
+    // `requiredKeys`.
+    static void load(const std::string& module, const std::string& language,
                      const std::vector<std::string>& requiredKeys);
     // The text in the loaded language, else in English, else the key itself.
     static vek::String lookup(const std::string& key);

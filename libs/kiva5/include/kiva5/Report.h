@@ -39,6 +39,8 @@ struct Report {
     std::string version;  // "6.5"
     std::string build;
     std::string backend;
+    std::string language;               // the string table the texts came from
+    std::vector<std::string> profiles;  // the profile files read, in the order laid over
     std::vector<RunRecord> runs;
     TestResult result;  // the worst of the runs; NODEVICE when nothing ran
 

@@ -53,6 +53,32 @@ public:
             fail(where, "a string");
         return v.get<std::string>();
     }
+    // A whole number in [min, max]; large unsigned values are compared, never wrapped.
+    long long integer(const json& v, const std::string& where, long long min, long long max,
+                      const std::string& expected) const {
+        if (v.is_number_unsigned()) {
+            const std::uint64_t u = v.get<std::uint64_t>();
+            if (u > static_cast<std::uint64_t>(max) || static_cast<long long>(u) < min)
+                fail(where, expected);
+            return static_cast<long long>(u);
+        }
+        if (!v.is_number_integer() || v.get<std::int64_t>() < min || v.get<std::int64_t>() > max)
+            fail(where, expected);
+        return v.get<std::int64_t>();
+    }
+    // Text that must be one of `names` (a misspelt name would otherwise never match).
+    std::string oneOf(const json& v, const std::string& where,
+                      std::initializer_list<std::string_view> names) const {
+        const std::string t = text(v, where);
+        std::string list;
+        for (auto n : names) {
+            if (n == t)
+                return t;
+            list += (list.empty() ? "" : ", ") + std::string(n);
+        }
+        fail(where, "one of " + list);
+    }
+
     // Only these keys may appear: a misspelt key would otherwise be silently ignored.
     void keys(const json& obj, const std::string& where,
               std::initializer_list<std::string_view> allowed) const {
@@ -73,12 +99,9 @@ public:
         static const std::pair<std::string_view, std::int32_t> names[] = {
             {"READY", 0},        {"NOT_AVAILABLE", 1}, {"NO_DATA", 2},
             {"INITIALIZING", 3}, {"ACCESS_DENIED", 4}, {"ERROR", 5}};
-        if (v.is_number_integer()) {
-            const auto i = v.get<long long>();
-            if (i < INT32_MIN || i > INT32_MAX)
-                fail(where, "a 32-bit state value");
-            return static_cast<std::int32_t>(i);
-        }
+        if (v.is_number_integer())
+            return static_cast<std::int32_t>(integer(v, where, INT32_MIN, INT32_MAX,
+                                                     "a 32-bit state value"));
         if (v.is_string()) {
             for (const auto& [n, s] : names) {
                 if (n == v.get<std::string>())
@@ -106,9 +129,10 @@ public:
         if (v.contains("kind")) {
             if (kind != SensorKind::Gyrometer)
                 fail(where + "/kind", "no kind (gyrometers only)");
-            if (!v["kind"].is_number_integer())
-                fail(where + "/kind", "1 or 2");
-            u.kind = v["kind"].get<int>();
+            // 1 and 2 are the kinds a gyrometer reports; 0 stands for one the module does not
+            // know, so that case can be played too.
+            u.kind = static_cast<int>(
+                integer(v["kind"], where + "/kind", 0, 2, "0 (a kind not known), 1 or 2"));
         }
         if (!u.fail && !u.x && !u.y && !u.z && !u.lux && !u.heading) {
             fail(where, "a reading (x, y, z, lux or heading) or \"fail\": true");
@@ -239,10 +263,8 @@ public:
                 s.faults.disappearAt = seconds(f["disappearAt"], w + "/disappearAt");
             }
             if (f.contains("failEvery")) {
-                if (!f["failEvery"].is_number_integer() || f["failEvery"].get<int>() < 1) {
-                    fail(w + "/failEvery", "a whole number, 1 or more");
-                }
-                s.faults.failEvery = f["failEvery"].get<int>();
+                s.faults.failEvery = static_cast<int>(integer(
+                    f["failEvery"], w + "/failEvery", 1, INT32_MAX, "a whole number, 1 or more"));
             }
             if (f.contains("stuckAxis")) {
                 const std::string axis = text(f["stuckAxis"], w + "/stuckAxis");
@@ -269,11 +291,9 @@ public:
             if (d.contains("rotation")) {
                 if (d["rotation"].is_null()) {
                     sc.rotation.reset();
-                } else if (d["rotation"].is_number_integer() && d["rotation"].get<int>() >= 0 &&
-                           d["rotation"].get<int>() <= 3) {
-                    sc.rotation = d["rotation"].get<std::uint32_t>();
                 } else {
-                    fail("/display/rotation", "0, 1, 2, 3 or null");
+                    sc.rotation = static_cast<std::uint32_t>(
+                        integer(d["rotation"], "/display/rotation", 0, 3, "0, 1, 2, 3 or null"));
                 }
             }
         }
@@ -295,17 +315,14 @@ public:
                 act.at = seconds(a[i]["at"], w + "/at");
                 if (!a[i].contains("dialog"))
                     fail(w + "/dialog", "the dialog's name");
-                act.dialog = text(a[i]["dialog"], w + "/dialog");
+                // The dialogs the module opens, by the names they give the operator.
+                act.dialog = oneOf(a[i]["dialog"], w + "/dialog",
+                                   {"GyrometerTest", "MagnetometerTest", "ProximitySensorTest",
+                                    "DetectionProblem"});
                 if (!a[i].contains("press"))
                     fail(w + "/press", "the control to press");
-                act.press = text(a[i]["press"], w + "/press");
-                static const char* controls[] = {"Fail",   "Cancel",  "Close",
-                                                 "Escape", "Restart", "Exit"};
-                bool ok = false;
-                for (const char* c : controls)
-                    ok = ok || act.press == c;
-                if (!ok)
-                    fail(w + "/press", "Fail, Cancel, Close, Escape, Restart or Exit");
+                act.press = oneOf(a[i]["press"], w + "/press",
+                                  {"Fail", "Cancel", "Close", "Escape", "Restart", "Exit"});
                 sc.operatorActions.push_back(act);
             }
         }
@@ -372,9 +389,10 @@ Scenario parseScenario(std::string_view text, const std::string& fileName) {
 }
 
 Scenario loadScenario(const std::string& path) {
-    const auto text = vek::readTextFile(path);
+    std::string problem;
+    const auto text = vek::readTextFile(path, &problem);
     if (!text)
-        throw ScenarioError("scenario " + path + ": cannot be read");
+        throw ScenarioError("scenario " + path + ": " + problem);
     return parseScenario(*text, path);
 }
 

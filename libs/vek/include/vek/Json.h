@@ -21,7 +21,15 @@ struct JsonSyntaxError {
 
 // The one place the module's JSON files (profile, strings, settings, scenarios) are parsed.
 std::optional<nlohmann::json> parseJson(std::string_view text, JsonSyntaxError& error);
-// The file's whole text, or nullopt when it cannot be read.
-std::optional<std::string> readTextFile(const std::filesystem::path& path);
+// Input files (scenarios, profiles, settings, string tables) are small; anything larger is a
+// mistake, such as a scenario pointed at a disk image or /dev/zero.
+constexpr std::size_t kMaxInputFileBytes = 4u << 20;
+constexpr const char* kMaxInputFileText = "4 MiB";
+
+// The whole text of a regular file of at most kMaxInputFileBytes, or nullopt with the reason
+// in `problem` ("cannot be read: No such file or directory", "is not a regular file", "is
+// larger than 4 MiB"). A FIFO or device is refused without blocking on it.
+std::optional<std::string> readTextFile(const std::filesystem::path& path,
+                                        std::string* problem = nullptr);
 
 }  // namespace vek

@@ -33,6 +33,11 @@ public:
     // Letter case is ignored where the exact name is missing ("Resources//vekrsensors//x.png"
     // finds "resources/vekrsensors/x.png").
     static std::optional<std::filesystem::path> resolve(const std::filesystem::path& relative);
+    // True when resolve() found `file` in the working directory although the executable's
+    // folder has the installed one: a local copy that overrides the install, which people
+    // should be told about.
+    static bool overridesInstalled(const std::filesystem::path& relative,
+                                   const std::filesystem::path& file);
 
     // Reads setting `key` of module `module` from "resources/<module>/settings.json": the
     // locale's language block first, then the common block. False when the file or key is

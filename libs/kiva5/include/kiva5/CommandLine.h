@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace kiva5 {
+
+// What the host was asked to do, as read from the command line. Checks that need no file or
+// catalogue are made here (option syntax, value forms, combinations); names of tests and
+// parameters are checked by the host against its catalogue.
+struct CommandLine {
+    bool list = false;
+    bool devices = false;
+    bool quiet = false;
+    std::vector<std::string> tests;
+    std::string device;
+    std::vector<std::string> params;
+    std::string profile;
+    std::string backend;
+    std::string scenario;
+    std::string lang;
+    std::string report;
+    bool reportGiven = false;
+    std::string log;
+    int logLevel = 0;
+
+    // The outcome of reading: either options to obey, or an exit code with what to print
+    // (help or version on stdout, one line naming the problem on stderr).
+    struct Reading {
+        bool settled = false;  // help, version or an error: exit with `exitCode`
+        int exitCode = 0;
+        std::string out;
+        std::string error;  // one line without the program's name, e.g. "unknown option --x"
+    };
+
+    // `args` as main() has them (the first is the program). No side effects.
+    static Reading read(const std::vector<std::string>& args, const std::string& moduleFile,
+                        const std::string& versionLine, CommandLine& into);
+};
+
+}  // namespace kiva5

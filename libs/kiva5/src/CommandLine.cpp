@@ -1,0 +1,81 @@
+#include "kiva5/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+
+#include "kiva5/Localization.h"
+
+namespace kiva5 {
+
+CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
+                                       const std::string& moduleFile,
+                                       const std::string& versionLine, CommandLine& o) {
+    Reading reading;
+    const auto usage = [&](std::string message) {
+        reading.settled = true;
+        reading.exitCode = 64;
+        reading.error = std::move(message);
+        return reading;
+    };
+
+    CLI::App app{"Sensor diagnostics for tablets and convertibles", moduleFile};
+    app.set_version_flag("--version", versionLine);
+    app.allow_extras();  // stray words are reported below, in the order given
+    app.add_flag("--list", o.list,
+                 "Print the declared tests, parameters (with defaults and units), events and keys");
+    app.add_flag("--devices", o.devices, "Print the devices the backend finds");
+    app.add_flag("--quiet", o.quiet, "Only the summary on the terminal, no progress lines");
+    app.add_option("--test", o.tests, "Run this test (repeatable; default: all)");
+    app.add_option("--device", o.device, "Run only on the device with this locator");
+    app.add_option("--param", o.params, "Set a parameter, NAME=VALUE (repeatable)");
+    app.add_option("--profile", o.profile,
+                   "Parameter values laid over the shipped profile (a JSON file)");
+    app.add_option("--backend", o.backend, "Sensor source: iio or sim (default iio)")
+        ->check(CLI::IsMember({"iio", "sim"}));
+    app.add_option("--scenario", o.scenario, "Scenario for the sim backend");
+    app.add_option("--lang", o.lang,
+                   "Language of the texts: de, de_DE, de_DE.UTF-8 (default: LANGUAGE, LC_ALL, "
+                   "LC_MESSAGES, LANG)");
+    CLI::Option* report =
+        app.add_option("--report", o.report, "Write the JSON report here (- for stdout)");
+    CLI::Option* log = app.add_option("--log", o.log, "Write the module log to this file");
+    app.add_option("--log-level", o.logLevel, "Lowest priority logged, 1..4 (default 1)")
+        ->check(CLI::Range(1, 4));
+
+    // CLI11 takes a vector back to front; the program's own name is not an argument.
+    std::vector<std::string> rest;
+    for (std::size_t i = args.size(); i > 1; --i)
+        rest.push_back(args[i - 1]);
+    try {
+        app.parse(rest);
+    } catch (const CLI::CallForHelp&) {
+        reading.settled = true;
+        reading.out = app.help();
+        return reading;
+    } catch (const CLI::CallForVersion&) {
+        reading.settled = true;
+        reading.out = app.version() + "\n";
+        return reading;
+    } catch (const CLI::ParseError& e) {
+        return usage(e.what());
+    }
+    if (const auto extras = app.remaining(); !extras.empty()) {
+        std::string words;
+        for (const auto& w : extras)
+            words += " " + w;
+        return usage("unexpected argument" + std::string(extras.size() > 1 ? "s" : "") + ":" +
+                     words);
+    }
+    o.reportGiven = report->count() > 0;
+    if (log->count() > 0 && (o.log.empty() || o.log == "-"))
+        return usage("--log needs a file name (the log does not share the terminal)");
+    if (o.logLevel && o.log.empty())
+        return usage("--log-level needs --log FILE");
+    if (!o.scenario.empty() && o.backend == "iio")
+        return usage("--scenario goes with --backend sim");
+    if (!o.lang.empty() && !Localization::isLanguageCode(o.lang))
+        return usage("--lang \"" + o.lang + "\" is not a language code (like de, de_DE or " +
+                     "de_DE.UTF-8)");
+    return reading;
+}
+
+}  // namespace kiva5
