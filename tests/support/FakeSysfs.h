@@ -11,7 +11,8 @@
 // what the kernel's drivers create, and a folder for their device nodes.
 class FakeSysfs {
 public:
-    FakeSysfs() : dir_("vekr-sysfs") {}
+    // `prefix` names the tree's folder, e.g. with bytes that are not UTF-8.
+    explicit FakeSysfs(const std::string& prefix = "vekr-sysfs") : dir_(prefix) {}
     const std::filesystem::path& root() const { return dir_.path(); }
     std::filesystem::path devRoot() const { return dir_ / "dev"; }
     std::filesystem::path device(int n) const {

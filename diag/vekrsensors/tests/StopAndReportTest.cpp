@@ -8,9 +8,12 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "DriverLayouts.h"
+#include "FakeSysfs.h"
 #include "ModuleProcess.h"
 #include "ScratchDir.h"
 
@@ -125,6 +128,64 @@ INSTANTIATE_TEST_SUITE_P(
                        "cannot write the report to standard output"},
         DestinationRow{"closed_stdout", "-", {}, "", 8,
                        "cannot write the report to standard output"}),
+    [](const auto& row) { return std::string(row.param.label); });
+
+// Text that is not UTF-8, from each place it can come in, costs nothing: the report is whole,
+// the text shows replacement characters and an escaped copy keeps the bytes.
+struct Utf8Row {
+    const char* label;
+    std::vector<std::string> args;
+    const char* sysfsPrefix;  // an IIO tree in a folder of this name, with a device
+    const char* deviceName;   // of this name; null for the simulated machine
+    const char* pointer;      // to the escaped copy in the report
+    const char* escaped;      // found in it
+    int exitCode;
+};
+
+void PrintTo(const Utf8Row& r, std::ostream* os) {
+    *os << r.label;
+}
+
+class InvalidUtf8 : public ::testing::TestWithParam<Utf8Row> {
+protected:
+    vekr::testing::ScratchDir scratch_{"vekr-utf8"};
+};
+
+TEST_P(InvalidUtf8, StillGivesAWholeReport) {
+    const Utf8Row& row = GetParam();
+    std::vector<std::string> args{"--test", "AccelerometerTest", "--report", "r.json"};
+    args.insert(args.end(), row.args.begin(), row.args.end());
+    std::vector<std::string> env;
+    std::optional<FakeSysfs> sysfs;
+    if (row.deviceName) {
+        sysfs.emplace(row.sysfsPrefix);
+        sysfs->add(0, {row.deviceName, layouts::hidAccel3d.attributes});
+        env.push_back("VEKR_SYSFS_ROOT=" + sysfs->root().string());
+        args.insert(args.end(), {"--backend", "iio"});
+    } else {
+        args.insert(args.end(), {"--backend", "sim"});
+    }
+    const ModuleOutcome o = runModule(args, scratch_.path(), env);
+    EXPECT_EQ(o.exitCode, row.exitCode) << o.err;
+    const auto report = readReport(scratch_ / "r.json");
+    ASSERT_FALSE(report.is_discarded()) << o.err;
+    EXPECT_EQ(report["code"], row.exitCode);
+    const auto& kept = report.at(nlohmann::json::json_pointer(row.pointer));
+    EXPECT_NE(kept.get<std::string>().find(row.escaped), std::string::npos) << kept;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Report, InvalidUtf8,
+    ::testing::Values(
+        // No device has that locator; the note quotes it.
+        Utf8Row{"device_option", {"--device", "SIM\\ACCEL\\0\xff"}, "", nullptr,
+                "/runs/0/notes/0", "no Accelerometer device with locator SIM\\ACCEL\\0\uFFFD", 4},
+        Utf8Row{"parameter_value", {"--param", "AccelerometerTarget=1\xff"}, "", nullptr,
+                "/runs/0/parametersEscaped/AccelerometerTarget", "1\\xff", 5},
+        Utf8Row{"iio_name", {}, "vekr-sysfs", "accel\xc3", "/runs/0/device/nameEscaped",
+                "accel\\xc3", 0},
+        Utf8Row{"folder_name", {}, "vekr-sysfs-\xfe", "accel_3d",
+                "/runs/0/device/locatorEscaped", "vekr-sysfs-\\xfe", 0}),
     [](const auto& row) { return std::string(row.param.label); });
 
 // How each stop request ends a run: the scenario's proximity sensor never sees a hand, so

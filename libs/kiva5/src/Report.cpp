@@ -1,5 +1,7 @@
 #include "kiva5/Report.h"
 
+#include "vek/String.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -31,8 +33,26 @@ nlohmann::json valueJson(const Value& v) {
 
 nlohmann::json pairsJson(const std::vector<std::pair<std::string, Value>>& pairs) {
     nlohmann::json out = nlohmann::json::object();
-    for (const auto& [name, value] : pairs)
-        out[name] = valueJson(value);
+    for (const auto& [name, value] : pairs) {
+        const nlohmann::json v = valueJson(value);
+        out[vek::toValidUtf8(name)] =
+            v.is_string() ? nlohmann::json(vek::toValidUtf8(v.get<std::string>())) : v;
+    }
+    return out;
+}
+
+// Sets `key` to the text as valid UTF-8; when the bytes were not, `key` + "Escaped" keeps
+// them (see vek::escapeInvalidUtf8) for a host that must match what the device reported.
+void setText(nlohmann::ordered_json& object, const std::string& key, const std::string& text) {
+    object[key] = vek::toValidUtf8(text);
+    if (!vek::isValidUtf8(text))
+        object[key + "Escaped"] = vek::escapeInvalidUtf8(text);
+}
+
+std::vector<std::string> validTexts(const std::vector<std::string>& texts) {
+    std::vector<std::string> out;
+    for (const auto& t : texts)
+        out.push_back(vek::toValidUtf8(t));
     return out;
 }
 
@@ -53,20 +73,29 @@ std::string Report::toJson() const {
     doc["module"] = {{"file", moduleFile}, {"version", version}, {"build", build}};
     doc["backend"] = backend;
     doc["language"] = language;
-    doc["profiles"] = profiles;
+    doc["profiles"] = validTexts(profiles);
     doc["runs"] = nlohmann::ordered_json::array();
     for (const auto& run : runs) {
         nlohmann::ordered_json r;
         r["test"] = run.test;
         if (run.device) {
-            r["device"] = {{"locator", run.device->osLocator().str()},
-                           {"name", run.device->name().str()}};
+            nlohmann::ordered_json device = nlohmann::ordered_json::object();
+            setText(device, "locator", run.device->osLocator().str());
+            setText(device, "name", run.device->name().str());
+            r["device"] = std::move(device);
         } else {
             r["device"] = nullptr;
         }
-        r["parameters"] = nlohmann::ordered_json::object();
-        for (const auto& [name, text] : run.parameters)
-            r["parameters"][name] = text;
+        nlohmann::ordered_json parameters = nlohmann::ordered_json::object();
+        nlohmann::ordered_json escaped = nlohmann::ordered_json::object();
+        for (const auto& [name, text] : run.parameters) {
+            parameters[name] = vek::toValidUtf8(text);
+            if (!vek::isValidUtf8(text))
+                escaped[name] = vek::escapeInvalidUtf8(text);
+        }
+        r["parameters"] = std::move(parameters);
+        if (!escaped.empty())
+            r["parametersEscaped"] = std::move(escaped);
         r["result"] = std::string(run.result.name());
         r["code"] = run.result.value();
         r["seconds"] = std::round(run.seconds * 1000.0) / 1000.0;
@@ -81,12 +110,13 @@ std::string Report::toJson() const {
         if (!run.details.empty())
             r["details"] = pairsJson(run.details);
         if (!run.notes.empty())
-            r["notes"] = run.notes;
+            r["notes"] = validTexts(run.notes);
         doc["runs"].push_back(std::move(r));
     }
     doc["result"] = std::string(result.name());
     doc["code"] = result.value();
-    return doc.dump(2) + "\n";
+    // Every text above is valid UTF-8 already; replacing is the last guard, never a throw.
+    return doc.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 
 std::string Report::keyMeasurement(const RunRecord& run) {

@@ -117,6 +117,43 @@ std::string utf16ToUtf8(std::u16string_view in) {
     return out;
 }
 
+std::string toValidUtf8(std::string_view bytes) {
+    return isValidUtf8(bytes) ? std::string(bytes) : utf16ToUtf8(utf8ToUtf16(bytes));
+}
+
+bool isValidUtf8(std::string_view bytes) {
+    // A round trip through UTF-16 changes exactly the malformed sequences.
+    return utf16ToUtf8(utf8ToUtf16(bytes)) == bytes;
+}
+
+std::string escapeInvalidUtf8(std::string_view bytes) {
+    static const char* hex = "0123456789abcdef";
+    std::string out;
+    std::size_t i = 0;
+    while (i < bytes.size()) {
+        // The longest prefix of at most four bytes that decodes cleanly is one character.
+        std::size_t length = 0;
+        for (std::size_t n = 1; n <= 4 && i + n <= bytes.size() && !length; ++n) {
+            const std::string_view piece = bytes.substr(i, n);
+            if (isValidUtf8(piece))
+                length = n;
+        }
+        if (length == 1 && bytes[i] == '\\') {
+            out += "\\\\";
+        } else if (length) {
+            out.append(bytes.substr(i, length));
+        } else {
+            const auto b = static_cast<unsigned char>(bytes[i]);
+            out += "\\x";
+            out += hex[b >> 4];
+            out += hex[b & 0xF];
+            length = 1;
+        }
+        i += length;
+    }
+    return out;
+}
+
 String::String(const char* utf8) : units_(utf8 ? utf8ToUtf16(utf8) : std::u16string()) {}
 String::String(std::string_view utf8) : units_(utf8ToUtf16(utf8)) {}
 String::String(const char16_t* utf16) : units_(utf16 ? utf16 : u"") {}

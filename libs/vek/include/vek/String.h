@@ -67,4 +67,12 @@ String operator+(const String& a, const String& b);
 std::u16string utf8ToUtf16(std::string_view utf8);
 std::string utf16ToUtf8(std::u16string_view utf16);
 
+// Text from outside (device names, folder names, command-line words) as valid UTF-8: each
+// malformed sequence becomes U+FFFD.
+std::string toValidUtf8(std::string_view bytes);
+bool isValidUtf8(std::string_view bytes);
+// The original bytes, readable and reversible: valid UTF-8 as it is, a backslash as "\\",
+// any other byte as "\xHH". For hosts that must match the exact bytes a device reported.
+std::string escapeInvalidUtf8(std::string_view bytes);
+
 }  // namespace vek
