@@ -70,6 +70,8 @@ TEST_F(CommandLine, UsageErrorsAreOneLineBeforeAnyTest) {
     const UsageRow rows[] = {
         {{"--frobnicate"}, "unexpected argument: --frobnicate (see --help)"},
         {{"first", "second"}, "unexpected arguments: first second (see --help)"},
+        // A quoted word never breaks the one line, nor drives the terminal.
+        {{"two\nlines\x1b[2J"}, "unexpected argument: two\\x0alines\\x1b[2J (see --help)"},
         {{"--test", "CoffeeTest"},
          "unknown test \"CoffeeTest\"; known tests: AmbientLightSensorTest AccelerometerTest "
          "MagnetometerTest GyrometerTest ProximitySensorTest (see --help)"},

@@ -6,6 +6,22 @@
 
 namespace kiva5 {
 
+std::string CommandLine::printable(const std::string& text) {
+    static const char* hex = "0123456789abcdef";
+    std::string out;
+    for (const char c : text) {
+        const auto b = static_cast<unsigned char>(c);
+        if (b < 0x20 || b == 0x7f) {
+            out += "\\x";
+            out += hex[b >> 4];
+            out += hex[b & 0xF];
+        } else {
+            out += c;
+        }
+    }
+    return out;
+}
+
 CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
                                        const std::string& moduleFile,
                                        const std::string& versionLine, CommandLine& o) {
@@ -13,7 +29,7 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
     const auto usage = [&](std::string message) {
         reading.settled = true;
         reading.exitCode = 64;
-        reading.error = std::move(message);
+        reading.error = printable(message);
         return reading;
     };
 

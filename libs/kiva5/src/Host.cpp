@@ -422,10 +422,10 @@ int Host::start(const std::vector<std::string>& args) {
             std::rethrow_exception(escaped);
         return code;
     } catch (const UsageError& e) {
-        err_ << moduleFile_ << ": " << e.message << " (see --help)\n";
+        err_ << moduleFile_ << ": " << CommandLine::printable(e.message) << " (see --help)\n";
         return kUsageError;
     } catch (const InputError& e) {
-        err_ << moduleFile_ << ": " << e.toString().str() << "\n";
+        err_ << moduleFile_ << ": " << CommandLine::printable(e.toString().str()) << "\n";
         return kUsageError;
     }
 }

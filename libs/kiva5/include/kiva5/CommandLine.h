@@ -33,6 +33,10 @@ struct CommandLine {
         std::string error;  // one line without the program's name, e.g. "unknown option --x"
     };
 
+    // `text` with every control character (a newline in an argument, an escape sequence)
+    // shown as \xHH, so a message quoting it stays one line and cannot drive the terminal.
+    static std::string printable(const std::string& text);
+
     // `args` as main() has them (the first is the program). No side effects.
     static Reading read(const std::vector<std::string>& args, const std::string& moduleFile,
                         const std::string& versionLine, CommandLine& into);
