@@ -106,7 +106,9 @@ TEST_F(CommandLine, UsageErrorsAreOneLineBeforeAnyTest) {
 }
 
 TEST_F(CommandLine, ReportIsValidJsonWithTheModuleIdentity) {
-    const ModuleOutcome o = run({"--report", "r.json", "--backend", "iio"});
+    const ModuleOutcome o = run({"--report", "r.json", "--backend", "iio", "--quiet"});
+    EXPECT_EQ(o.out.find("[1/"), std::string::npos) << "--quiet keeps only the summary";
+    EXPECT_NE(o.out.find("Result: NODEVICE (exit code 4)"), std::string::npos) << o.out;
     std::ifstream in(dir_ / "r.json");
     const auto report = nlohmann::json::parse(in);
     EXPECT_EQ(report["module"]["file"], "vekrsensors.vkm");
