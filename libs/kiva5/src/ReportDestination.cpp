@@ -123,8 +123,10 @@ std::string ReportDestination::writeSpecial(const std::string& text) const {
 
 std::string ReportDestination::writeFile(const std::string& text) const {
     // A hidden temporary beside the target, so the rename stays on one file system.
-    std::string temp =
-        (target_.parent_path() / ("." + target_.filename().string() + ".XXXXXX")).string();
+    // (Built by appending: g++ 12 -O3 warns falsely about "." + string.)
+    std::string hidden(".");
+    hidden.append(target_.filename().string()).append(".XXXXXX");
+    std::string temp = (target_.parent_path() / hidden).string();
     const int fd = ::mkstemp(temp.data());
     if (fd < 0)
         return "cannot write report " + name_ + ": " + describe(errno);
