@@ -198,11 +198,12 @@ int MagnetometerBackgroundData(vek::ManagedThread& thread) {
         frame.reset();
         dialog->UpdateRotation(-(needle.displayed + rotation));
 
+        // The hold time counts only while the needle is inside the tolerance, so a wait of 0
+        // passes on the first pass inside it and never on one outside.
         if (vekrsensors::CompassMotion::distanceToTarget(needle.displayed, rotation,
                                                          rotationAtTarget, target) > threshold) {
             hold.reset();
-        }
-        if (hold.getElapsed() >= waitTime) {
+        } else if (hold.getElapsed() >= waitTime) {
             LOG(1, "Rotation is within threshold: passing");
             return settle(TestResult::PASS());
         }

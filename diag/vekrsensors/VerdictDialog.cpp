@@ -32,9 +32,11 @@ bool VerdictDialog::OnInitDialog() {
     SetWindowText(title_->localizedString());
     SetDlgItemText(IDC_BUTTON_FAIL, strFailButton->localizedString());
     SetDlgItemText(IDC_BUTTON_CANCEL, strCancelButton->localizedString());
-    // Keyboard: Tab moves between the buttons, Space presses the one with focus, Escape cancels.
-    if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL))
-        cancel->setFocus();
+    // Keyboard: the focus starts on the first control, Fail, as a dialog whose OnInitDialog
+    // returns true has it; Tab moves between the buttons, Space presses the one with focus,
+    // Escape cancels.
+    if (QAbstractButton* fail = GetDlgItem(IDC_BUTTON_FAIL))
+        fail->setFocus();
     activateWindow();
     raise();
     return true;

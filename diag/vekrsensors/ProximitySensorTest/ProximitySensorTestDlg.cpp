@@ -42,7 +42,7 @@ libLumo::DialogTemplate dialogTemplate() {
     t.id = ProximitySensorTestDlg::IDD;
     t.cx = 530;
     t.cy = 368;
-    t.buttons = {{ProximitySensorTestDlg::IDC_BUTTON_FAIL, "Fail", {329, 340, 92, 19}},
+    t.buttons = {{ProximitySensorTestDlg::IDC_BUTTON_FAIL, "Fail", {329, 340, 92, 19}, true},
                  {ProximitySensorTestDlg::IDC_BUTTON_CANCEL, "Cancel", {430, 340, 92, 19}}};
     return t;
 }
@@ -52,7 +52,7 @@ QImage loadImage(const char* path) {
     if (const auto file = vek::Resource::resolve(path))
         image.load(QString::fromStdString(file->string()));
     if (image.isNull())
-        VEK_LOG(s_logger, kLoggerName, 4, "Could not load image '" << path << "'");
+        VEK_LOG(s_logger, kLoggerName, 4, "Could not load bitmap '" << path << "'");
     return image;
 }
 
@@ -201,6 +201,12 @@ void ProximitySensorTestDlg::customEvent(QEvent* event) {
     auto* message = dynamic_cast<libLumo::PostedMessage*>(event);
     if (!message) {
         CustomToolbarDialog::customEvent(event);
+        return;
+    }
+    // Once the dialog has ended its verdict stands: a reading or an error posted before the
+    // end but delivered after it is dropped, as a modal loop that has stopped would.
+    if (!IsWindow()) {
+        VEK_LOG(s_logger, kLoggerName, 1, "Message " << message->message() << " after the end dropped");
         return;
     }
     switch (message->message()) {

@@ -14,7 +14,7 @@ libLumo::DialogTemplate promptTemplate(int id) {
     t.cx = 195;
     t.cy = 78;
     t.buttons = {{TimeoutPromptDlg::IDC_BUTTON_EXIT, "Exit Test", {128, 58, 58, 14}},
-                 {TimeoutPromptDlg::IDC_BUTTON_RESTART, "Restart Test", {64, 58, 60, 14}}};
+                 {TimeoutPromptDlg::IDC_BUTTON_RESTART, "Restart Test", {64, 58, 60, 14}, true}};
     return t;
 }
 

@@ -1,6 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
+
 #include "DisplayRotation.h"
+#include "ScratchDir.h"
+#include "platform/Environment.h"
 #include "platform/Display.h"
 #include "vek/DynamicLibrary.h"
 
@@ -68,6 +73,37 @@ TEST(DisplayRotation, NoDisplayMeansUnreadableAndNoLock) {
         EXPECT_FALSE(vekrsensors::DisplayRotation::isWindows8OrLater());
         EXPECT_NO_THROW(helper.lockAutoRotation()) << "no lock to take: skipped";
     }
+}
+
+// The lock is offered only in a desktop session, by the host's rule: an empty DISPLAY names no
+// display. A stand-in gsettings answers for GNOME's orientation-lock key.
+TEST(DisplayRotation, LockIsOfferedOnlyWhereTheHostSeesADesktop) {
+    vekr::testing::ScratchDir bin{"vekr-gsettings"};
+    bin.write("gsettings", "#!/bin/sh\necho false\n");
+    std::filesystem::permissions(bin / "gsettings", std::filesystem::perms::owner_all);
+    const std::string path = std::getenv("PATH");
+    setenv("PATH", (bin.path().string() + ":" + path).c_str(), 1);
+    vek::DynamicLibrary user32("user32.dll");
+    ASSERT_TRUE(user32.load()) << user32.lastError();
+    auto available = reinterpret_cast<int (*)()>(user32.getSymbol("VekrRotationLockAvailable"));
+    ASSERT_NE(available, nullptr);
+    struct Row {
+        const char* display;  // null: unset
+        const char* wayland;
+        int offered;
+    };
+    for (const Row& row : {Row{"", nullptr, 0}, Row{nullptr, "", 0}, Row{"", "", 0},
+                           Row{":0", nullptr, 1}, Row{nullptr, "wayland-0", 1}}) {
+        row.display ? setenv("DISPLAY", row.display, 1) : unsetenv("DISPLAY");
+        row.wayland ? setenv("WAYLAND_DISPLAY", row.wayland, 1) : unsetenv("WAYLAND_DISPLAY");
+        EXPECT_EQ(available(), row.offered)
+            << "DISPLAY=" << (row.display ? row.display : "(unset)")
+            << " WAYLAND_DISPLAY=" << (row.wayland ? row.wayland : "(unset)");
+        EXPECT_EQ(platform::desktopSession(), row.offered == 1);
+    }
+    setenv("PATH", path.c_str(), 1);
+    unsetenv("DISPLAY");
+    unsetenv("WAYLAND_DISPLAY");
 }
 
 TEST(DisplayRotation, PlatformUser32ExportsTheEntryPoints) {

@@ -80,6 +80,10 @@ INSTANTIATE_TEST_SUITE_P(
         Ending{"escape_pressed",
                R"(, "operator": [{"at": 0.3, "dialog": "GyrometerTest", "press": "Escape"}])",
                "USERABORTED", ""},
+        // The focus starts on Fail.
+        Ending{"space_pressed_at_open",
+               R"(, "operator": [{"at": 0.3, "dialog": "GyrometerTest", "press": "Space"}])",
+               "FAIL", "UserClickedFail"},
         Ending{"window_closed",
                R"(, "operator": [{"at": 0.3, "dialog": "GyrometerTest", "press": "Close"}])",
                "USERABORTED", ""},
@@ -108,6 +112,9 @@ INSTANTIATE_TEST_SUITE_P(
         Ending{"escape_pressed",
                R"(, "operator": [{"at": 0.3, "dialog": "MagnetometerTest", "press": "Escape"}])",
                "USERABORTED", "", kCompassTest, kFollowsTheTarget},
+        Ending{"space_pressed_at_open",
+               R"(, "operator": [{"at": 0.3, "dialog": "MagnetometerTest", "press": "Space"}])",
+               "FAIL", "UserClickedFail", kCompassTest, kFollowsTheTarget},
         // A freshly started module has no earlier result to fall back on: CANNOTRUN.
         Ending{"failed_first_heading", "", "CANNOTRUN", "Sensor_NoData", kCompassTest,
                R"({"kind": "magnetometer", "locator": "C", "updates": [{"fail": true}]})"},
@@ -142,6 +149,16 @@ INSTANTIATE_TEST_SUITE_P(
         Ending{"escape_pressed",
                R"(, "operator": [{"at": 0.3, "dialog": "ProximitySensorTest", "press": "Escape"}])",
                "USERABORTED", "", kProximityTest, kNoHand},
+        // Fail is the default button.
+        Ending{"enter_pressed",
+               R"(, "operator": [{"at": 0.3, "dialog": "ProximitySensorTest", "press": "Enter"}])",
+               "FAIL", "UserClickedFail", kProximityTest, kNoHand},
+        // The passing reading and a sensor error arrive together: the verdict stands.
+        Ending{"error_queued_behind_the_passing_reading", "", "PASS", "", kProximityTest,
+               R"({"kind": "proximity", "locator": "P", "readings": [
+                   {"at": 0.1, "detected": true, "mm": 100}, {"at": 0.2, "detected": true, "mm": 100},
+                   {"at": 0.3, "detected": true, "mm": 102}, {"at": 0.4, "detected": true, "mm": 101},
+                   {"at": 0.6, "detected": true, "mm": 160}], "error": {"at": 0.6}})"},
         Ending{"sensor_error", "", "FAIL", "SensorState_NotAvailable", kProximityTest,
                R"({"kind": "proximity", "locator": "P", "readings": [], "error": {"at": 0.3}})"},
         Ending{"no_readings_time_out",
@@ -160,6 +177,14 @@ INSTANTIATE_TEST_SUITE_P(
                {"SensorNoDataTimeoutSeconds=30", "TimeoutPromptIntervalSeconds=5"}},
         Ending{"prompt_restart",
                R"(, "operator": [{"at": 0.3, "dialog": "DetectionProblem", "press": "Restart"}])",
+               "FAIL",
+               "",
+               kProximityTest,
+               kRestlessHand,
+               {"SensorNoDataTimeoutSeconds=30", "TimeoutPromptIntervalSeconds=5"}},
+        // Restart is the prompt's default button: Enter restarts, and the second stall fails.
+        Ending{"prompt_enter_restarts",
+               R"(, "operator": [{"at": 0.3, "dialog": "DetectionProblem", "press": "Enter"}])",
                "FAIL",
                "",
                kProximityTest,

@@ -167,6 +167,7 @@ struct WorkerRow {
     int exitCode;
     TestResult result;
     const char* event;
+    const char* waitTime = "2";  // MagnetometerWaitTime
 };
 
 void PrintTo(const WorkerRow& r, std::ostream* os) {
@@ -195,6 +196,7 @@ TEST_P(CompassWorker, EndsAsItsTableSays) {
     machine(row.machine, row.label);
     MagnetometerRun::testDeviceLocator = vek::String(row.locator);
     MagnetometerRun::backgroundResult = kBefore;
+    vekrsensors::paramMagnetometerWaitTime->set(row.waitTime);
 
     MagnetometerTestDlg dialog(nullptr);
     EXPECT_EQ(runWorker(&MagnetometerBackgroundData, &dialog, MagnetometerRun::backgroundRunFlag,
@@ -234,6 +236,12 @@ INSTANTIATE_TEST_SUITE_P(
         // Held still: the target is always 90 degrees or more away.
         WorkerRow{"never_turned_waits_for_the_user", COMPASS(R"("heading": {"start": 10})"),
                   kCompass, 20, 0, kBefore, ""},
+        // No hold time: the first pass inside the tolerance passes, and none outside it.
+        WorkerRow{"no_hold_time_held_still_waits_for_the_user",
+                  COMPASS(R"("heading": {"start": 10})"), kCompass, 20, 0, kBefore, "", "0"},
+        WorkerRow{"no_hold_time_passes_once_turned_to_the_target",
+                  COMPASS(R"("heading": {"start": 10, "follow": "target", "degreesPerSecond": 90})"),
+                  kCompass, 0, 1, TestResult::PASS(), "", "0"},
         WorkerRow{"a_heading_that_never_becomes_valid_waits",
                   COMPASS(R"("updates": [{"heading": 123, "valid": false}])"), kCompass, 20, 0,
                   kBefore, ""},

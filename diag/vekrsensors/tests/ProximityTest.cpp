@@ -1,6 +1,8 @@
 // The proximity test's countdowns, dialog, prompt and entry, on a simulated machine in real
 // time (countdowns of a second or two).
 #include <gtest/gtest.h>
+#include "vek/Logging.h"
+#include <sstream>
 
 #include <QAbstractButton>
 #include <QCoreApplication>
@@ -270,6 +272,26 @@ TEST(ProximityFrames, ShowTheTextAndPictureOfEachPhase) {
     EXPECT_NE(pictures[0], pictures[1]) << "hold steady has its own picture";
     EXPECT_NE(pictures[1], pictures[2]) << "so has now move";
     EXPECT_EQ(pictures[3], pictures[0]) << "lost shows can't see again";
+}
+
+// A picture that cannot be loaded is logged in the words every dialog uses for it.
+TEST(ProximityFrames, AMissingPictureIsLoggedAsEveryDialogLogsIt) {
+    libLumo::GdiResourceManager gui;
+    ASSERT_TRUE(gui.ready());
+    vekr::testing::ScratchDir empty{"vekr-no-pictures"};
+    vek::Resource::setExecutableDirForTesting(empty.path());
+    std::ostringstream log;
+    vek::LogFactory::setStreamForTesting(&log);
+    vek::LogFactory::setPriority(vek::kLogError);
+    {
+        ProximitySensorTestDlg dialog(nullptr, vek::String("none"), 3, 10, 15, true, false, 30, 30);
+    }
+    vek::LogFactory::setStreamForTesting(nullptr);
+    vek::LogFactory::setPriority(vek::kLogOff);
+    vek::Resource::setExecutableDirForTesting(std::nullopt);
+    EXPECT_NE(log.str().find("Could not load bitmap 'Resources//vekrsensors//proxHoldSteady.png'"),
+              std::string::npos)
+        << log.str();
 }
 
 // The entry: parameters, the sensor lookup and the settings, before any dialog.

@@ -52,6 +52,7 @@ VekDialog::VekDialog(const DialogTemplate& dialog, QWidget* parent, std::string 
         auto* button = new QPushButton(QString::fromStdString(b.text), this);
         button->setObjectName(QString::number(b.id));
         button->setAutoDefault(false);
+        button->setDefault(b.isDefault);
         const PixelRect r = mapDialogRect(b.rect, units_);
         button->setGeometry(r.x, r.y, r.width, r.height);
         controls_[b.id] = button;
@@ -123,9 +124,18 @@ void VekDialog::pressAsOperator(const std::string& control) {
         close();  // the window's own close button
         return;
     }
-    if (control == "Escape") {
-        QKeyEvent press(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
-        QApplication::sendEvent(this, &press);
+    if (control == "Escape" || control == "Enter" || control == "Space") {
+        // Keys go where a person's would: to the control with the focus, which hands Escape and
+        // Enter on to the dialog (Enter presses the default button).
+        const Qt::Key key = control == "Escape" ? Qt::Key_Escape
+                            : control == "Enter" ? Qt::Key_Return
+                                                 : Qt::Key_Space;
+        QWidget* target = focusWidget() ? focusWidget() : this;
+        QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier, control == "Space" ? " " : "");
+        QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier, control == "Space" ? " " : "");
+        QApplication::sendEvent(target, &press);
+        if (open_)
+            QApplication::sendEvent(target, &release);
         return;
     }
     QAbstractButton* button = operatorControl(control);

@@ -152,7 +152,7 @@ INSTANTIATE_TEST_SUITE_P(
                "MagnetometerTest, ProximitySensorTest, DetectionProblem"},
         BadRow{R"({"sensors": [], "operator": [{"at": 1, "dialog": "GyrometerTest", "press": "OK"}]})",
                "scenario bad.json: at /operator/0/press: expected one of Fail, Cancel, Close, "
-               "Escape, Restart, Exit"},
+               "Escape, Enter, Space, Restart, Exit"},
         BadRow{R"({"sensors": [], "devices": [{"capability": "Barometer", "locator": "b"}]})",
                "scenario bad.json: at /devices/0/capability: expected Accelerometer, "
                "AmbientLightSensor, Gyrometer, Magnetometer or ProximitySensor"},

@@ -1,5 +1,7 @@
 #include "platform/Screen.h"
 
+#include "platform/Environment.h"
+
 #include <xcb/xcb.h>
 
 #include <atomic>
@@ -20,8 +22,7 @@ platform::InstalledHook<platform::OperatorScript> s_script;
 platform::InstalledHook<platform::OperatorWatcher> s_watcher;
 
 bool envSet(const char* name) {
-    const char* v = std::getenv(name);
-    return v && *v;
+    return platform::environmentSet(name);
 }
 
 // How long the X server in DISPLAY has to complete its connection set-up. A local server

@@ -17,6 +17,8 @@
 #include <mutex>
 #include <string>
 
+#include "platform/Environment.h"
+
 namespace {
 
 constexpr const char* kSchema = "org.gnome.settings-daemon.peripherals.touchscreen";
@@ -124,7 +126,7 @@ extern "C" int SetDisplayAutoRotationPreferences(int orientation) {
 
 // The version test's question on Linux: does this desktop offer a rotation lock?
 extern "C" int VekrRotationLockAvailable() {
-    if (!std::getenv("WAYLAND_DISPLAY") && !std::getenv("DISPLAY"))
+    if (!platform::desktopSession())
         return 0;
     std::string value;
     return runGsettings("get", nullptr, &value) && (value == "true" || value == "false") ? 1 : 0;

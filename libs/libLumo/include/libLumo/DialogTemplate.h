@@ -35,6 +35,7 @@ struct ButtonTemplate {
     int id = 0;
     std::string text;  // shown until the dialog sets its localized text
     DialogUnitRect rect;
+    bool isDefault = false;  // the button Enter presses (DEFPUSHBUTTON)
 };
 
 struct DialogTemplate {

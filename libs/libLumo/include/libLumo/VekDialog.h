@@ -47,9 +47,10 @@ public:
     // closes what a person would otherwise have to close. Set before any dialog opens.
     static void setStopCheck(std::function<bool()> check);
 
-    // What a scripted press does: "Escape" sends the key; "Close" closes the window unless the
-    // dialog names a close control of its own; any other name clicks the control that
-    // operatorControl() names, when it is visible and enabled.
+    // What a scripted press does: "Escape", "Enter" and "Space" send the key to the control with
+    // the focus; "Close" closes the window unless the dialog names a close control of its own;
+    // any other name clicks the control that operatorControl() names, when it is visible and
+    // enabled.
     void pressAsOperator(const std::string& control);
 
 protected:

@@ -322,7 +322,8 @@ public:
                 if (!a[i].contains("press"))
                     fail(w + "/press", "the control to press");
                 act.press = oneOf(a[i]["press"], w + "/press",
-                                  {"Fail", "Cancel", "Close", "Escape", "Restart", "Exit"});
+                                  {"Fail", "Cancel", "Close", "Escape", "Enter", "Space",
+                                   "Restart", "Exit"});
                 sc.operatorActions.push_back(act);
             }
         }
