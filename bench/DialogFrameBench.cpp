@@ -4,8 +4,12 @@
 #include <benchmark/benchmark.h>
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QPainter>
+#include <QTimer>
+#include <chrono>
 #include <cstdlib>
+#include <ctime>
 
 #include "GyrometerTest/GyrometerTestDlg.h"
 #include "MagnetometerTest/MagnetometerTestDlg.h"
@@ -63,6 +67,77 @@ void BM_GyrometerCanvasRepaint(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_GyrometerCanvasRepaint)->Unit(benchmark::kMicrosecond);
+
+double processCpuSeconds() {
+    timespec t{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
+}
+
+// Counts the paints a widget receives.
+class PaintCounter : public QObject {
+public:
+    int paints = 0;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Paint)
+            ++paints;
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+// The open gyrometer dialog over one second of its event loop, with its frame clock running
+// and a stand-in worker writing the turn at the worker's 50 Hz: the values stay put (the device
+// lies still) or change on every write (the device turns). Reports the process's CPU use in
+// percent of one core and the repaints per second.
+void gyrometerDialogSecond(benchmark::State& state, bool turning) {
+    vekrsensors::GyrometerTestDlg dialog(nullptr);
+    PaintCounter counter;
+    dialog.canvas()->installEventFilter(&counter);
+    dialog.show();
+    QTimer worker;
+    double turn = 0.0;
+    QObject::connect(&worker, &QTimer::timeout, [&] {
+        if (turning)
+            turn = turn > 1.0 ? -1.0 : turn + 0.01;
+        dialog.UpdateRotationX(turn);
+        dialog.UpdateRotationY(-turn);
+        dialog.UpdateRotationZ(turn / 2);
+    });
+    worker.start(20);
+    // Settle: the first exposure and the first frames.
+    QEventLoop settle;
+    QTimer::singleShot(300, &settle, &QEventLoop::quit);
+    settle.exec();
+    double cpu = 0, wall = 0;
+    int paints = 0;
+    for (auto _ : state) {
+        const int before = counter.paints;
+        const double cpu0 = processCpuSeconds();
+        const auto t0 = std::chrono::steady_clock::now();
+        QEventLoop loop;
+        QTimer::singleShot(1000, &loop, &QEventLoop::quit);
+        loop.exec();
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - t0;
+        cpu += processCpuSeconds() - cpu0;
+        wall += elapsed.count();
+        paints += counter.paints - before;
+        state.SetIterationTime(elapsed.count());
+    }
+    state.counters["cpu_percent"] = 100.0 * cpu / wall;
+    state.counters["paints_per_s"] = paints / wall;
+}
+
+void BM_GyrometerDialogAtRest(benchmark::State& state) {
+    gyrometerDialogSecond(state, false);
+}
+BENCHMARK(BM_GyrometerDialogAtRest)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+
+void BM_GyrometerDialogTurning(benchmark::State& state) {
+    gyrometerDialogSecond(state, true);
+}
+BENCHMARK(BM_GyrometerDialogTurning)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
 
 // The compass with its masked arrow, the needle moving toward the target.
 void BM_CompassPicture(benchmark::State& state) {

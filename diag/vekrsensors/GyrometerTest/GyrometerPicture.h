@@ -26,6 +26,7 @@ struct GyrometerPicture {
         float marbleWidth = 61, marbleHeight = 62;           // the marble image's own size
         double rotationX = 0, rotationY = 0, rotationZ = 0;  // +/-1 is the pass mark
         std::array<bool, 6> passed{};                        // X-, X+, Y-, Y+, Z-, Z+
+        bool operator==(const Input&) const = default;
     };
 
     struct Marble {

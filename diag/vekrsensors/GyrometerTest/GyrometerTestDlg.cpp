@@ -99,12 +99,18 @@ GyrometerPicture::Input GyrometerTestDlg::pictureInput(float width, float height
 }
 
 // The frame clock's tick plays the part of a paint message that is never validated: close
-// when the worker is done, otherwise draw the latest values again.
+// when the worker is done, otherwise draw the latest values, but only when they changed, so a
+// device lying still costs no drawing. A change shows at the next tick, within one display
+// frame; a paint the window system asks for (exposure) still draws at once.
 void GyrometerTestDlg::OnFrame() {
     if (completed_.load()) {
         Close();
         return;
     }
+    const GyrometerPicture::Input now = pictureInput(0, 0);
+    if (shown_ && *shown_ == now)
+        return;
+    shown_ = now;
     VerdictDialog::OnFrame();
 }
 

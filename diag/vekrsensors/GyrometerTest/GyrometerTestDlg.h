@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <optional>
 
 #include "GyrometerPicture.h"
 #include "VerdictDialog.h"
@@ -39,6 +40,9 @@ protected:
 
 private:
     std::atomic<double> rotationX_{0.0}, rotationY_{0.0}, rotationZ_{0.0};
+    // What the last repaint asked for was drawn from (main thread only): the picture is a pure
+    // function of it, so a tick that finds it unchanged draws nothing.
+    std::optional<GyrometerPicture::Input> shown_;
     std::array<std::atomic<bool>, 6> passed_{};
     std::atomic<bool> completed_{false};
 };

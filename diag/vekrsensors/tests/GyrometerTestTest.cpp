@@ -5,6 +5,7 @@
 #include <QAbstractButton>
 #include <QCoreApplication>
 #include <QPainter>
+#include <QTimer>
 #include <filesystem>
 #include <thread>
 
@@ -208,6 +209,29 @@ TEST_F(GyroDialog, ShowsTheLocalizedTextsAndIsLaidOutFromItsTemplate) {
     EXPECT_EQ(dialog.clientSize(),
               QSize(libLumo::mulDiv(379, u.cx, 4), libLumo::mulDiv(370, u.cy, 8)));
     kiva5::Localization::setForTesting("en", {}, {});
+}
+
+// A device lying still costs no drawing; a change shows at the next frame tick.
+TEST_F(GyroDialog, RepaintsOnlyWhenTheTurnChanged) {
+    struct Paints : QObject {
+        int count = 0;
+        bool eventFilter(QObject* o, QEvent* e) override {
+            count += e->type() == QEvent::Paint;
+            return QObject::eventFilter(o, e);
+        }
+    } paints;
+    GyrometerTestDlg dialog(nullptr);
+    dialog.canvas()->installEventFilter(&paints);
+    int still = -1;
+    QTimer::singleShot(150, &dialog, [&] { paints.count = 0; });  // shown, first frames drawn
+    QTimer::singleShot(350, &dialog, [&] {
+        still = paints.count;
+        dialog.UpdateRotationX(0.5);
+    });
+    QTimer::singleShot(550, &dialog, [&] { dialog.EndDialog(0); });
+    dialog.DoModal();
+    EXPECT_EQ(still, 0) << "nothing changed, nothing drawn";
+    EXPECT_GE(paints.count, 1) << "the change is drawn";
 }
 
 // Frames as a user sees them, saved beside the tests ("frames/") to be looked at.
