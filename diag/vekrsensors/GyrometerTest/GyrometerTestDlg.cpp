@@ -124,11 +124,12 @@ void GyrometerTestDlg::drawPicture(QPainter& painter, float width, float height,
 
     libLumo::drawBitmap(painter, bitmaps[Background], 0, 0, width, height);
 
+    painter.save();  // the canvas may have placed the picture: turn within it
     painter.translate(centre.x, centre.y);
     painter.rotate(picture.dialDegrees);
     painter.translate(-centre.x, -centre.y);
     drawCentred(painter, bitmaps[Dial], centre, GyrometerPicture::kDialScale);
-    painter.resetTransform();
+    painter.restore();
 
     for (const GyrometerPicture::Marble& m : picture.marbles) {
         libLumo::drawBitmap(painter, bitmaps[m.hole ? MarbleHole : Marble], m.rect.left, m.rect.top,

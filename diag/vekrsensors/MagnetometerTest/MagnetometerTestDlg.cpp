@@ -124,10 +124,11 @@ void MagnetometerTestDlg::drawPicture(QPainter& painter, float width, float heig
     drawCentred(painter, bitmaps[ContainerBackground], p.centre);
     drawCentred(painter, bitmaps[Dial], p.centre);
 
+    painter.save();  // the canvas may have placed the picture: turn within it
     painter.translate(p.markerCentre.x, p.markerCentre.y);
     painter.rotate(p.markerDegrees);
     drawCentred(painter, bitmaps[Marker], {0, 0});
-    painter.resetTransform();
+    painter.restore();
 
     // The arrow shows only in the half-plane on the needle's side of the target.
     painter.save();
@@ -143,10 +144,11 @@ void MagnetometerTestDlg::drawPicture(QPainter& painter, float width, float heig
                         p.arrowRect.top, p.arrowRect.right, p.arrowRect.bottom);
     painter.restore();
 
+    painter.save();
     rotateAbout(painter, p.centre, p.needleDegrees);
     libLumo::drawBitmap(painter, bitmaps[Needle], p.needleRect.left, p.needleRect.top,
                         p.needleRect.right, p.needleRect.bottom);
-    painter.resetTransform();
+    painter.restore();
     drawCentred(painter, bitmaps[NeedleCap], p.centre);
 }
 

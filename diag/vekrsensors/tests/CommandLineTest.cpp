@@ -78,7 +78,7 @@ TEST_F(CommandLine, UsageErrorsAreOneLineBeforeAnyTest) {
         {{"--param", "Nope=1"}, "unknown parameter \"Nope\"; " + params + " (see --help)"},
         {{"--backend", "usb"}, "--backend: usb not in {iio,sim} (see --help)"},
         {{"--log", "-"}, "--log needs a file name (the log does not share the terminal) (see --help)"},
-        {{"--lang", "xx"}, "no texts in language \"xx\"; available: de en (see --help)"},
+        {{"--lang", "xx"}, "no texts in language \"xx\"; available: de en fr (see --help)"},
         {{"--lang", "../../x"},
          "--lang \"../../x\" is not a language code (like de, de_DE or de_DE.UTF-8) (see --help)"},
         {{"--profile", "nope.json"}, "profile nope.json: cannot be read: No such file or directory"},

@@ -193,13 +193,13 @@ TEST_F(GyroDialog, ClosesWhenTheWorkerIsDoneAndKeepsItsResult) {
 
 TEST_F(GyroDialog, ShowsTheLocalizedTextsAndIsLaidOutFromItsTemplate) {
     kiva5::Localization::setForTesting(
-        "de", {{"TitleGyrometerTest", "Gyrometertest"}, {"FailButton", "Fehler"}},
+        "de", {{"TitleGyrometerTest", "Gyrometertest"}, {"FailButton", "Nicht OK"}},
         {{"CancelButton", "Cancel"}});
     script("Escape");
     GyrometerTestDlg dialog(nullptr);
     dialog.DoModal();
     EXPECT_EQ(dialog.windowTitle().toStdString(), "Gyrometertest");
-    EXPECT_EQ(dialog.GetDlgItem(1000)->text().toStdString(), "Fehler");
+    EXPECT_EQ(dialog.GetDlgItem(1000)->text().toStdString(), "Nicht OK");
     EXPECT_EQ(dialog.GetDlgItem(1001)->text().toStdString(), "Cancel");
     // Fail at x 127 and Cancel at x 201 dialog units, both on the row at y 349.
     const auto& u = dialog.baseUnits();
@@ -249,12 +249,16 @@ TEST_F(GyroDialog, DrawsTheTurnItIsGiven) {
     const QImage mid = dialog.grab().toImage();
     mid.save("frames/gyrometer_mid.png");
 
-    const QPoint canvas = dialog.canvas()->pos();
-    const auto pixel = [&canvas](const QImage& frame, float x, float y) {
-        return frame.pixelColor(canvas + QPoint(static_cast<int>(x), static_cast<int>(y)));
+    // The square board, centred in the canvas whatever the font made of its shape.
+    const libLumo::PixelRect board =
+        libLumo::fitAspect(dialog.canvas()->width(), dialog.canvas()->height(), 1.0);
+    EXPECT_EQ(board.width, board.height);
+    const QPoint origin = dialog.canvas()->pos() + QPoint(board.x, board.y);
+    const auto pixel = [&origin](const QImage& frame, float x, float y) {
+        return frame.pixelColor(origin + QPoint(static_cast<int>(x), static_cast<int>(y)));
     };
-    const float w = static_cast<float>(dialog.canvas()->width());
-    const float h = static_cast<float>(dialog.canvas()->height());
+    const float w = static_cast<float>(board.width);
+    const float h = static_cast<float>(board.height);
     // At rest the X-negative marble sits at 0.28 of the height; once passed, a hole at the
     // top edge takes its place and the spot shows the board again.
     const float marbleCentreY = 0.28f * h + 0.8f * 62 / 2;

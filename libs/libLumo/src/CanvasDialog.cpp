@@ -162,12 +162,60 @@ void CanvasDialog::render(QPainter& painter) {
     // would mislead the person turning the device.
     if (std::any_of(bitmaps_.begin(), bitmaps_.end(), [](const QImage& b) { return b.isNull(); }))
         return;
-    const auto width = static_cast<float>(renderTarget_->width());
-    const auto height = static_cast<float>(renderTarget_->height());
+    const PixelRect picture =
+        fitAspect(renderTarget_->width(), renderTarget_->height(), pictureAspect());
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.fillRect(QRectF(0, 0, width, height), Qt::black);
-    painter.resetTransform();
-    drawPicture(painter, width, height, bitmaps_);
+    painter.fillRect(QRect(QPoint(0, 0), *renderTarget_), palette().color(QPalette::Window));
+    // The picture draws in its own coordinates; its turns are saved and restored, never
+    // reset, so this placement holds.
+    painter.save();
+    painter.translate(picture.x, picture.y);
+    drawPicture(painter, static_cast<float>(picture.width), static_cast<float>(picture.height),
+                bitmaps_);
+    painter.restore();
+    if (!titleBarShown())
+        drawCaption(painter, QRectF(picture.x, picture.y, picture.width, picture.height));
+}
+
+bool CanvasDialog::titleBarShown() const {
+    const QWindow* window = windowHandle();
+    return window && !window->frameMargins().isNull();
+}
+
+void CanvasDialog::drawCaption(QPainter& painter, const QRectF& area) {
+    const QString text = windowTitle();
+    if (text.isEmpty())
+        return;
+    QFont font = painter.font();
+    font.setBold(true);
+    painter.setFont(font);
+    const float margin = 8;
+    const QRectF bounds = painter.fontMetrics().boundingRect(
+        QRect(0, 0, static_cast<int>(area.width() * 0.45), 10000), Qt::TextWordWrap, text);
+    const QRectF box = captionBox(area, bounds.size(), margin);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(0, 0, 0, 170));
+    painter.drawRoundedRect(box, 6, 6);
+    painter.setPen(QColor(240, 244, 248));
+    painter.drawText(box.adjusted(margin, margin, -margin, -margin), Qt::TextWordWrap, text);
+}
+
+PixelRect fitAspect(int width, int height, double aspect) {
+    if (aspect <= 0 || width <= 0 || height <= 0)
+        return {0, 0, std::max(width, 0), std::max(height, 0)};
+    int w = width;
+    int h = static_cast<int>(std::lround(w / aspect));
+    if (h > height) {
+        h = height;
+        w = static_cast<int>(std::lround(h * aspect));
+    }
+    return {(width - w) / 2, (height - h) / 2, w, h};
+}
+
+QRectF captionBox(const QRectF& canvas, const QSizeF& textSize, float margin) {
+    return {canvas.left() + margin, canvas.top() + margin, textSize.width() + 2 * margin,
+            textSize.height() + 2 * margin};
 }
 
 void CanvasDialog::requestRepaint() {

@@ -107,6 +107,25 @@ TEST_F(Canvas, AMissingImageLeavesTheCanvasBlankAndIsLoggedOncePerTarget) {
     EXPECT_EQ(countInLog("Could not load bitmap"), 2);
 }
 
+// A picture keeps its proportions: the largest rectangle of its shape, centred.
+TEST(FitAspect, CentresTheLargestRectangleOfTheShape) {
+    struct Row {
+        int width, height;
+        double aspect;
+        libLumo::PixelRect expected;
+    };
+    const Row rows[] = {
+        {643, 588, 1.0, {27, 0, 588, 588}},     // 7x14 font: wider canvas, bands left and right
+        {548, 541, 1.0, {3, 0, 541, 541}},      // 6x13 font: nearly square already
+        {500, 600, 1.0, {0, 50, 500, 500}},     // taller: bands above and below
+        {640, 480, 4.0 / 3.0, {0, 0, 640, 480}},
+        {643, 588, 0.0, {0, 0, 643, 588}},      // no aspect: the whole canvas
+        {0, 588, 1.0, {0, 0, 0, 588}},
+    };
+    for (const Row& r : rows)
+        EXPECT_EQ(libLumo::fitAspect(r.width, r.height, r.aspect), r.expected) << r.width << "x" << r.height;
+}
+
 TEST_F(Canvas, LoadsBitmapsAtTheAskedSize) {
     struct Row {
         const char* file;

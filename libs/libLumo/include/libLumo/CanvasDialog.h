@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "libLumo/DialogTemplate.h"
 #include "libLumo/VekDialog.h"
 #include "platform/Hresult.h"
 #include "vek/Logging.h"
@@ -60,9 +61,18 @@ public:
 
 protected:
     // The dialog's own picture on a target of W x H pixels, with its images in the order given
-    // at construction (none of them null).
+    // at construction (none of them null). The target is the canvas, or the part of it that
+    // pictureAspect() leaves; the rest shows the dialog's background colour. The painter comes
+    // translated to the picture's corner: turn with save()/restore(), never resetTransform().
     virtual void drawPicture(QPainter& painter, float width, float height,
                              const std::vector<QImage>& bitmaps) = 0;
+    // Width/height of the picture's artwork, kept whatever the canvas's shape; 0 stretches it
+    // over the whole canvas.
+    virtual double pictureAspect() const { return 0.0; }
+    // True when a window manager draws a frame (and so the title) around the dialog. Without
+    // one (a kiosk session, a bare X server) the caption is drawn on the canvas instead, so the
+    // instruction it carries is never lost.
+    bool titleBarShown() const;
     // One tick of the frame clock; the default repaints the canvas.
     virtual void OnFrame();
     void startFrameClock();
@@ -75,6 +85,9 @@ protected:
     const char* loggerName_;
 
 private:
+    // The window's title in a box at the top-left corner of `area` (the picture).
+    void drawCaption(QPainter& painter, const QRectF& area);
+
     QWidget* canvas_ = nullptr;
     std::vector<CanvasImage> images_;
     std::vector<QImage> bitmaps_;
@@ -82,6 +95,15 @@ private:
     QTimer frameClock_;
     bool screenWatched_ = false;
 };
+
+// The largest rectangle of width/height ratio `aspect` centred in a W x H area (the whole
+// area when `aspect` is 0): where a picture goes so that it keeps its proportions whatever the
+// dialog font made of the canvas.
+PixelRect fitAspect(int width, int height, double aspect);
+
+// Where the caption goes when no window manager draws a title bar: a box in the canvas's
+// top-left corner around the wrapped text, `margin` in from the edges and around the text.
+QRectF captionBox(const QRectF& canvas, const QSizeF& textSize, float margin);
 
 // Draws `image` into the rectangle with these edges. When right < left (or bottom < top) the
 // image comes out mirrored, as a painter of rectangles with swapped edges would draw it: one

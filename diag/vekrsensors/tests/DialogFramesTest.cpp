@@ -1,0 +1,136 @@
+// The three dialogs as a person sees them, at rest and mid-test, in every shipped language.
+// Frames go to frames/<dialog>_<state>_<language>.png to be looked at; tools/frames.sh runs
+// this on a bare X server, where no window manager draws a title bar and the frame is taken
+// off the screen itself.
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QTimer>
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+#include "GyrometerTest/GyrometerTestDlg.h"
+#include "MagnetometerTest/MagnetometerTestDlg.h"
+#include "ProximitySensorTest/ProximitySensorTestDlg.h"
+#include "ProximitySensorTest/TimeoutPromptDlg.h"
+#include "kiva5/Localization.h"
+#include "libLumo/GdiResourceManager.h"
+#include "vekrsensors.h"
+
+namespace {
+
+using vekrsensors::GyrometerTestDlg;
+using vekrsensors::MagnetometerTestDlg;
+using vekrsensors::ProximitySensorTestDlg;
+using vekrsensors::TimeoutPromptDlg;
+
+// What is on the screen where the dialog is (on X), or the dialog's own rendering.
+QImage shoot(QWidget& dialog) {
+    if (QGuiApplication::platformName() == "xcb" && dialog.screen()) {
+        const QRect r = dialog.frameGeometry();
+        return dialog.screen()->grabWindow(0, r.x(), r.y(), r.width(), r.height()).toImage();
+    }
+    return dialog.grab().toImage();
+}
+
+// Runs `dialog` modally: each shot's `before` runs 200 ms after the one before (the first
+// after the dialog has shown), and its frame is taken 100 ms later, once the change has been
+// drawn. The dialog ends after the last.
+struct Shot {
+    std::string name;
+    std::function<void()> before;
+};
+void runAndShoot(libLumo::VekDialog& dialog, const std::vector<Shot>& shots,
+                 std::vector<QImage>& frames) {
+    int delay = 0;
+    for (const Shot& shot : shots) {
+        delay += 200;
+        QTimer::singleShot(delay, &dialog, [&shot] {
+            if (shot.before)
+                shot.before();
+        });
+        QTimer::singleShot(delay + 100, &dialog, [&dialog, &shot, &frames] {
+            frames.push_back(shoot(dialog));
+            frames.back().save(QString::fromStdString("frames/" + shot.name + ".png"));
+        });
+    }
+    QTimer::singleShot(delay + 150, &dialog, [&dialog] { dialog.EndDialog(0); });
+    dialog.DoModal();
+}
+
+class Frames : public ::testing::TestWithParam<const char*> {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(gui_.ready());
+        std::filesystem::create_directories("frames");
+        kiva5::Localization::load("vekrsensors", GetParam(), {});
+    }
+    void TearDown() override { kiva5::Localization::load("vekrsensors", "en", {}); }
+    std::string name(const char* dialog, const char* state) const {
+        return std::string(dialog) + "_" + state + "_" + GetParam();
+    }
+    static QString text(const char* key) {
+        return QString::fromStdString(kiva5::Localization::lookup(key).toStdString());
+    }
+    libLumo::GdiResourceManager gui_;
+};
+
+TEST_P(Frames, ShowEachDialogInItsLanguage) {
+    std::vector<QImage> frames;
+
+    GyrometerTestDlg gyro(nullptr);
+    runAndShoot(gyro,
+                {{name("gyrometer", "rest"), nullptr},
+                 {name("gyrometer", "mid"),
+                  [&gyro] {
+                      gyro.UpdateRotationX(0.5);
+                      gyro.UpdateRotationY(-0.4);
+                      gyro.UpdateRotationZ(0.5);
+                      gyro.UpdateAxisPassed(true, true, true, true, false, true);
+                  }}},
+                frames);
+    EXPECT_EQ(gyro.windowTitle(), text("TitleGyrometerTest"));
+    EXPECT_EQ(gyro.GetDlgItem(1000)->text(), text("FailButton"));
+
+    MagnetometerTestDlg compass(nullptr);
+    compass.SetTargetRotation(-200);
+    compass.UpdateRotation(-10);
+    runAndShoot(compass,
+                {{name("compass", "turning"), nullptr},
+                 {name("compass", "on_target"), [&compass] { compass.UpdateRotation(-200); }}},
+                frames);
+    EXPECT_EQ(compass.windowTitle(), text("TitleMagnetometerTest"));
+    EXPECT_EQ(compass.GetDlgItem(1001)->text(), text("CancelButton"));
+
+    ProximitySensorTestDlg proximity(nullptr, vek::String("none"), 3, 10, 15, true, false, 30,
+                                     30);
+    runAndShoot(proximity,
+                {{name("proximity", "hold_steady"),
+                  [] { ProximitySensorTestDlg::onReading(true, 100); }},
+                 {name("proximity", "now_move"),
+                  [] {
+                      for (const unsigned mm : {100u, 102u, 101u})
+                          ProximitySensorTestDlg::onReading(true, mm);
+                  }}},
+                frames);
+    EXPECT_EQ(proximity.instructionText(), text("MoveTowardOrAway"));
+
+    TimeoutPromptDlg prompt(TimeoutPromptDlg::IDD, nullptr,
+                            kiva5::Localization::lookup("TIMEOUT_PROMPT_TEXT"),
+                            kiva5::Localization::lookup("BUTTON_RESTART_TEST"),
+                            kiva5::Localization::lookup("BUTTON_EXIT_TEST"),
+                            kiva5::Localization::lookup("TIMEOUT_PROMPT_TITLE"));
+    runAndShoot(prompt, {{name("prompt", "open"), nullptr}}, frames);
+    EXPECT_EQ(prompt.text(), text("TIMEOUT_PROMPT_TEXT"));
+
+    ASSERT_EQ(frames.size(), 7u);
+    for (const QImage& frame : frames)
+        EXPECT_FALSE(frame.isNull());
+}
+
+INSTANTIATE_TEST_SUITE_P(Shipped, Frames, ::testing::Values("en", "de", "fr"));
+
+}  // namespace
