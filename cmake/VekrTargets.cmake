@@ -44,3 +44,15 @@ function(vekr_add_test target)
   gtest_discover_tests(${target} WORKING_DIRECTORY ${CMAKE_BINARY_DIR} PROPERTIES ${props}
                        DISCOVERY_TIMEOUT 30)
 endfunction()
+
+# Compiles `target` against the public headers of the given layer libraries without linking
+# them. For code loaded into the module's process (the dialogs plugin): the module file holds
+# the one copy of each library, so a second copy in the plugin would split their state.
+function(vekr_use_headers target scope)
+  foreach(lib ${ARGN})
+    target_include_directories(${target} ${scope}
+                               $<TARGET_PROPERTY:${lib},INTERFACE_INCLUDE_DIRECTORIES>)
+    target_compile_definitions(${target} ${scope}
+                               $<TARGET_PROPERTY:${lib},INTERFACE_COMPILE_DEFINITIONS>)
+  endforeach()
+endfunction()

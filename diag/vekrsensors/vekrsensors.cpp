@@ -1,7 +1,7 @@
 #include "vekrsensors.h"
 
+#include "DialogsPlugin.h"
 #include "libLumo/CommandLineParser.h"
-#include "libLumo/VekDialog.h"
 #include "vek/ErrorStream.h"
 #include "vek/Exception.h"
 #include "vek/Logging.h"
@@ -91,7 +91,7 @@ const bool s_testsDeclared = [] {
         ->addParameter(paramAccelerometerTarget)
         ->addParameter(paramSensorStateTimeout);
     DiagModule::createTest(KivaString("MagnetometerTest"), DeviceCapability::Magnetometer(),
-                           MagnetometerTest)
+                           DialogsPlugin::magnetometerTest)
         ->addParameter(paramDegreesThreshold)
         ->addParameter(paramMagnetometerWaitTime)
         ->addParameter(paramSensorStateTimeout)
@@ -99,14 +99,14 @@ const bool s_testsDeclared = [] {
         ->setCreatesOwnGUI(true)
         ->setInstruction(strTitleMagnetometerTest);
     DiagModule::createTest(KivaString("GyrometerTest"), DeviceCapability::Gyrometer(),
-                           GyrometerTest)
+                           DialogsPlugin::gyrometerTest)
         ->addParameter(paramSensorStateTimeout)
         ->setInteractive(true)
         ->setCreatesOwnGUI(true)
         ->setInstruction(strTitleGyrometerTest);
     // The proximity test sets its flags before its parameters; the order is deliberate.
     DiagModule::createTest(KivaString("ProximitySensorTest"), DeviceCapability::ProximitySensor(),
-                           ProximitySensorTest)
+                           DialogsPlugin::proximitySensorTest)
         ->setInteractive(true)
         ->setCreatesOwnGUI(true)
         ->addParameter(paramIncludeFailButton)
@@ -114,8 +114,8 @@ const bool s_testsDeclared = [] {
         ->addParameter(paramTimeoutPromptIntervalSeconds)
         ->addParameter(paramSensorNoDataTimeoutSeconds)
         ->setInstruction(strPleaseHoldSteady);
-    // A stop request (a signal, the scenario's stop time) closes an open dialog as Cancel would.
-    libLumo::VekDialog::setStopCheck([] { return DiagModule::checkForStop(); });
+    // The interactive tests live in the dialogs plugin, loaded when the first of them runs.
+    DiagModule::setInteractiveCheck(DialogsPlugin::check);
     return true;
 }();
 }  // namespace

@@ -57,7 +57,8 @@ extern kiva5::Parameter* paramSensorNoDataTimeoutSeconds;
 
 }  // namespace vekrsensors
 
-// The test functions the framework calls, one device at a time, on the main thread.
+// The test functions the framework calls, one device at a time, on the main thread. The three
+// interactive ones are in the dialogs plugin; the catalogue reaches them through DialogsPlugin.
 kiva5::TestResult AmbientLightSensorTest(const kiva5::DiagDevice& device);
 kiva5::TestResult AccelerometerTest(const kiva5::DiagDevice& device);
 kiva5::TestResult MagnetometerTest(const kiva5::DiagDevice& device);

@@ -12,6 +12,7 @@ struct ModuleState {
     std::vector<std::string> args;
     ModuleVersion version;
     DeviceSourceFactory devices;
+    InteractiveCheck interactiveCheck;
     std::function<int()> startOverride;
 };
 
@@ -57,6 +58,7 @@ int DiagModule::start() {
     Host host(Catalogue::global(), moduleFile, s.version,
               s.devices ? s.devices : DeviceSourceFactory(makeSensorDeviceSource), std::cout,
               std::cerr);
+    host.setInteractiveCheck(s.interactiveCheck);
     return host.start(s.args);
 }
 
@@ -92,6 +94,10 @@ void DiagModule::captureEventsForTesting(RunRecord* run) {
 
 void DiagModule::setDeviceSourceFactory(DeviceSourceFactory factory) {
     state().devices = std::move(factory);
+}
+
+void DiagModule::setInteractiveCheck(InteractiveCheck check) {
+    state().interactiveCheck = std::move(check);
 }
 
 void DiagModule::setStartForTesting(std::function<int()> start) {

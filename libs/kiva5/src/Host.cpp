@@ -17,7 +17,6 @@
 #include "kiva5/Localization.h"
 #include "kiva5/Report.h"
 #include "kiva5/ReportDestination.h"
-#include "platform/Screen.h"
 #include "vek/Exception.h"
 #include "vek/Json.h"
 #include "vek/Logging.h"
@@ -274,8 +273,10 @@ std::vector<std::string> applyParameters(
     return used;
 }
 
-// Why a test is not called on a device at all, or "" when it may run.
-std::string reasonNotToRun(const Test& test, bool escaped) {
+// Why a test is not called on a device at all, or "" when it may run. `interactiveProblem`
+// asks, when needed, why interactive tests cannot run here.
+std::string reasonNotToRun(const Test& test, bool escaped,
+                           const std::function<std::string()>& interactiveProblem) {
     if (escaped)
         return "not started: an earlier test ended abnormally";
     if (StopFlag::isSet()) {
@@ -289,11 +290,7 @@ std::string reasonNotToRun(const Test& test, bool escaped) {
                    std::string(p->type().name());
         }
     }
-    if (test.interactive() && platform::displayMode() == platform::DisplayMode::None) {
-        return "no display to show the test's dialog on (" + platform::displayProblem() +
-               "): run it in a desktop session, or on the simulated machine (--backend sim)";
-    }
-    return "";
+    return test.interactive() ? interactiveProblem() : "";
 }
 
 // The result for a run that reasonNotToRun() refused.
@@ -383,14 +380,8 @@ int Host::start(const std::vector<std::string>& args) {
             }
             return 0;
         }
-        // A simulated machine's dialogs run offscreen when there is no screen.
-        std::string noScreen;
-        const platform::DisplayMode mode =
-            platform::detectDisplayMode(selection.backend == "sim", &noScreen);
-        platform::setDisplayMode(mode, noScreen);
-        VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
-                "Display: " << platform::displayModeName(mode)
-                            << (noScreen.empty() ? "" : " (" + noScreen + ")"));
+        simulatedMachine_ = selection.backend == "sim";
+        interactiveProblem_.reset();
 
         Report report;
         report.moduleFile = moduleFile_;
@@ -486,7 +477,14 @@ std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
             if (p->isset())
                 run.parameters.emplace_back(p->name(), p->value().text());
         }
-        const std::string refused = reasonNotToRun(*test, static_cast<bool>(escaped));
+        const std::string refused =
+            reasonNotToRun(*test, static_cast<bool>(escaped), [this] {
+                if (!interactiveProblem_) {
+                    interactiveProblem_ =
+                        interactiveCheck_ ? interactiveCheck_(simulatedMachine_) : "";
+                }
+                return *interactiveProblem_;
+            });
         if (!refused.empty()) {
             run.result = refusedResult(*test, static_cast<bool>(escaped));
             run.notes.push_back(refused);

@@ -10,7 +10,6 @@
 #include "kiva5/DiagModule.h"
 #include "kiva5/Host.h"
 #include "kiva5/KivaException.h"
-#include "platform/Screen.h"
 #include "vek/Resource.h"
 
 namespace fs = std::filesystem;
@@ -76,12 +75,9 @@ protected:
         g_gyro = nullptr;
         g_calls.clear();
         DiagModule::requestStop();  // a stale request must not leak into the next start()
-        // A screen, so that the interactive test may run unless a case takes it away.
-        setenv("QT_QPA_PLATFORM", "offscreen", 1);
     }
     void TearDown() override {
         vek::Resource::resetForTesting();
-        unsetenv("QT_QPA_PLATFORM");
     }
     void writeGoodResources() {
         vek::Resource::resetForTesting();
@@ -447,41 +443,48 @@ TEST_F(HostFixture, ListPrintsTheCatalogueInDeclarationOrder) {
 
 namespace {
 
-TEST_F(HostFixture, InteractiveTestsNeedADisplayExceptOnTheSimulatedMachine) {
-    unsetenv("QT_QPA_PLATFORM");
-    unsetenv("DISPLAY");
-    unsetenv("WAYLAND_DISPLAY");
-    auto report = runForReport({"--backend", "iio"});
+TEST_F(HostFixture, InteractiveTestsAreCheckedOnceAndOnlyWhenOneIsAboutToRun) {
+    std::vector<bool> asked;  // the simulatedMachine argument of each call
+    std::string answer = "no dialogs here";
+    const auto runWithCheck = [&](std::vector<std::string> args) {
+        args.insert(args.begin(), "testmod.vkm");
+        std::ostringstream out, err;
+        Host host(catalogue_, "testmod.vkm", ModuleVersion{6, 5, "000000001"},
+                  [this](const BackendSelection&) { return std::make_unique<FakeSource>(devices_); },
+                  out, err);
+        host.setInteractiveCheck([&](bool simulated) {
+            asked.push_back(simulated);
+            return answer;
+        });
+        const fs::path report = root_ / "report.json";
+        args.insert(args.end(), {"--report", report.string()});
+        host.start(args);
+        return nlohmann::json::parse(std::ifstream(report));
+    };
+
+    auto report = runWithCheck({"--test", "ATest"});
+    EXPECT_EQ(report["runs"][0]["result"], "PASS");
+    EXPECT_TRUE(asked.empty()) << "a threshold-only run loads and probes nothing for dialogs";
+
+    g_calls.clear();
+    devices_.push_back(DiagDevice(DeviceCapability::Gyrometer(), "SIM\\GYRO\\1", "Gyro 2"));
+    report = runWithCheck({"--backend", "iio"});
     EXPECT_EQ(report["runs"][0]["result"], "PASS") << "a test without a dialog still runs";
-    const auto& refused = report["runs"][1];
-    EXPECT_EQ(refused["result"], "CANNOTRUN");
-    ASSERT_EQ(refused["notes"].size(), 1u);
-    EXPECT_NE(refused["notes"][0].get<std::string>().find("no display"), std::string::npos);
+    for (int i : {1, 2}) {
+        EXPECT_EQ(report["runs"][i]["result"], "CANNOTRUN");
+        EXPECT_EQ(report["runs"][i]["notes"], nlohmann::json::array({"no dialogs here"}));
+    }
+    EXPECT_EQ(asked, std::vector<bool>{false}) << "asked once per start";
     EXPECT_EQ(g_calls, std::vector<std::string>{"ATest SIM\\ACCEL\\0"})
         << "the interactive test is not called";
-    EXPECT_EQ(platform::displayMode(), platform::DisplayMode::None);
 
+    asked.clear();
     g_calls.clear();
-    report = runForReport({"--backend", "sim"});
-    EXPECT_EQ(report["runs"][1]["result"], "PASS");
+    answer = "";
+    report = runWithCheck({"--backend", "sim", "--test", "BTest"});
+    EXPECT_EQ(report["runs"][0]["result"], "PASS");
+    EXPECT_EQ(asked, std::vector<bool>{true}) << "the check is told it is a simulated machine";
     EXPECT_EQ(g_calls.size(), 2u);
-    EXPECT_EQ(platform::displayMode(), platform::DisplayMode::Offscreen);
-
-    // A display that does not answer is none, and the note says which it was.
-    setenv("DISPLAY", ":97", 1);
-    report = runForReport({"--backend", "iio"});
-    EXPECT_EQ(report["runs"][1]["result"], "CANNOTRUN");
-    EXPECT_NE(report["runs"][1]["notes"][0].get<std::string>().find("X display \":97\""),
-              std::string::npos)
-        << report["runs"][1]["notes"][0];
-    unsetenv("DISPLAY");
-
-    // A Qt platform the user names is trusted.
-    setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    g_calls.clear();
-    report = runForReport({"--backend", "iio"});
-    EXPECT_EQ(report["runs"][1]["result"], "PASS");
-    EXPECT_EQ(platform::displayMode(), platform::DisplayMode::Screen);
 }
 
 }  // namespace

@@ -1,18 +1,9 @@
 #include "platform/Screen.h"
 
-#include "platform/Environment.h"
-
-#include <xcb/xcb.h>
-
 #include <atomic>
-#include <chrono>
-#include <cstdlib>
 #include <mutex>
-#include <optional>
-#include <string_view>
 
 #include "InstalledHook.h"
-#include "vek/CallWithin.h"
 
 namespace {
 std::atomic<platform::DisplayMode> s_mode{platform::DisplayMode::None};
@@ -21,51 +12,7 @@ std::string s_problem;
 platform::InstalledHook<platform::OperatorScript> s_script;
 platform::InstalledHook<platform::OperatorWatcher> s_watcher;
 
-bool envSet(const char* name) {
-    return platform::environmentSet(name);
-}
-
-// How long the X server in DISPLAY has to complete its connection set-up. A local server
-// answers within a millisecond; one that has not answered in this time is wedged or far
-// away, and Qt, given it, would wait for it just as long.
-constexpr std::chrono::milliseconds kXAnswerTime{2000};
-
-// Why the X server named in DISPLAY cannot be used; empty when it answers. This is the same
-// connection Qt's xcb plugin makes, which aborts the process when it fails.
-std::string xServerProblem() {
-    if (!envSet("DISPLAY"))
-        return envSet("WAYLAND_DISPLAY") ? "a Wayland session without XWayland (DISPLAY is not set)"
-                                         : "neither DISPLAY nor WAYLAND_DISPLAY is set";
-    const std::string display = std::getenv("DISPLAY");
-    const std::optional<bool> answered = vek::callWithin(kXAnswerTime, [display] {
-        xcb_connection_t* connection = xcb_connect(display.c_str(), nullptr);
-        const bool ok = xcb_connection_has_error(connection) == 0;
-        xcb_disconnect(connection);
-        return ok;
-    });
-    if (!answered) {
-        return "the X display \"" + display + "\" did not answer within " +
-               std::to_string(
-                   std::chrono::duration_cast<std::chrono::seconds>(kXAnswerTime).count()) +
-               " s";
-    }
-    if (*answered)
-        return {};
-    return "cannot connect to the X display \"" + display + "\"";
-}
 }  // namespace
-
-platform::DisplayMode platform::detectDisplayMode(bool simulatedMachine, std::string* problem) {
-    const char* qpa = std::getenv("QT_QPA_PLATFORM");
-    if (qpa && *qpa && !std::string_view(qpa).starts_with("xcb"))
-        return DisplayMode::Screen;
-    const std::string why = xServerProblem();
-    if (why.empty())
-        return DisplayMode::Screen;
-    if (problem)
-        *problem = why;
-    return simulatedMachine ? DisplayMode::Offscreen : DisplayMode::None;
-}
 
 void platform::setDisplayMode(DisplayMode mode, std::string problem) {
     std::lock_guard lock(s_problemMutex);

@@ -40,6 +40,13 @@ struct BackendSelection {
 // scenario), before any test runs.
 using DeviceSourceFactory = std::function<std::unique_ptr<DeviceSource>(const BackendSelection&)>;
 
+// What the interactive tests need before the first of them runs: their code loaded, a screen
+// to show dialogs on. Answers why they cannot run on this machine, or "" when they can.
+// `simulatedMachine` is true for the "sim" backend, whose dialogs may run offscreen. The host
+// asks at most once per start(), and only when an interactive test is about to run, so a
+// threshold-only run loads and probes nothing for them.
+using InteractiveCheck = std::function<std::string(bool simulatedMachine)>;
+
 // The sensors of libOrra's backends: "iio" or "sim". The backend becomes the process's
 // installed one, so the tests' enumeration calls see the same machine.
 std::unique_ptr<DeviceSource> makeSensorDeviceSource(const BackendSelection& selection);

@@ -44,6 +44,9 @@ public:
     static void handleStopSignals();
     // How the host finds devices; set once by the module before start().
     static void setDeviceSourceFactory(DeviceSourceFactory factory);
+    // What interactive tests need before the first of them runs (see Host::InteractiveCheck);
+    // set once by the module before start().
+    static void setInteractiveCheck(InteractiveCheck check);
     // Records events raised from now on into `run` (nullptr stops), as during a host's run.
     static void captureEventsForTesting(RunRecord* run);
     // Replaces start() for tests of the application object.

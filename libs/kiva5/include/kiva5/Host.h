@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,8 @@ public:
     // kUsageError; framework failures throw KivaException; an exception out of a test
     // function is rethrown after the report has been written.
     int start(const std::vector<std::string>& args);
+    // Without one, interactive tests run as any other.
+    void setInteractiveCheck(InteractiveCheck check) { interactiveCheck_ = std::move(check); }
 
 private:
     // Calls each test once per matching device, in order, into `report`, saying on
@@ -46,6 +49,10 @@ private:
     std::string moduleFile_;
     ModuleVersion version_;
     DeviceSourceFactory devices_;
+    InteractiveCheck interactiveCheck_;
+    // The check's answer for this start(), once asked.
+    std::optional<std::string> interactiveProblem_;
+    bool simulatedMachine_ = false;
     std::ostream& out_;
     std::ostream& err_;
 };

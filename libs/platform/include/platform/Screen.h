@@ -15,15 +15,8 @@ enum class DisplayMode {
     Offscreen,  // dialogs run without a screen, driven by the simulated operator
 };
 
-// The mode for this process. Screen when a Qt platform other than xcb is named in
-// QT_QPA_PLATFORM (the user's choice, trusted), or when the X server in DISPLAY answers: Qt's
-// only windowing plugin among our dependencies is xcb, so a Wayland session is reached through
-// XWayland. A display that is set but does not answer counts as none, since Qt would end the
-// process on it. Without a screen a simulated machine gets Offscreen and a real one None, and
-// `problem` (when given) says why there is no screen.
-DisplayMode detectDisplayMode(bool simulatedMachine, std::string* problem = nullptr);
-// Set by the host before the tests run, with the reason there is no screen (if any); read by
-// the dialog layer and the host from any thread.
+// Set before the first dialog is shown, with the reason there is no screen (if any); read
+// by the dialog layer from any thread. None until then.
 void setDisplayMode(DisplayMode mode, std::string problem = {});
 DisplayMode displayMode();
 std::string displayProblem();
