@@ -214,15 +214,20 @@ std::string chooseLanguage(const CommandLine& o, const std::string& module) {
     return found;
 }
 
-// Texts and settings are read before any test starts, so a broken install fails at once
-// instead of halfway through a run.
-void loadResources(const Catalogue& catalogue, const std::string& language,
-                   const std::string& module) {
+// Texts and settings serve the dialogs and their instructions. When an interactive test is
+// selected they are read before any test starts, so a broken install fails at once; for a
+// threshold-only run the texts are read only if a test looks one up, and settings on first use.
+void loadResources(const Catalogue& catalogue, const std::vector<Test*>& tests,
+                   const std::string& language, const std::string& module) {
     std::vector<std::string> keys;
     for (const auto& s : catalogue.strings())
         keys.push_back(s->key());
+    vek::VekLocale::setGlobalLocale(language);
+    if (std::none_of(tests.begin(), tests.end(), [](const Test* t) { return t->interactive(); })) {
+        Localization::loadOnFirstUse(module, language, keys);
+        return;
+    }
     Localization::load(module, language, keys);
-    vek::VekLocale::setGlobalLocale(Localization::language());
     try {
         vek::Resource::loadSettings(vek::String(module));
     } catch (const vek::Exception& e) {
@@ -360,7 +365,8 @@ int Host::start(const std::vector<std::string>& args) {
         const std::vector<Test*> tests = selectTests(catalogue_, o);
         const auto overrides = parameterOverrides(catalogue_, o);
 
-        loadResources(catalogue_, chooseLanguage(o, module), module);
+        const std::string language = chooseLanguage(o, module);
+        loadResources(catalogue_, tests, language, module);
         const std::vector<std::string> profiles =
             applyParameters(catalogue_, o, module, overrides);
 
@@ -388,7 +394,7 @@ int Host::start(const std::vector<std::string>& args) {
         report.version = versionText;
         report.build = version_.build;
         report.backend = selection.backend;
-        report.language = Localization::language();
+        report.language = language;
         report.profiles = profiles;
         const bool reportToStdout =
             destination && destination->kind() == ReportDestination::Kind::Stdout;

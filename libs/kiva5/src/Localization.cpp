@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
+#include <optional>
 #include <nlohmann/json.hpp>
 
 #include "kiva5/KivaException.h"
@@ -14,8 +15,17 @@
 namespace kiva5 {
 namespace {
 
+struct PendingLoad {
+    std::string module;
+    std::string language;
+    std::vector<std::string> requiredKeys;
+};
+
 struct Tables {
     std::mutex mutex;
+    // Held while a deferred load reads the tables, so a second reader waits for them.
+    std::mutex loadMutex;
+    std::optional<PendingLoad> pending;
     std::string language = "en";
     std::map<std::string, std::string> chosen;
     std::map<std::string, std::string> english;
@@ -179,8 +189,26 @@ void Localization::load(const std::string& module, const std::string& language,
     setForTesting(effective, std::move(chosen), std::move(*english));
 }
 
+void Localization::loadOnFirstUse(const std::string& module, const std::string& language,
+                                  const std::vector<std::string>& requiredKeys) {
+    Tables& t = tables();
+    std::lock_guard lock(t.mutex);
+    t.pending = PendingLoad{module, language, requiredKeys};
+    t.language = language;
+}
+
 vek::String Localization::lookup(const std::string& key) {
     Tables& t = tables();
+    {
+        std::lock_guard loading(t.loadMutex);
+        std::optional<PendingLoad> pending;
+        {
+            std::lock_guard lock(t.mutex);
+            pending.swap(t.pending);
+        }
+        if (pending)
+            load(pending->module, pending->language, pending->requiredKeys);
+    }
     std::lock_guard lock(t.mutex);
     if (auto it = t.chosen.find(key); it != t.chosen.end())
         return vek::String(it->second);
@@ -199,6 +227,7 @@ void Localization::setForTesting(std::string language, std::map<std::string, std
                                  std::map<std::string, std::string> english) {
     Tables& t = tables();
     std::lock_guard lock(t.mutex);
+    t.pending.reset();
     t.language = std::move(language);
     t.chosen = std::move(chosen);
     t.english = std::move(english);

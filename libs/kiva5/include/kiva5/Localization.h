@@ -9,8 +9,8 @@
 namespace kiva5 {
 
 // The texts of localized-string keys, from "resources/<module>/strings/<language>.json".
-// Loaded once by the host on the main thread before any test runs; read from any thread
-// afterwards.
+// Loaded by the host on the main thread before any test runs, or named then and read at the
+// first lookup; read from any thread afterwards.
 class Localization {
 public:
     // A locale name as people and environments write it: "de", "de_DE", "de-DE",
@@ -30,6 +30,10 @@ public:
     // `requiredKeys`.
     static void load(const std::string& module, const std::string& language,
                      const std::vector<std::string>& requiredKeys);
+    // As load(), but the tables are read at the first lookup: a run whose tests show no text
+    // reads none. A lookup that then finds a table missing or malformed throws as load() does.
+    static void loadOnFirstUse(const std::string& module, const std::string& language,
+                               const std::vector<std::string>& requiredKeys);
     // The text in the loaded language, else in English, else the key itself.
     static vek::String lookup(const std::string& key);
     static const std::string& language();
