@@ -1,6 +1,7 @@
 // Builds a report from arbitrary bytes (device locator and name, parameter values, notes,
 // event variables) and writes it: the JSON must always parse back, every text in it is valid
 // UTF-8, and each escaped copy gives back the original bytes.
+#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -65,6 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     event.name = "Sensor_Timeout";
     event.variables.emplace_back(parts[1], kiva5::Value(parts[3]));
     run.events.push_back(event);
+    run.result = kiva5::TestResult::FAIL();  // a failure carries every text into the XML
     report.runs.push_back(run);
     report.settleResult();
 
@@ -78,6 +80,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         unescape(written["parametersEscaped"]["AccelerometerTarget"].get<std::string>()) !=
             parts[2]) {
         std::abort();
+    }
+    // JUnit XML: only markup starts with '<', and no character XML 1.0 forbids.
+    const std::string xml = report.toJUnitXml();
+    if (!vek::isValidUtf8(xml))
+        std::abort();
+    for (std::size_t i = 0; i < xml.size(); ++i) {
+        const auto b = static_cast<unsigned char>(xml[i]);
+        if (b < 0x20 && b != '\t' && b != '\n' && b != '\r')
+            std::abort();
+        if (b == '<' && (i + 1 == xml.size() || !(std::isalpha(static_cast<unsigned char>(
+                                                     xml[i + 1])) ||
+                                                 xml[i + 1] == '/' || xml[i + 1] == '?')))
+            std::abort();
     }
     std::ostringstream summary;
     report.printSummary(summary, "", report.result.value());

@@ -30,7 +30,7 @@ TEST_F(CommandLine, VersionAndHelp) {
     EXPECT_EQ(o.exitCode, 0);
     for (const char* option :
          {"--list", "--devices", "--test", "--device", "--param", "--profile", "--backend",
-          "--scenario", "--lang", "--report", "--log", "--log-level"}) {
+          "--scenario", "--lang", "--report", "--junit", "--log", "--log-level"}) {
         EXPECT_NE(o.out.find(option), std::string::npos) << option;
     }
 }
@@ -93,6 +93,7 @@ TEST_F(CommandLine, UsageErrorsAreOneLineBeforeAnyTest) {
         {{"--scenario", "fifo.json"}, "scenario fifo.json: is not a regular file"},
         {{"--scenario", "huge.json"}, "scenario huge.json: is larger than 4 MiB"},
         {{"--profile", "."}, "profile .: is not a regular file"},
+        {{"--junit", "missing/r.xml"}, "junit missing/r.xml: folder missing: No such file or directory (see --help)"},
     };
     for (const UsageRow& row : rows) {
         std::vector<std::string> args = row.args;

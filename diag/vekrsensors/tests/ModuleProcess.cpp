@@ -18,6 +18,12 @@ ModuleRun::ModuleRun(const std::vector<std::string>& args, const std::string& wo
         return;
 
     std::vector<std::string> argStore{VEKR_MODULE_PATH};
+    if (start.termWaiting) {
+        // The shell, with SIGTERM blocked, sends it to itself and becomes the module: the
+        // signal is pending at the module's first instruction however the machine schedules
+        // us (a kill after the spawn can come after a quick module has already finished).
+        argStore = {"/bin/sh", "-c", "kill -s TERM $$ && exec \"$0\" \"$@\"", VEKR_MODULE_PATH};
+    }
     argStore.insert(argStore.end(), args.begin(), args.end());
     std::vector<char*> argv;
     for (auto& a : argStore)
@@ -67,8 +73,6 @@ ModuleRun::ModuleRun(const std::vector<std::string>& args, const std::string& wo
         posix_spawn(&pid_, argStore.front().c_str(), &actions, &attr, argv.data(), envp.data());
     posix_spawnattr_destroy(&attr);
     posix_spawn_file_actions_destroy(&actions);
-    if (rc == 0 && start.termWaiting)
-        kill(pid_, SIGTERM);
     close(outPipe[1]);
     close(errPipe[1]);
     fds_[0] = outPipe[0];

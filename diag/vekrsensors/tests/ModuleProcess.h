@@ -23,8 +23,8 @@ public:
         // nullopt collects stdout through a pipe; "" starts with stdout closed; any other
         // text is a file stdout is opened onto (e.g. /dev/full).
         std::optional<std::string> stdoutTo;
-        // A SIGTERM is already waiting when the program starts (blocked at the spawn, sent at
-        // once), as when a host stops it in its first instant.
+        // A SIGTERM is already waiting when the program starts (blocked, and pending before
+        // the module's first instruction), as when a host stops it in its first instant.
         bool termWaiting = false;
     };
     ModuleRun(const std::vector<std::string>& args, const std::string& workDir,

@@ -53,6 +53,8 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
                    "LC_MESSAGES, LANG)");
     CLI::Option* report =
         app.add_option("--report", o.report, "Write the JSON report here (- for stdout)");
+    CLI::Option* junit = app.add_option(
+        "--junit", o.junit, "Write the runs as JUnit XML here, for CI and test management (- for stdout)");
     CLI::Option* log = app.add_option("--log", o.log, "Write the module log to this file");
     app.add_option("--log-level", o.logLevel, "Lowest priority logged, 1..4 (default 1)")
         ->check(CLI::Range(1, 4));
@@ -82,6 +84,9 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
                      words);
     }
     o.reportGiven = report->count() > 0;
+    o.junitGiven = junit->count() > 0;
+    if (o.reportGiven && o.junitGiven && o.report == "-" && o.junit == "-")
+        return usage("--report and --junit cannot both go to stdout");
     if (log->count() > 0 && (o.log.empty() || o.log == "-"))
         return usage("--log needs a file name (the log does not share the terminal)");
     if (o.logLevel && o.log.empty())

@@ -10,11 +10,13 @@
 #include <optional>
 #include <ostream>
 #include <sstream>
+#include <tuple>
 
 #include "RunContext.h"
 #include "kiva5/CommandLine.h"
 #include "kiva5/KivaException.h"
 #include "kiva5/Localization.h"
+#include "kiva5/MachineIdentity.h"
 #include "kiva5/Report.h"
 #include "kiva5/ReportDestination.h"
 #include "vek/Exception.h"
@@ -355,10 +357,15 @@ int Host::start(const std::vector<std::string>& args) {
         }
         // Where the evidence goes is settled before anything runs.
         std::optional<ReportDestination> destination;
-        if (o.reportGiven) {
+        std::optional<ReportDestination> junitDestination;
+        for (auto [given, option, name, into] :
+             {std::tuple(o.reportGiven, "--report", &o.report, &destination),
+              std::tuple(o.junitGiven, "--junit", &o.junit, &junitDestination)}) {
+            if (!given)
+                continue;
             std::string problem;
-            destination = ReportDestination::check(o.report, problem);
-            if (!destination)
+            *into = ReportDestination::check(option, *name, problem);
+            if (!*into)
                 throw UsageError{problem};
         }
         // The command line is checked against the catalogue before anything is read.
@@ -390,24 +397,36 @@ int Host::start(const std::vector<std::string>& args) {
         interactiveProblem_.reset();
 
         Report report;
+        report.started = std::chrono::system_clock::now();
+        report.commandLine = args;
+        // Who was tested matters only to a report someone keeps.
+        if (destination || junitDestination)
+            report.machine = MachineIdentity::read();
         report.moduleFile = moduleFile_;
         report.version = versionText;
         report.build = version_.build;
         report.backend = selection.backend;
         report.language = language;
         report.profiles = profiles;
-        const bool reportToStdout =
-            destination && destination->kind() == ReportDestination::Kind::Stdout;
+        const auto toStdout = [](const std::optional<ReportDestination>& d) {
+            return d && d->kind() == ReportDestination::Kind::Stdout;
+        };
+        const bool reportToStdout = toStdout(destination) || toStdout(junitDestination);
         std::ostream& terminal = reportToStdout ? err_ : out_;
         std::exception_ptr escaped =
             runTests(tests, devices, o.device, *source, report, o.quiet ? nullptr : &terminal);
 
+        report.ended = std::chrono::system_clock::now();
         report.settleResult();
-        // The report first, then the summary, which can then tell the real exit code.
+        // The reports first, then the summary, which can then tell the real exit code.
         int code = report.result.value();
         bool written = true;
-        if (destination) {
-            const std::string problem = destination->write(report.toJson(), out_);
+        for (const auto& [to, text] :
+             {std::pair(&destination, destination ? report.toJson() : std::string()),
+              std::pair(&junitDestination, junitDestination ? report.toJUnitXml() : std::string())}) {
+            if (!*to)
+                continue;
+            const std::string problem = (*to)->write(text, out_);
             if (!problem.empty()) {
                 err_ << moduleFile_ << ": " << problem << "\n";
                 code = TestResult::EXITEDABNORMALLY().value();
@@ -470,6 +489,7 @@ std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
         const DiagDevice* device = plan[i].second;
         RunRecord run;
         run.test = test->name();
+        run.started = std::chrono::system_clock::now();
         if (!device) {
             run.result = TestResult::NODEVICE();
             run.notes.push_back("no " + std::string(test->capability().name()) + " device" +

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <ctime>
 #include <iomanip>
 #include <nlohmann/json.hpp>
 #include <ostream>
@@ -56,6 +57,53 @@ std::vector<std::string> validTexts(const std::vector<std::string>& texts) {
     return out;
 }
 
+nlohmann::ordered_json optionalText(const std::optional<std::string>& text) {
+    return text ? nlohmann::ordered_json(vek::toValidUtf8(*text)) : nlohmann::ordered_json();
+}
+
+double roundedSeconds(double seconds) {
+    return std::round(seconds * 1000.0) / 1000.0;
+}
+
+// "error: Sensor_Timeout Name=value (tip: Key)": one event as people read it.
+std::string eventText(const EventRecord& e) {
+    std::string text = e.severity + ": " + e.name;
+    for (const auto& [name, value] : e.variables)
+        text += " " + name + "=" + value.text();
+    if (!e.tips.empty()) {
+        text += " (tip:";
+        for (const auto& t : e.tips)
+            text += " " + t;
+        text += ")";
+    }
+    return text;
+}
+
+// Text as XML 1.0 character data or attribute value: markup escaped, and the characters XML
+// cannot carry at all (control characters other than tab and line breaks, text that is not
+// UTF-8) replaced, so any parser reads the file.
+std::string xmlText(const std::string& raw) {
+    const std::string text = vek::toValidUtf8(raw);
+    std::string out;
+    out.reserve(text.size());
+    for (const char c : text) {
+        const auto b = static_cast<unsigned char>(c);
+        switch (c) {
+            case '&': out += "&amp;"; break;
+            case '<': out += "&lt;"; break;
+            case '>': out += "&gt;"; break;
+            case '"': out += "&quot;"; break;
+            case '\'': out += "&apos;"; break;
+            default:
+                if (b < 0x20 && c != '\t' && c != '\n' && c != '\r')
+                    out += "\xef\xbf\xbd";  // U+FFFD
+                else
+                    out += c;
+        }
+    }
+    return out;
+}
+
 }  // namespace
 
 void Report::settleResult() {
@@ -70,7 +118,27 @@ void Report::settleResult() {
 
 std::string Report::toJson() const {
     nlohmann::ordered_json doc;
+    doc["format"] = kFormat;
     doc["module"] = {{"file", moduleFile}, {"version", version}, {"build", build}};
+    nlohmann::ordered_json host = nlohmann::ordered_json::object();
+    if (machine) {
+        host["name"] = vek::toValidUtf8(machine->hostName);
+        host["vendor"] = optionalText(machine->vendor);
+        host["product"] = optionalText(machine->product);
+        host["serial"] = optionalText(machine->serial);
+        host["machineId"] = optionalText(machine->machineId);
+    }
+    doc["host"] = std::move(host);
+    doc["commandLine"] = validTexts(commandLine);
+    if (!std::all_of(commandLine.begin(), commandLine.end(), vek::isValidUtf8)) {
+        std::vector<std::string> escaped;
+        for (const auto& a : commandLine)
+            escaped.push_back(vek::escapeInvalidUtf8(a));
+        doc["commandLineEscaped"] = escaped;
+    }
+    doc["started"] = utcText(started);
+    doc["ended"] = utcText(ended);
+    doc["seconds"] = roundedSeconds(std::chrono::duration<double>(ended - started).count());
     doc["backend"] = backend;
     doc["language"] = language;
     doc["profiles"] = validTexts(profiles);
@@ -98,7 +166,8 @@ std::string Report::toJson() const {
             r["parametersEscaped"] = std::move(escaped);
         r["result"] = std::string(run.result.name());
         r["code"] = run.result.value();
-        r["seconds"] = std::round(run.seconds * 1000.0) / 1000.0;
+        r["started"] = utcText(run.started);
+        r["seconds"] = roundedSeconds(run.seconds);
         r["events"] = nlohmann::ordered_json::array();
         for (const auto& e : run.events) {
             r["events"].push_back({{"name", e.name},
@@ -117,6 +186,104 @@ std::string Report::toJson() const {
     doc["code"] = result.value();
     // Every text above is valid UTF-8 already; replacing is the last guard, never a throw.
     return doc.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+std::string Report::utcText(std::chrono::system_clock::time_point t) {
+    const auto ms = std::chrono::floor<std::chrono::milliseconds>(t).time_since_epoch().count();
+    const std::time_t secs = static_cast<std::time_t>(ms / 1000 - (ms % 1000 < 0 ? 1 : 0));
+    const auto millis = static_cast<int>((ms % 1000 + 1000) % 1000);
+    std::tm utc{};
+    gmtime_r(&secs, &utc);
+    char text[40];
+    const std::size_t n = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &utc);
+    std::ostringstream out;
+    out << std::string(text, n) << "." << std::setw(3) << std::setfill('0') << millis << "Z";
+    return out.str();
+}
+
+std::string Report::toJUnitXml() const {
+    enum class Kind { Pass, Failure, Error, Skipped };
+    const auto kindOf = [](const TestResult& r) {
+        if (r == TestResult::PASS() || r == TestResult::WARN())
+            return Kind::Pass;
+        if (r == TestResult::FAIL() || r == TestResult::TIMEDOUT())
+            return Kind::Failure;
+        if (r == TestResult::EXITEDABNORMALLY() || r == TestResult::BADPARAMS())
+            return Kind::Error;
+        return Kind::Skipped;
+    };
+    std::size_t failures = 0, errors = 0, skipped = 0;
+    double seconds = 0;
+    for (const auto& run : runs) {
+        const Kind k = kindOf(run.result);
+        failures += k == Kind::Failure;
+        errors += k == Kind::Error;
+        skipped += k == Kind::Skipped;
+        seconds += run.seconds;
+    }
+    const std::string stem = std::filesystem::path(moduleFile).stem().string();
+    std::ostringstream x;
+    x << std::fixed << std::setprecision(3);
+    x << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    x << "<testsuites name=\"" << xmlText(stem) << "\" tests=\"" << runs.size()
+      << "\" failures=\"" << failures << "\" errors=\"" << errors << "\" skipped=\"" << skipped
+      << "\" time=\"" << seconds << "\">\n";
+    x << "  <testsuite name=\"" << xmlText(stem) << "\" tests=\"" << runs.size()
+      << "\" failures=\"" << failures << "\" errors=\"" << errors << "\" skipped=\"" << skipped
+      << "\" time=\"" << seconds << "\" timestamp=\"" << xmlText(utcText(started)) << "\"";
+    if (machine)
+        x << " hostname=\"" << xmlText(machine->hostName) << "\"";
+    x << ">\n";
+    x << "    <properties>\n";
+    const auto property = [&](const std::string& name, const std::string& value) {
+        x << "      <property name=\"" << xmlText(name) << "\" value=\"" << xmlText(value)
+          << "\"/>\n";
+    };
+    property("module", moduleFile + " " + version + " (build " + build + ")");
+    property("backend", backend);
+    property("language", language);
+    if (machine && machine->product)
+        property("product", *machine->product);
+    if (machine && machine->serial)
+        property("serial", *machine->serial);
+    if (machine && machine->machineId)
+        property("machineId", *machine->machineId);
+    x << "    </properties>\n";
+    for (const auto& run : runs) {
+        const std::string device =
+            run.device ? run.device->osLocator().str() : std::string("(no device)");
+        x << "    <testcase classname=\"" << xmlText(stem + "." + run.test) << "\" name=\""
+          << xmlText(device) << "\" time=\"" << roundedSeconds(run.seconds) << "\"";
+        std::string body;
+        for (const auto& e : run.events)
+            body += eventText(e) + "\n";
+        for (const auto& n : run.notes)
+            body += "note: " + n + "\n";
+        const Kind k = kindOf(run.result);
+        if (k == Kind::Pass && body.empty()) {
+            x << "/>\n";
+            continue;
+        }
+        x << ">\n";
+        std::string message = std::string(run.result.name());
+        if (const std::string measured = keyMeasurement(run); !measured.empty())
+            message += ": " + measured;
+        else if (!run.notes.empty())
+            message += ": " + run.notes.front();
+        const char* element = k == Kind::Failure ? "failure"
+                              : k == Kind::Error ? "error"
+                              : k == Kind::Skipped ? "skipped"
+                                                   : nullptr;
+        if (element) {
+            x << "      <" << element << " message=\"" << xmlText(message) << "\" type=\""
+              << run.result.name() << "\">" << xmlText(body) << "</" << element << ">\n";
+        } else {
+            x << "      <system-out>" << xmlText(message + "\n" + body) << "</system-out>\n";
+        }
+        x << "    </testcase>\n";
+    }
+    x << "  </testsuite>\n</testsuites>\n";
+    return x.str();
 }
 
 std::string Report::keyMeasurement(const RunRecord& run) {
@@ -166,18 +333,8 @@ void Report::printSummary(std::ostream& out, const std::string& trouble, int exi
         if (const std::string measured = keyMeasurement(run); !measured.empty())
             line << "  " << measured;
         out << line.str() << "\n";
-        for (const auto& e : run.events) {
-            out << "      " << e.severity << ": " << e.name;
-            for (const auto& [name, value] : e.variables)
-                out << " " << name << "=" << value.text();
-            if (!e.tips.empty()) {
-                out << " (tip:";
-                for (const auto& t : e.tips)
-                    out << " " << t;
-                out << ")";
-            }
-            out << "\n";
-        }
+        for (const auto& e : run.events)
+            out << "      " << eventText(e) << "\n";
         for (const auto& n : run.notes)
             out << "      note: " << n << "\n";
     }

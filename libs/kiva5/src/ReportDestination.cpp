@@ -48,14 +48,15 @@ std::string folderProblem(const fs::path& folder) {
 
 }  // namespace
 
-std::optional<ReportDestination> ReportDestination::check(const std::string& name,
+std::optional<ReportDestination> ReportDestination::check(const std::string& option,
+                                                          const std::string& name,
                                                           std::string& problem) {
     const auto refuse = [&](const std::string& why) -> std::optional<ReportDestination> {
-        problem = "report " + name + ": " + why;
+        problem = option.substr(option.find_first_not_of('-')) + " " + name + ": " + why;
         return std::nullopt;
     };
     if (name.empty()) {
-        problem = "--report needs a file name (- for standard output)";
+        problem = option + " needs a file name (- for standard output)";
         return std::nullopt;
     }
     if (name == "-")

@@ -21,6 +21,8 @@ struct CommandLine {
     std::string lang;
     std::string report;
     bool reportGiven = false;
+    std::string junit;
+    bool junitGiven = false;
     std::string log;
     int logLevel = 0;
 

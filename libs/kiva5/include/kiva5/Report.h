@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <iosfwd>
 #include <optional>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "kiva5/DiagDevice.h"
+#include "kiva5/MachineIdentity.h"
 #include "kiva5/TestResult.h"
 #include "kiva5/Value.h"
 
@@ -28,6 +30,7 @@ struct RunRecord {
     std::optional<DiagDevice> device;
     std::vector<std::pair<std::string, std::string>> parameters;  // the test's set parameters
     TestResult result;
+    std::chrono::system_clock::time_point started;  // when the host called (or refused) it
     double seconds = 0.0;
     std::vector<EventRecord> events;
     std::vector<std::string> notes;  // the host's own remarks (bad parameter, not started, ...)
@@ -35,17 +38,34 @@ struct RunRecord {
 };
 
 struct Report {
+    // The report's layout, for the programs that collect reports: raised when a field changes
+    // meaning or goes away (new fields may be added within a version). docs/report.schema.json
+    // describes it.
+    static constexpr int kFormat = 2;
+
     std::string moduleFile;
     std::string version;  // "6.5"
     std::string build;
     std::string backend;
     std::string language;               // the string table the texts came from
     std::vector<std::string> profiles;  // the profile files read, in the order laid over
+    std::vector<std::string> commandLine;  // as the module received it, program first
+    std::optional<MachineIdentity> machine;
+    std::chrono::system_clock::time_point started;
+    std::chrono::system_clock::time_point ended;
     std::vector<RunRecord> runs;
     TestResult result;  // the worst of the runs; NODEVICE when nothing ran
 
     void settleResult();
     std::string toJson() const;
+    // The runs as JUnit XML, as CI servers and test-management systems read it: one testsuite,
+    // one testcase per run (classname the test, name the device). FAIL and TIMEDOUT are
+    // failures, EXITEDABNORMALLY and BADPARAMS errors, CANNOTRUN, NODEVICE and USERABORTED
+    // skipped; PASS and WARN pass, a warning's events in system-out. Messages carry the key
+    // measurement, the body the events and notes.
+    std::string toJUnitXml() const;
+    // `t` as ISO 8601 in UTC with milliseconds: "2026-11-23T15:04:05.123Z".
+    static std::string utcText(std::chrono::system_clock::time_point t);
     // The readable summary; its last line names the overall result, what went wrong after the
     // tests (`trouble`, e.g. an unwritten report) and the process's exit code.
     void printSummary(std::ostream& out, const std::string& trouble, int exitCode) const;

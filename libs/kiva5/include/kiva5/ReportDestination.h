@@ -16,9 +16,10 @@ class ReportDestination {
 public:
     enum class Kind { Stdout, Special, File };
 
-    // The destination for `--report NAME` ("-" is stdout), or the one-line reason it cannot
-    // take a report (in `problem`).
-    static std::optional<ReportDestination> check(const std::string& name, std::string& problem);
+    // The destination for `option NAME` (--report, --junit; "-" is stdout), or the one-line
+    // reason it cannot take a report (in `problem`).
+    static std::optional<ReportDestination> check(const std::string& option,
+                                                  const std::string& name, std::string& problem);
 
     // Writes `text` whole. Stdout goes through `stdoutStream`, which is flushed and checked.
     // Returns "" on success, else the reason, naming the destination.
