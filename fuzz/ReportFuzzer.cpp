@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "kiva5/Report.h"
+#include "vek/String.h"
 
 namespace {
 
