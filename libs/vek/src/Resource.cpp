@@ -9,6 +9,8 @@
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "vek/Exception.h"
 #include "vek/Json.h"
@@ -175,21 +177,60 @@ std::optional<fs::path> findIgnoringCase(const fs::path& base, const fs::path& r
 
 }  // namespace
 
+namespace {
+
+// The install's data folder as seen from the installed executable, e.g. "../../share" from
+// "<prefix>/lib/vekrsensors" (set by the build from the install layout).
+#ifndef VEK_DATA_DIR_FROM_EXECUTABLE
+#define VEK_DATA_DIR_FROM_EXECUTABLE "../../share"
+#endif
+
+// Where a shipped resource lies, as (folder, path under it): beside the executable as in the
+// build tree ("<bin>/resources/vekrsensors/x.png"), and in the install's data folder, where
+// the "resources" level is left out ("<prefix>/share/vekrsensors/x.png").
+std::vector<std::pair<fs::path, fs::path>> shippedLocations(const fs::path& relative) {
+    std::vector<std::pair<fs::path, fs::path>> out;
+    const auto dir = executableDir();
+    if (!dir)
+        return out;
+    out.emplace_back(*dir, relative);
+    if (relative.is_relative()) {
+        fs::path rest;
+        bool first = true;
+        bool underResources = false;
+        for (const fs::path& part : relative) {
+            if (part.empty() || part == ".")
+                continue;
+            if (first) {
+                underResources = String(part.string()).equalNoCase(String("resources"));
+                first = false;
+                if (underResources)
+                    continue;
+            }
+            rest /= part;
+        }
+        if (underResources && !rest.empty())
+            out.emplace_back((*dir / VEK_DATA_DIR_FROM_EXECUTABLE).lexically_normal(), rest);
+    }
+    return out;
+}
+
+}  // namespace
+
 std::optional<fs::path> Resource::resolve(const fs::path& relative) {
     std::error_code ec;
     if (fs::is_regular_file(relative, ec))
         return fs::absolute(relative, ec);
-    const auto dir = executableDir();
-    if (dir) {
-        const fs::path candidate = *dir / relative;
-        if (fs::is_regular_file(candidate, ec))
-            return candidate;
+    const auto shipped = shippedLocations(relative);
+    for (const auto& [base, rest] : shipped) {
+        if (fs::is_regular_file(base / rest, ec))
+            return base / rest;
     }
     if (relative.is_relative()) {
         if (auto found = findIgnoringCase(fs::current_path(ec), relative))
             return found;
-        if (dir) {
-            if (auto found = findIgnoringCase(*dir, relative))
+        for (const auto& [base, rest] : shipped) {
+            if (auto found = findIgnoringCase(base, rest))
                 return found;
         }
     }
@@ -197,12 +238,13 @@ std::optional<fs::path> Resource::resolve(const fs::path& relative) {
 }
 
 bool Resource::overridesInstalled(const fs::path& relative, const fs::path& file) {
-    const auto dir = executableDir();
-    if (!dir)
-        return false;
     std::error_code ec;
-    const fs::path installed = *dir / relative;
-    return fs::is_regular_file(installed, ec) && !fs::equivalent(installed, file, ec);
+    for (const auto& [base, rest] : shippedLocations(relative)) {
+        const fs::path installed = base / rest;
+        if (fs::is_regular_file(installed, ec))
+            return !fs::equivalent(installed, file, ec);
+    }
+    return false;
 }
 
 bool Resource::getSetting(const String& module, const String& key, String& value,

@@ -54,16 +54,29 @@ TEST_F(Settings, LanguageBlockWinsOverCommonBlock) {
     EXPECT_FALSE(get("C.value", v));
 }
 
-TEST_F(Settings, WorkingDirectoryComesBeforeTheExecutablesFolder) {
-    write(root_ / "exe", R"({"settings": {"A.value": "from-exe"}})");
+// An installed module (<prefix>/lib/mod/) finds <prefix>/share/mod/; the build tree's copy
+// beside the executable wins over it, a working folder's over both.
+TEST_F(Settings, WorkingFolderThenBesideTheExecutableThenTheInstallsDataFolder) {
+    const fs::path exe = root_ / "lib/mod";
+    fs::create_directories(root_ / "share/mod");
+    std::ofstream(root_ / "share/mod/settings.json") << R"({"settings": {"A.value": "installed"}})";
+    std::ofstream(root_ / "share/mod/Prox.png") << "x";
     std::string v;
-    ASSERT_TRUE(get("A.value", v));
-    EXPECT_EQ(v, "from-exe");
-    vek::Resource::resetForTesting();
-    vek::Resource::setExecutableDirForTesting(root_ / "exe");
-    write(root_ / "cwd", R"({"settings": {"A.value": "from-cwd"}})");
-    ASSERT_TRUE(get("A.value", v));
-    EXPECT_EQ(v, "from-cwd");
+    for (const auto& [writeTo, expected] : {std::pair(fs::path(), "installed"),
+                                            std::pair(exe, "beside"),
+                                            std::pair(root_ / "cwd", "working")}) {
+        if (!writeTo.empty())
+            write(writeTo, std::string(R"({"settings": {"A.value": ")") + expected + "\"}}");
+        vek::Resource::resetForTesting();
+        vek::Resource::setExecutableDirForTesting(exe);
+        ASSERT_TRUE(get("A.value", v)) << expected;
+        EXPECT_EQ(v, expected);
+    }
+    const auto png = vek::Resource::resolve("Resources//mod//prox.png");
+    ASSERT_TRUE(png);
+    EXPECT_TRUE(fs::equivalent(*png, root_ / "share/mod/Prox.png"));
+    EXPECT_TRUE(vek::Resource::overridesInstalled("resources/mod/settings.json",
+                                                  root_ / "cwd/resources/mod/settings.json"));
 }
 
 TEST_F(Settings, ResourceNamesIgnoreLetterCaseAndDoubledSlashes) {

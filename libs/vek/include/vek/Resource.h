@@ -24,9 +24,11 @@ private:
     std::string language_;
 };
 
-// The module's resource folder and its settings. Paths resolve against the working directory
-// first, then beside the running executable, so the module works from a build tree, an
-// install and a test's temporary folder alike.
+// The module's resource folder and its settings. Paths ("resources/<module>/...") resolve
+// against the working directory first, then beside the running executable (the build tree),
+// then in the install's data folder ("<prefix>/share/<module>/..." from an executable in
+// "<prefix>/lib/<module>/"), so the module works from a build tree, an install and a test's
+// temporary folder alike.
 class Resource {
 public:
     // The first existing file for `relative` (e.g. "resources/vekrsensors/settings.json").
