@@ -14,6 +14,8 @@ constexpr const char* kPluginFile = "vekrsensors-dialogs.so";
 constexpr const char* kPluginPackage = "vekrsensors-dialogs";
 
 std::atomic<const vekrsensors::DialogTests*> s_tests{nullptr};
+// Never unloaded: Qt's application object and its threads outlive any one test.
+vek::DynamicLibrary* s_library = nullptr;
 
 // Why the provided table cannot be used, or "".
 std::string unusable(const vekrsensors::DialogTests* tests) {
@@ -33,10 +35,9 @@ const std::string& loadProblem() {
         if (s_tests.load())
             return unusable(s_tests.load());
         const std::string path = vekrsensors::DialogsPlugin::file().string();
-        // Never unloaded: Qt's application object and its threads outlive any one test.
-        auto* library = new vek::DynamicLibrary(path);
-        if (!library->load()) {
-            return "the dialogs plugin could not be loaded (" + library->lastError() +
+        s_library = new vek::DynamicLibrary(path);
+        if (!s_library->load()) {
+            return "the dialogs plugin could not be loaded (" + s_library->lastError() +
                    "): install the " + kPluginPackage + " package";
         }
         const std::string why = unusable(s_tests.load());
