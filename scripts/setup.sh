@@ -7,11 +7,12 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
   g++ clang clang-format libclang-rt-14-dev
-  qt6-base-dev qt6-base-dev-tools qt6-svg-dev libgl-dev libxcb1-dev
+  qt6-base-dev qt6-base-dev-tools libgl-dev libxcb1-dev
   libcli11-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libudev-dev umockdev libumockdev-dev
   librsvg2-bin
+  dpkg-dev python3-jsonschema
   xvfb
   locales
 )
