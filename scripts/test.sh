@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Sets up and runs every test: the whole suite with g++ (debug), again under AddressSanitizer
-# and UBSan with clang 14, and the thread-heavy tests under ThreadSanitizer.
+# Sets up and runs every test: the whole suite with g++ (debug, with the package test), a plain
+# optimised build, the suite again under AddressSanitizer and UBSan with clang 14, and the
+# thread-heavy tests under ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
@@ -13,7 +14,14 @@ run() {
 }
 
 run debug
-echo "== release (build only: optimised builds warn differently)"
-scripts/build.sh release
+# A plain build as a distribution makes it (no preset, -O3, tests on), with warnings as errors
+# so that what g++ says at -O3 is seen here first. Build only.
+echo "== plain Release build (no preset)"
+if [ ! -f build/plain-release/CMakeCache.txt ]; then
+  cmake -S . -B build/plain-release -G Ninja -DCMAKE_BUILD_TYPE=Release -DVEKR_WERROR=ON \
+    -DVEKR_BUILD_BENCH=OFF >/dev/null
+fi
+cmake --build build/plain-release -- -j"$(nproc)" >build/plain-release.log 2>&1 ||
+  { grep -v -E '^\[[0-9]+/[0-9]+\] ' build/plain-release.log; exit 1; }
 run asan-ubsan
 run tsan
