@@ -57,7 +57,8 @@ for option in $("$cmd" --help | grep -o -- '--[a-z-]*' | sort -u); do
 done
 complete_line "$cmd" --test Acc | grep -qx AccelerometerTest || fail "test names do not complete"
 complete_line "$cmd" --param Lux | grep -qx LuxValueThreshold= || fail "parameters do not complete"
-complete_line "$cmd" --lang "" | grep -qx de || fail "languages do not complete"
+complete_line "$cmd" --lang "" | grep -qx de ||
+  fail "languages do not complete: [$(complete_line "$cmd" --lang "" | tr '\n' ' ')] from $(ls "$root/usr/share/vekrsensors/strings" 2>&1 | tr '\n' ' ')"
 
 # The core package alone.
 set +e
