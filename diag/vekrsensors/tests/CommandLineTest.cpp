@@ -39,11 +39,17 @@ TEST_F(CommandLine, ListNamesEveryTestInCatalogueOrder) {
     const ModuleOutcome o = run({"--list"});
     EXPECT_EQ(o.exitCode, 0);
     std::size_t last = 0;
-    for (const char* test : {"AmbientLightSensorTest", "AccelerometerTest", "MagnetometerTest",
-                             "GyrometerTest", "ProximitySensorTest"}) {
-        const auto at = o.out.find("  " + std::string(test) + "  capability");
-        ASSERT_NE(at, std::string::npos) << test;
-        EXPECT_GT(at, last) << test;
+    for (const char* line : {"  AmbientLightSensorTest  capability AmbientLightSensor\n",
+                             "  AccelerometerTest  capability Accelerometer\n",
+                             "    AccelerometerThreshold (DOUBLE, g, default 0.1)\n",
+                             "  MagnetometerTest  capability Magnetometer  interactive  own GUI\n",
+                             "  GyrometerTest  capability Gyrometer  interactive  own GUI\n",
+                             "  ProximitySensorTest  capability ProximitySensor  interactive",
+                             "    IncludeFailButton (BOOLEAN, default true)\n",
+                             "Events:\n  SensorState_NotAvailable\n"}) {
+        const auto at = o.out.find(line);
+        ASSERT_NE(at, std::string::npos) << line << o.out;
+        EXPECT_GT(at, last) << line;
         last = at;
     }
 }
@@ -93,6 +99,14 @@ TEST_F(CommandLine, UsageErrorsAreOneLineBeforeAnyTest) {
         {{"--scenario", "fifo.json"}, "scenario fifo.json: is not a regular file"},
         {{"--scenario", "huge.json"}, "scenario huge.json: is larger than 4 MiB"},
         {{"--profile", "."}, "profile .: is not a regular file"},
+        {{"--param", "AccelerometerThreshold"},
+         "--param expects NAME=VALUE, got \"AccelerometerThreshold\" (see --help)"},
+        {{"--param", "=1"}, "--param expects NAME=VALUE, got \"=1\" (see --help)"},
+        {{"--backend", "iio", "--scenario", "x.json"}, "--scenario goes with --backend sim (see --help)"},
+        {{"--log-level", "2"}, "--log-level needs --log FILE (see --help)"},
+        {{"--log", "log.txt", "--log-level", "9"},
+         "--log-level: Value 9 not in range 1 to 4 (see --help)"},
+        {{"--log", "/no/such/dir/log.txt"}, "cannot open log file /no/such/dir/log.txt (see --help)"},
         {{"--junit", "missing/r.xml"}, "junit missing/r.xml: folder missing: No such file or directory (see --help)"},
     };
     for (const UsageRow& row : rows) {

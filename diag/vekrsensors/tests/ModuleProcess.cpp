@@ -32,12 +32,18 @@ ModuleRun::ModuleRun(const std::vector<std::string>& args, const std::string& wo
     std::vector<std::string> envStore;
     // No screen unless a test gives one: the simulated machine's dialogs then run offscreen,
     // whatever session the tests were started from.
-    for (char** e = environ; *e; ++e) {
-        const std::string entry(*e);
-        if (entry.rfind("DISPLAY=", 0) != 0 && entry.rfind("WAYLAND_DISPLAY=", 0) != 0 &&
-            entry.rfind("QT_QPA_PLATFORM=", 0) != 0) {
-            envStore.push_back(entry);
+    // The variables the start names replace the inherited ones of the same name.
+    const auto named = [&](const std::string& entry) {
+        const std::string name = entry.substr(0, entry.find('=') + 1);
+        for (const std::string& e : start.env) {
+            if (e.rfind(name, 0) == 0)
+                return true;
         }
+        return name == "DISPLAY=" || name == "WAYLAND_DISPLAY=" || name == "QT_QPA_PLATFORM=";
+    };
+    for (char** e = environ; *e; ++e) {
+        if (!named(*e))
+            envStore.push_back(*e);
     }
     envStore.insert(envStore.end(), start.env.begin(), start.env.end());
     std::vector<char*> envp;
