@@ -4,7 +4,6 @@
 #include "vek/Logging.h"
 #include <sstream>
 
-#include <QAbstractButton>
 #include <QCoreApplication>
 #include <QTimer>
 #include <chrono>
@@ -20,7 +19,6 @@
 #include "libLumo/GdiResourceManager.h"
 #include "libOrra/SimBackend.h"
 #include "libTarra/Proximity.h"
-#include "platform/Screen.h"
 #include "vek/Resource.h"
 #include "vekrsensors.h"
 
@@ -121,109 +119,6 @@ TEST_F(Countdown, StopJoinsAndStartArmsItAgain) {
     EXPECT_EQ(box_.received, 1);
 }
 
-// The dialog on a simulated machine whose proximity sensor delivers scripted readings.
-struct DialogRow {
-    const char* label;
-    const char* readings;  // the sensor's scenario keys
-    std::vector<std::pair<std::string, platform::OperatorPress>> presses;  // dialog, press
-    bool includeFail;
-    bool usePrompt;
-    unsigned promptSeconds, noDataSeconds;
-    TestResult result;
-    const char* event;
-    std::uint32_t promptCount;
-};
-
-void PrintTo(const DialogRow& r, std::ostream* os) {
-    *os << r.label;
-}
-
-class ProximityDialog : public ::testing::TestWithParam<DialogRow> {
-protected:
-    void SetUp() override {
-        ASSERT_TRUE(gui_.ready());
-        kiva5::DiagModule::captureEventsForTesting(&run_);
-    }
-    void TearDown() override {
-        kiva5::DiagModule::captureEventsForTesting(nullptr);
-        libTarra::ProximitySensorRunner::stopSensor();
-        libOrra::installBackend(nullptr);
-        if (token_)
-            platform::clearOperatorScript(token_);
-    }
-    libLumo::GdiResourceManager gui_;
-    kiva5::RunRecord run_;
-    unsigned token_ = 0;
-};
-
-constexpr const char* kNothingSeen = R"("readings": [])";
-// Readings keep coming but never hold steady: only the no-progress countdown runs out.
-constexpr const char* kRestless =
-    R"("readings": [{"at": 0.1, "detected": true, "mm": 100}, {"at": 0.2, "detected": true, "mm": 200}],
-       "faults": {"chatterSeconds": 0.2})";
-
-TEST_P(ProximityDialog, EndsAsItsTableSays) {
-    const DialogRow& row = GetParam();
-    libOrra::installBackend(std::make_shared<libOrra::SimBackend>(libOrra::parseScenario(
-        std::string(R"({"sensors": [{"kind": "proximity", "locator": "P", )") + row.readings +
-            "}]}",
-        row.label)));
-    auto presses = row.presses;
-    token_ = platform::setOperatorScript([presses](const std::string& dialog) {
-        std::vector<platform::OperatorPress> out;
-        for (const auto& [name, press] : presses) {
-            if (name == dialog)
-                out.push_back(press);
-        }
-        return out;
-    });
-    ProximitySensorTestDlg dialog(nullptr, vek::String("P"), 3, 10, 15, row.includeFail,
-                                  row.usePrompt, row.promptSeconds, row.noDataSeconds);
-    QTimer::singleShot(15000, &dialog, [&dialog] { dialog.EndDialog(-1); });
-    dialog.DoModal();
-    EXPECT_EQ(dialog.getTestResult(), row.result) << dialog.getTestResult().name();
-    if (*row.event) {
-        ASSERT_EQ(run_.events.size(), 1u);
-        EXPECT_EQ(run_.events[0].name, row.event);
-    } else {
-        EXPECT_TRUE(run_.events.empty()) << run_.events[0].name;
-    }
-    EXPECT_EQ(dialog.promptCount(), row.promptCount);
-}
-
-using Presses = std::vector<std::pair<std::string, platform::OperatorPress>>;
-
-INSTANTIATE_TEST_SUITE_P(
-    Proximity, ProximityDialog,
-    ::testing::Values(DialogRow{"hidden_fail_button", kNothingSeen,
-                                Presses{{"ProximitySensorTest", {0.1, "Fail"}},
-                                        {"ProximitySensorTest", {0.3, "Cancel"}}},
-                                false, true, 30, 30, TestResult::USERABORTED(), "", 0},
-                      DialogRow{"no_readings_time_out_without_the_prompt",
-                                kNothingSeen,
-                                {},
-                                true,
-                                false,
-                                1,
-                                2,
-                                TestResult::TIMEDOUT(),
-                                "Sensor_NoData",
-                                0},
-                      DialogRow{"prompt_escape", kRestless,
-                                Presses{{"DetectionProblem", {0.2, "Escape"}}}, true, true, 1, 30,
-                                TestResult::USERABORTED(), "", 1},
-                      // Restart once; the second time without progress fails without asking again.
-                      DialogRow{"prompt_restart_then_second_time_out_fails", kRestless,
-                                Presses{{"DetectionProblem", {0.2, "Restart"}}}, true, true, 1, 30,
-                                TestResult::FAIL(), "", 1},
-                      DialogRow{"restart_and_then_steady_passes",
-                                R"("readings": [{"at": 0.1, "detected": true, "mm": 100},
-                                  {"at": 1.6, "detected": true, "mm": 100}, {"at": 1.7, "detected": true, "mm": 100},
-                                  {"at": 1.8, "detected": true, "mm": 100}, {"at": 1.9, "detected": true, "mm": 50}])",
-                                Presses{{"DetectionProblem", {0.2, "Restart"}}}, true, true, 1, 30,
-                                TestResult::PASS(), "", 1}),
-    [](const auto& row) { return std::string(row.param.label); });
-
 // Frames of each phase as a user sees them, saved beside the tests ("frames/").
 TEST(ProximityFrames, ShowTheTextAndPictureOfEachPhase) {
     libLumo::GdiResourceManager gui;
@@ -316,43 +211,6 @@ protected:
     kiva5::RunRecord run_;
 };
 
-// A machine that counts how often its sensors are listed.
-class CountingBackend : public libOrra::SimBackend {
-public:
-    using SimBackend::SimBackend;
-    std::vector<libOrra::SensorInfo> sensors() override {
-        ++listed;
-        return SimBackend::sensors();
-    }
-    int listed = 0;
-};
-
-TEST_F(ProximityEntry, ShortTimeOutsAreBadParametersBeforeAnyLookup) {
-    auto backend = std::make_shared<CountingBackend>(
-        libOrra::parseScenario(R"({"sensors": [{"kind": "proximity", "locator": "P"}]})", "t"));
-    libOrra::installBackend(backend);
-    struct Row {
-        const char* prompt;
-        const char* noData;
-        bool bad;
-    };
-    for (const Row& r : {Row{"4", "10", true}, Row{"10", "4", true}, Row{"-5", "10", true},
-                         Row{"5", "5", false}}) {
-        vekrsensors::paramTimeoutPromptIntervalSeconds->set(r.prompt);
-        vekrsensors::paramSensorNoDataTimeoutSeconds->set(r.noData);
-        backend->listed = 0;
-        const TestResult result = ProximitySensorTest(device("elsewhere"));
-        if (r.bad) {
-            EXPECT_EQ(result, TestResult::BADPARAMS()) << r.prompt << "/" << r.noData;
-            EXPECT_EQ(backend->listed, 0) << "no lookup for bad parameters";
-        } else {
-            EXPECT_EQ(result, TestResult::CANNOTRUN()) << "accepted, then not found";
-            EXPECT_EQ(backend->listed, 1);
-        }
-    }
-    EXPECT_EQ(run_.events.size(), 1u) << "only the lookup raises an event";
-}
-
 // A sensor list that takes too long is no list: the lookup keeps its half-second bound.
 class WedgedBackend : public libOrra::SimBackend {
 public:
@@ -369,33 +227,6 @@ TEST_F(ProximityEntry, AWedgedSensorListDoesNotHoldTheLookup) {
     const auto start = Clock::now();
     EXPECT_TRUE(libTarra::ProximitySensorEnumerator::getOsLocators(100).empty());
     EXPECT_LT(secondsSince(start, Clock::now()), 1.0);
-}
-
-TEST_F(ProximityEntry, TheLocatorMustMatchExactly) {
-    libOrra::installBackend(std::make_shared<libOrra::SimBackend>(libOrra::parseScenario(
-        R"({"sensors": [{"kind": "proximity", "locator": "SIM\\PROX\\0"}]})", "t")));
-    EXPECT_EQ(ProximitySensorTest(device("sim\\prox\\0")), TestResult::CANNOTRUN());
-    ASSERT_EQ(run_.events.size(), 1u);
-    EXPECT_EQ(run_.events[0].name, "SensorState_NotAvailable");
-}
-
-TEST_F(ProximityEntry, TheSecondOfTwoSensorsCanBeTheOneTested) {
-    libLumo::GdiResourceManager gui;
-    ASSERT_TRUE(gui.ready());
-    libOrra::installBackend(std::make_shared<libOrra::SimBackend>(libOrra::parseScenario(
-        R"({"sensors": [{"kind": "proximity", "locator": "P1"},
-                        {"kind": "proximity", "locator": "P2",
-                         "readings": [{"at": 0.1, "detected": true, "mm": 100},
-                                      {"at": 0.2, "detected": true, "mm": 100},
-                                      {"at": 0.3, "detected": true, "mm": 100},
-                                      {"at": 0.4, "detected": true, "mm": 100},
-                                      {"at": 0.5, "detected": true, "mm": 300}]}]})",
-        "t")));
-    vekrsensors::paramUseTimeoutPrompt->set("true");
-    vekrsensors::paramIncludeFailButton->set("true");
-    EXPECT_EQ(ProximitySensorTest(device("P2")), TestResult::PASS());
-    vekrsensors::paramUseTimeoutPrompt->unset();
-    vekrsensors::paramIncludeFailButton->unset();
 }
 
 TEST_F(ProximityEntry, TuningComesFromTheSettingsWithDefaults) {
