@@ -153,4 +153,16 @@ inline const DriverLayout bufferOnlyAccel{"bmi160",
                                            {"buffer/length", "128"},
                                            {"trigger/current_trigger", ""}}};
 
+// The layout of that name here (e.g. "hidAccel3d"), for tables kept as data; null if none.
+inline const DriverLayout* named(const std::string& name) {
+    static const std::map<std::string, const DriverLayout*> all{
+        {"hidAccel3d", &hidAccel3d},   {"hidGyro3d", &hidGyro3d},     {"hidMagn3d", &hidMagn3d},
+        {"hidAls", &hidAls},           {"hidAlsOld", &hidAlsOld},     {"crosEcAccel", &crosEcAccel},
+        {"crosEcGyro", &crosEcGyro},   {"crosEcLight", &crosEcLight}, {"bmc150", &bmc150},
+        {"mxc4005", &mxc4005},         {"ak09911", &ak09911},         {"apds9960", &apds9960},
+        {"isl29018", &isl29018},       {"vl53l0x", &vl53l0x},         {"bufferOnlyAccel", &bufferOnlyAccel}};
+    const auto it = all.find(name);
+    return it == all.end() ? nullptr : it->second;
+}
+
 }  // namespace layouts

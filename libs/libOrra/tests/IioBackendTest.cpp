@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cmath>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "../src/iio/BoundedReader.h"
@@ -94,68 +95,45 @@ std::vector<double> readOne(SensorKind kind) {
     return {};
 }
 
-struct ReadingRow {
-    const char* label;
-    DriverLayout layout;
-    SensorKind kind;
-    std::vector<double> expected;  // x, y, z in g or degrees/s; heading in degrees; lux
+// The tables of iio_cases.json: real drivers' layouts (by name, see DriverLayouts.h) and the
+// variants of the channel table, each with the reading worked out by hand from its attributes.
+struct Row {
+    std::string label;
+    nlohmann::json entry;
 };
 
-void PrintTo(const ReadingRow& r, std::ostream* os) {
+void PrintTo(const Row& r, std::ostream* os) {
     *os << r.label;
 }
 
-class IioReading : public Iio, public ::testing::WithParamInterface<ReadingRow> {};
-
-TEST_P(IioReading, ArrivesInTheModulesUnits) {
-    const auto& row = GetParam();
-    sysfs_.add(0, row.layout);
-    const auto got = readOne(row.kind);
-    ASSERT_EQ(got.size(), row.expected.size());
-    for (std::size_t i = 0; i < got.size(); ++i)
-        EXPECT_NEAR(got[i], row.expected[i], 1e-5) << "axis " << i;
+std::vector<Row> rows(const char* table) {
+    std::vector<Row> out;
+    const auto all = nlohmann::json::parse(std::ifstream(VEKR_TEST_DATA "/iio_cases.json"));
+    for (const auto& entry : all.at(table))
+        out.push_back({entry.at("label"), entry});
+    return out;
 }
 
-// Real drivers' layouts, the values worked out by hand from their attributes.
-INSTANTIATE_TEST_SUITE_P(
-    Drivers, IioReading,
-    ::testing::Values(
-        ReadingRow{"hid_accel_3d",
-                   layouts::hidAccel3d,
-                   SensorKind::Accelerometer,
-                   {-0.906, 0.015, -0.414}},
-        ReadingRow{
-            "hid_gyro_3d", layouts::hidGyro3d, SensorKind::Gyrometer, {29.99984, -14.99992, 0.0}},
-        ReadingRow{"hid_magn_3d_heading_in_degrees",
-                   layouts::hidMagn3d,
-                   SensorKind::Magnetometer,
-                   {101.9}},
-        ReadingRow{
-            "hid_als_illuminance_before_intensity", layouts::hidAls, SensorKind::Light, {234.5}},
-        ReadingRow{"hid_als_older_intensity_only", layouts::hidAlsOld, SensorKind::Light, {234.5}},
-        ReadingRow{"cros_ec_accel_shared_scale",
-                   layouts::crosEcAccel,
-                   SensorKind::Accelerometer,
-                   {-0.0097656, 0.0190430, 0.9936517}},
-        ReadingRow{"cros_ec_gyro_shared_scale",
-                   layouts::crosEcGyro,
-                   SensorKind::Gyrometer,
-                   {30.858181, -30.858181, 0.0}},
-        ReadingRow{"cros_ec_light_processed", layouts::crosEcLight, SensorKind::Light, {312.0}},
-        ReadingRow{"bmc150_in_mount_matrix",
-                   layouts::bmc150,
-                   SensorKind::Accelerometer,
-                   {0.0, -0.9995652, 0.0}},
-        ReadingRow{"mxc4005_in_mount_matrix",
-                   layouts::mxc4005,
-                   SensorKind::Accelerometer,
-                   {-0.1954184, 0.9770921, 0.1465638}},
-        ReadingRow{"ak09911_upside_down_reads_30_not_330",
-                   layouts::ak09911,
-                   SensorKind::Magnetometer,
-                   {29.886527}},
-        ReadingRow{"apds9960_clear_intensity", layouts::apds9960, SensorKind::Light, {420.0}},
-        ReadingRow{"isl29018_processed_lux", layouts::isl29018, SensorKind::Light, {150.0}}));
+DriverLayout layoutOf(const nlohmann::json& entry) {
+    if (entry.contains("layout"))
+        return *layouts::named(entry["layout"]);
+    return {"d", entry.at("attributes").get<std::map<std::string, std::string>>()};
+}
+
+class IioReading : public Iio, public ::testing::WithParamInterface<Row> {};
+
+TEST_P(IioReading, ArrivesInTheModulesUnits) {
+    const auto& entry = GetParam().entry;
+    sysfs_.add(0, layoutOf(entry));
+    const auto got = readOne(*kindFromName(entry.at("kind").get<std::string>()));
+    const auto expected = entry.at("expected").get<std::vector<double>>();
+    ASSERT_EQ(got.size(), expected.size());
+    for (std::size_t i = 0; i < got.size(); ++i)
+        EXPECT_NEAR(got[i], expected[i], 1e-5) << "axis " << i;
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, IioReading, ::testing::ValuesIn(rows("readings")),
+                         [](const auto& row) { return row.param.label; });
 
 std::map<std::string, std::string> axes(const std::string& pattern, const std::string& x,
                                         std::map<std::string, std::string> extra = {}) {
@@ -166,135 +144,6 @@ std::map<std::string, std::string> axes(const std::string& pattern, const std::s
     }
     return extra;
 }
-
-// Every alternative name of the channel table and every place a scale, offset or mount
-// matrix can be, with the better one present beside the worse where the table has an order.
-INSTANTIATE_TEST_SUITE_P(
-    Variants, IioReading,
-    ::testing::Values(
-        ReadingRow{"input_wins_over_raw",
-                   {"d", axes("in_accel_%a_input", "9.80665", axes("in_accel_%a_raw", "5"))},
-                   SensorKind::Accelerometer,
-                   {1, 0, 0}},
-        ReadingRow{"raw_without_scale",
-                   {"d", axes("in_accel_%a_raw", "19.6133")},
-                   SensorKind::Accelerometer,
-                   {2, 0, 0}},
-        ReadingRow{"channel_scale_over_type_dir_and_shared",
-                   {"d", axes("in_accel_%a_raw", "100",
-                              {{"in_accel_x_scale", "0.0980665"},
-                               {"in_accel_y_scale", "1"},
-                               {"in_accel_z_scale", "1"},
-                               {"in_accel_scale", "7"},
-                               {"in_scale", "8"},
-                               {"scale", "9"}})},
-                   SensorKind::Accelerometer,
-                   {1, 0, 0}},
-        ReadingRow{
-            "type_scale_over_dir_and_shared",
-            {"d", axes("in_accel_%a_raw", "100",
-                       {{"in_accel_scale", "0.0980665"}, {"in_scale", "8"}, {"scale", "9"}})},
-            SensorKind::Accelerometer,
-            {1, 0, 0}},
-        ReadingRow{
-            "dir_scale_over_shared",
-            {"d", axes("in_accel_%a_raw", "100", {{"in_scale", "0.0980665"}, {"scale", "9"}})},
-            SensorKind::Accelerometer,
-            {1, 0, 0}},
-        ReadingRow{"channel_offset_over_type_and_shared",
-                   {"d", axes("in_accel_%a_raw", "90",
-                              {{"in_accel_scale", "0.0980665"},
-                               {"in_accel_x_offset", "10"},
-                               {"in_accel_offset", "-50"},
-                               {"offset", "-60"}})},
-                   SensorKind::Accelerometer,
-                   {1, -0.5, -0.5}},
-        ReadingRow{"shared_offset",
-                   {"d", axes("in_accel_%a_raw", "90", {{"scale", "0.0980665"}, {"offset", "10"}})},
-                   SensorKind::Accelerometer,
-                   {1, 0.1, 0.1}},
-        ReadingRow{"type_matrix_over_dir_and_shared",
-                   {"d", axes("in_accel_%a_input", "9.80665",
-                              {{"in_accel_mount_matrix", "0, 0, 0; 1, 0, 0; 0, 0, 1"},
-                               {"in_mount_matrix", "-1, 0, 0; 0, 1, 0; 0, 0, 1"},
-                               {"mount_matrix", "0, 1, 0; 1, 0, 0; 0, 0, 1"}})},
-                   SensorKind::Accelerometer,
-                   {-1, 0, 0}},
-        ReadingRow{"unparsable_matrix_falls_to_shared",
-                   {"d", axes("in_anglvel_%a_input", "1",
-                              {{"in_anglvel_mount_matrix", "1, 0; 0, 1"},
-                               {"mount_matrix", "0, 0, 1; 0, 1, 0; 1, 0, 0"}})},
-                   SensorKind::Gyrometer,
-                   {0, 0, 57.29578}},
-        ReadingRow{"type_matrix_wins",
-                   {"d", axes("in_accel_%a_input", "9.80665",
-                              {{"in_accel_mount_matrix", "0, 1, 0; 1, 0, 0; 0, 0, 1"},
-                               {"in_mount_matrix", "-1, 0, 0; 0, 1, 0; 0, 0, 1"}})},
-                   SensorKind::Accelerometer,
-                   {0, 1, 0}},
-        ReadingRow{
-            "anglvel_raw_type_scale",
-            {"d", axes("in_anglvel_%a_raw", "100", {{"in_anglvel_scale", "0.0174532925199433"}})},
-            SensorKind::Gyrometer,
-            {100, 0, 0}},
-        ReadingRow{"tilt_comp_input_over_plain",
-                   {"d",
-                    {{"in_rot_from_north_magnetic_tilt_comp_input", "45"},
-                     {"in_rot_from_north_magnetic_input", "10"}}},
-                   SensorKind::Magnetometer,
-                   {45}},
-        ReadingRow{"tilt_comp_raw_own_scale_wraps",
-                   {"d",
-                    {{"in_rot_from_north_magnetic_tilt_comp_raw", "4500"},
-                     {"in_rot_from_north_magnetic_tilt_comp_scale", "0.1"},
-                     {"in_rot_scale", "9"}}},
-                   SensorKind::Magnetometer,
-                   {90}},
-        ReadingRow{"plain_heading_negative_wraps",
-                   {"d", {{"in_rot_from_north_magnetic_input", "-90"}}},
-                   SensorKind::Magnetometer,
-                   {270}},
-        ReadingRow{"plain_heading_raw_type_scale",
-                   {"d", {{"in_rot_from_north_magnetic_raw", "1000"}, {"in_rot_scale", "0.001"}}},
-                   SensorKind::Magnetometer,
-                   {1}},
-        ReadingRow{"heading_over_field",
-                   {"d", axes("in_magn_%a_raw", "-30", {{"in_rot_from_north_magnetic_raw", "12"}})},
-                   SensorKind::Magnetometer,
-                   {12}},
-        ReadingRow{"field_north",
-                   {"d", axes("in_magn_%a_raw", "0", {{"in_magn_y_raw", "30"}})},
-                   SensorKind::Magnetometer,
-                   {0}},
-        ReadingRow{
-            "field_east", {"d", axes("in_magn_%a_input", "-0.3")}, SensorKind::Magnetometer, {90}},
-        ReadingRow{"illuminance_input_over_raw",
-                   {"d", {{"in_illuminance_input", "50.5"}, {"in_illuminance_raw", "7"}}},
-                   SensorKind::Light,
-                   {50.5}},
-        ReadingRow{"illuminance0_input",
-                   {"d", {{"in_illuminance0_input", "12"}}},
-                   SensorKind::Light,
-                   {12}},
-        ReadingRow{"illuminance0_raw_own_scale",
-                   {"d",
-                    {{"in_illuminance0_raw", "400"},
-                     {"in_illuminance0_scale", "0.5"},
-                     {"in_illuminance_scale", "9"}}},
-                   SensorKind::Light,
-                   {200}},
-        ReadingRow{"illuminance_clear_raw",
-                   {"d", {{"in_illuminance_clear_raw", "80"}, {"in_illuminance_scale", "0.5"}}},
-                   SensorKind::Light,
-                   {40}},
-        ReadingRow{"intensity_both_over_clear",
-                   {"d",
-                    {{"in_intensity_both_raw", "80"},
-                     {"in_intensity_clear_raw", "3"},
-                     {"in_intensity_scale", "0.5"}}},
-                   SensorKind::Light,
-                   {40}},
-        ReadingRow{"intensity", {"d", {{"in_intensity_raw", "7"}}}, SensorKind::Light, {7}}));
 
 // A number that cannot be read or is not finite is never replaced by 1 or 0: the update
 // fails and the state is an error.
@@ -325,23 +174,11 @@ TEST_F(Iio, UnusableNumbersAreErrorsNeverDefaults) {
 }
 
 // Proximity: one case per driver and value name, through the bridge, with the report's notes.
-struct ProximityRow {
-    const char* label;
-    DriverLayout layout;
-    bool detected;
-    unsigned mm;
-    const char* note;  // "" when the device leaves none
-};
-
-void PrintTo(const ProximityRow& r, std::ostream* os) {
-    *os << r.label;
-}
-
-class IioProximity : public Iio, public ::testing::WithParamInterface<ProximityRow> {};
+class IioProximity : public Iio, public ::testing::WithParamInterface<Row> {};
 
 TEST_P(IioProximity, FirstReadingThroughTheBridge) {
-    const auto& row = GetParam();
-    sysfs_.add(0, row.layout);
+    const auto& entry = GetParam().entry;
+    sysfs_.add(0, layoutOf(entry));
     const auto locators = libTarra::ProximitySensorEnumerator::getOsLocators(500);
     ASSERT_EQ(locators.size(), 1u);
     std::atomic<int> count{0};
@@ -359,47 +196,21 @@ TEST_P(IioProximity, FirstReadingThroughTheBridge) {
     }
     libTarra::ProximitySensorRunner::stopSensor();
     ASSERT_GT(count.load(), 0);
-    EXPECT_EQ(seen.load(), row.detected);
-    EXPECT_EQ(mm.load(), row.mm);
+    EXPECT_EQ(seen.load(), entry.at("detected").get<bool>());
+    EXPECT_EQ(mm.load(), entry.at("mm").get<unsigned>());
     const auto notes = backend_->takeNotes(locators[0].toStdString());
-    if (*row.note) {
+    const std::string note = entry.at("note");
+    if (!note.empty()) {
         ASSERT_EQ(notes.size(), 1u);
-        EXPECT_NE(notes[0].text.find(row.note), std::string::npos) << notes[0].text;
+        EXPECT_NE(notes[0].text.find(note), std::string::npos) << notes[0].text;
         EXPECT_FALSE(notes[0].heldElsewhere);
     } else {
         EXPECT_TRUE(notes.empty());
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, IioProximity,
-    ::testing::Values(
-        ProximityRow{"vl53l0x", layouts::vl53l0x, true, 153, ""},
-        ProximityRow{"distance_input", {"d", {{"in_distance_input", "0.2"}}}, true, 200, ""},
-        ProximityRow{"distance_beyond_reach",
-                     {"d", {{"in_distance0_raw", "2500"}, {"in_distance_scale", "0.001"}}},
-                     false,
-                     0,
-                     ""},
-        // Unitless: 100000 / value, within 1..2000; no near level: above 0 is near.
-        ProximityRow{"apds9960_no_near_level", layouts::apds9960, true, 556,
-                     "no near level from its driver or from udev"},
-        ProximityRow{"isl29018_no_near_level", layouts::isl29018, true, 2000, "no near level"},
-        ProximityRow{"proximity_input_near_level",
-                     {"d", {{"in_proximity_input", "460"}, {"in_proximity_nearlevel", "400"}}},
-                     true,
-                     217,
-                     ""},
-        ProximityRow{"below_near_level",
-                     {"d", {{"in_proximity_raw", "40"}, {"in_proximity_nearlevel", "50"}}},
-                     false,
-                     0,
-                     ""},
-        ProximityRow{"proximity0_at_near_level",
-                     {"d", {{"in_proximity0_raw", "50"}, {"in_proximity_nearlevel", "50"}}},
-                     true,
-                     2000,
-                     ""}));
+INSTANTIATE_TEST_SUITE_P(Table, IioProximity, ::testing::ValuesIn(rows("proximity")),
+                         [](const auto& row) { return row.param.label; });
 
 // A device that delivers its values only through its buffer: read from its node, and left as
 // it was found (channels, trigger, buffer).
