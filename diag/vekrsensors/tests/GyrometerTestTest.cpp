@@ -24,145 +24,42 @@ namespace {
 using kiva5::TestResult;
 using vekrsensors::GyrometerRun;
 using vekrsensors::GyrometerTestDlg;
-using Flags = std::array<bool, 6>;  // X-, X+, Y-, Y+, Z-, Z+
 
-struct WorkerRow {
-    const char* label;
-    const char* machine;  // scenario keys
-    const char* locator;
-    double uiClosesAt;  // seconds on the sensor clock; 0: the dialog stays open
-    int exitCode;
-    TestResult result;  // the background result (a sentinel when the worker does not settle)
-    const char* event;
-    Flags flags;
-    const char* eventFile = "GyrometerTest.cpp";
-};
-
-void PrintTo(const WorkerRow& r, std::ostream* os) {
-    *os << r.label;
-}
-
-constexpr const char* kGyro = "SIM\\GYRO\\0";
-// Set before each run; a worker that does not settle leaves it.
+// Set before each run; a worker that does not settle leaves it ("untouched" in the table).
 const TestResult kUntouched = TestResult::WARN();
 
 class GyroWorker : public vekr::testing::WorkerHarness,
-                   public ::testing::WithParamInterface<WorkerRow> {};
+                   public ::testing::WithParamInterface<vekr::testing::WorkerRow> {};
 
 TEST_P(GyroWorker, SettlesAsItsTableSays) {
-    const WorkerRow& row = GetParam();
-    machine(row.machine, row.label);
-    GyrometerRun::testDeviceLocator = vek::String(row.locator);
+    const nlohmann::json& row = GetParam().entry;
+    machine(row.at("scenario"), GetParam().label);
+    GyrometerRun::testDeviceLocator = vek::String(row.at("locator").get<std::string>());
     GyrometerRun::backgroundResult = kUntouched;
 
     GyrometerTestDlg dialog(nullptr);
     EXPECT_EQ(runWorker(&GyrometerBackgroundData, &dialog, GyrometerRun::backgroundRunFlag,
-                        row.uiClosesAt),
-              row.exitCode);
-    EXPECT_EQ(GyrometerRun::backgroundResult, row.result) << GyrometerRun::backgroundResult.name();
-    if (*row.event) {
-        EXPECT_EQ(events(), std::vector<std::string>{row.event});
-        EXPECT_EQ(run_.events[0].file, row.eventFile);
+                        row.at("uiClosesAt")),
+              row.at("exitCode").get<int>());
+    EXPECT_EQ(GyrometerRun::backgroundResult, vekr::testing::resultNamed(row.at("result"), kUntouched))
+        << GyrometerRun::backgroundResult.name();
+    const std::string event = row.at("event");
+    if (!event.empty()) {
+        EXPECT_EQ(events(), std::vector<std::string>{event});
+        EXPECT_EQ(run_.events[0].file, row.value("eventFile", "GyrometerTest.cpp"));
     } else {
         EXPECT_TRUE(events().empty());
     }
-    EXPECT_EQ(dialog.pictureInput(100, 100).passed, row.flags);
+    // X-, X+, Y-, Y+, Z-, Z+
+    const auto passed = dialog.pictureInput(100, 100).passed;
+    EXPECT_EQ(std::vector<bool>(passed.begin(), passed.end()),
+              row.at("flags").get<std::vector<bool>>());
     expectDialogCloses(dialog, GyrometerTestDlg::IDC_BUTTON_FAIL);
 }
 
-constexpr Flags kNone{};
-constexpr Flags kAll{true, true, true, true, true, true};
-constexpr Flags kXY{true, true, true, true, false, false};
-
-#define GYRO(extra) R"("sensors": [{"kind": "gyrometer", "locator": "SIM\\GYRO\\0", )" extra "}]"
-#define BOTH_WAYS \
-    R"("motion": [{"seconds": 0.5, "rate": [60, 0, 0]}, {"seconds": 1.0, "rate": [-60, 0, 0]}, {"seconds": 0.5, "rate": [0, 60, 0]}, {"seconds": 1.0, "rate": [0, -60, 0]}, {"seconds": 0.5, "rate": [0, 0, 60]}, {"seconds": 1.0, "rate": [0, 0, -60]}])"
-
-INSTANTIATE_TEST_SUITE_P(
-    Gyrometer, GyroWorker,
-    ::testing::Values(
-        WorkerRow{"both ways about every axis passes", GYRO(BOTH_WAYS), kGyro, 0, 1,
-                  TestResult::PASS(), "", kAll},
-        WorkerRow{"the locator matches ignoring case", GYRO(BOTH_WAYS), "sim\\gyro\\0", 0, 1,
-                  TestResult::PASS(), "", kAll},
-        // Turned 30 degrees one way only: whatever the angle, the other way is missing.
-        WorkerRow{"one way only never passes",
-                  GYRO(R"("motion": [{"seconds": 3, "rate": [60, -60, 0]}])"),
-                  kGyro,
-                  5,
-                  0,
-                  kUntouched,
-                  "",
-                  {false, true, true, false, false, false}},
-        // X out and back to 0: both flags stay set although the angle returned.
-        WorkerRow{"passed directions stay passed",
-                  GYRO(R"("motion": [{"seconds": 0.5, "rate": [60, 0, 0]},
-                                     {"seconds": 1.0, "rate": [-60, 0, 0]},
-                                     {"seconds": 0.5, "rate": [60, 0, 0]}])"),
-                  kGyro,
-                  4,
-                  0,
-                  kUntouched,
-                  "",
-                  {true, true, false, false, false, false}},
-        WorkerRow{"X and Y done, Z missing", GYRO(R"("motion": [
-                      {"seconds": 0.5, "rate": [60, 0, 0]}, {"seconds": 1.0, "rate": [-60, 0, 0]},
-                      {"seconds": 0.5, "rate": [0, 60, 0]}, {"seconds": 1.0, "rate": [0, -60, 0]}])"),
-                  kGyro, 5, 0, kUntouched, "", kXY},
-        // Kind 1 readings are rates of change: 100 deg/s^2 for 1 s gives 50 degrees.
-        WorkerRow{"kind 1 is integrated twice",
-                  GYRO(R"("updates": [{"x": 100, "y": -100, "z": 0, "kind": 1}])"),
-                  kGyro,
-                  1,
-                  0,
-                  kUntouched,
-                  "",
-                  {false, true, true, false, false, false}},
-        WorkerRow{"an unknown kind leaves the rates alone",
-                  GYRO(R"("updates": [{"x": 100, "y": -100, "z": 100, "kind": 0}])"), kGyro, 2, 0,
-                  kUntouched, "", kNone},
-        // Below 1 deg/s a reading is noise: 0.9 deg/s for a minute would be 54 degrees.
-        WorkerRow{"readings inside the dead band are ignored",
-                  GYRO(R"("motion": [{"seconds": 60, "rate": [0.9, -0.9, 0.9]}])"), kGyro, 60, 0,
-                  kUntouched, "", kNone},
-        // The display turned by 90 degrees: the sensor's X is the screen's -Y.
-        WorkerRow{"readings follow the display's rotation",
-                  R"("display": {"rotation": 1}, )" GYRO(
-                      R"("motion": [{"seconds": 1, "rate": [60, 0, 0]}])"),
-                  kGyro,
-                  2,
-                  0,
-                  kUntouched,
-                  "",
-                  {false, false, true, false, false, false}},
-        // Every 30th update fails: the sixth failure (update 180, 3.5 s in) ends the run
-        // after Z has been turned one way, before it has been turned back.
-        WorkerRow{"six failed updates spread over a run fail it",
-                  GYRO(BOTH_WAYS R"(, "faults": {"failEvery": 30})"),
-                  kGyro,
-                  0,
-                  1,
-                  TestResult::FAIL(),
-                  "Sensor_InvalidUpdateData",
-                  {true, true, true, true, false, true}},
-        WorkerRow{"four failed updates are tolerated",
-                  GYRO(BOTH_WAYS R"(, "faults": {"failEvery": 50})"), kGyro, 0, 1,
-                  TestResult::PASS(), "", kAll},
-        WorkerRow{"no gyrometer with the device's locator", GYRO(BOTH_WAYS), "SIM\\GYRO\\7", 0, 1,
-                  TestResult::NODEVICE(), "", kNone},
-        WorkerRow{"the sensor list is unavailable",
-                  GYRO(BOTH_WAYS) R"(, "failEnumeration": ["gyrometer"])", kGyro, 0, 1,
-                  TestResult::NODEVICE(), "", kNone},
-        WorkerRow{"a sensor in error", GYRO(BOTH_WAYS R"(, "states": ["ERROR"])"), kGyro, 0, 1,
-                  TestResult::FAIL(), "SensorState_Error", kNone, "TestHelper.cpp"}),
-    [](const auto& row) {
-        std::string name = row.param.label;
-        for (char& c : name) {
-            if (!std::isalnum(static_cast<unsigned char>(c)))
-                c = '_';
-        }
-        return name;
-    });
+INSTANTIATE_TEST_SUITE_P(Gyrometer, GyroWorker,
+                         ::testing::ValuesIn(vekr::testing::workerRows("gyrometer")),
+                         [](const auto& row) { return row.param.label; });
 
 // The dialog on its own: how the user ends it, and what it shows.
 class GyroDialog : public ::testing::Test {

@@ -159,25 +159,10 @@ TEST(CompassDisplayRotation, MapsOrientationCodesToDegrees) {
 }
 
 // The worker on a simulated machine. The sensor clock is manual: every 10 ms pause moves it.
-struct WorkerRow {
-    const char* label;
-    const char* machine;
-    const char* locator;
-    double uiClosesAt;  // 0: the dialog stays open
-    int exitCode;
-    TestResult result;
-    const char* event;
-    const char* waitTime = "2";  // MagnetometerWaitTime
-};
-
-void PrintTo(const WorkerRow& r, std::ostream* os) {
-    *os << r.label;
-}
-
 const TestResult kBefore = TestResult::CANNOTRUN();  // as a freshly loaded module has it
 
 class CompassWorker : public vekr::testing::WorkerHarness,
-                      public ::testing::WithParamInterface<WorkerRow> {
+                      public ::testing::WithParamInterface<vekr::testing::WorkerRow> {
 protected:
     void SetUp() override {
         WorkerHarness::SetUp();
@@ -192,80 +177,31 @@ protected:
 };
 
 TEST_P(CompassWorker, EndsAsItsTableSays) {
-    const WorkerRow& row = GetParam();
-    machine(row.machine, row.label);
-    MagnetometerRun::testDeviceLocator = vek::String(row.locator);
+    const nlohmann::json& row = GetParam().entry;
+    machine(row.at("scenario"), GetParam().label);
+    MagnetometerRun::testDeviceLocator = vek::String(row.at("locator").get<std::string>());
     MagnetometerRun::backgroundResult = kBefore;
-    vekrsensors::paramMagnetometerWaitTime->set(row.waitTime);
+    vekrsensors::paramMagnetometerWaitTime->set(row.value("waitTime", "2"));
 
     MagnetometerTestDlg dialog(nullptr);
     EXPECT_EQ(runWorker(&MagnetometerBackgroundData, &dialog, MagnetometerRun::backgroundRunFlag,
-                        row.uiClosesAt),
-              row.exitCode);
-    EXPECT_EQ(MagnetometerRun::backgroundResult, row.result)
+                        row.at("uiClosesAt")),
+              row.at("exitCode").get<int>());
+    EXPECT_EQ(MagnetometerRun::backgroundResult, vekr::testing::resultNamed(row.at("result"), kBefore))
         << MagnetometerRun::backgroundResult.name();
-    if (*row.event) {
+    const std::string event = row.at("event");
+    if (!event.empty()) {
         ASSERT_FALSE(run_.events.empty());
-        EXPECT_EQ(run_.events[0].name, row.event);
+        EXPECT_EQ(run_.events[0].name, event);
     } else {
         EXPECT_TRUE(events().empty());
     }
     expectDialogCloses(dialog, MagnetometerTestDlg::IDC_BUTTON_FAIL);
 }
 
-#define COMPASS(extra) \
-    R"("sensors": [{"kind": "magnetometer", "locator": "SIM\\COMPASS\\0", )" extra "}]"
-constexpr const char* kCompass = "SIM\\COMPASS\\0";
-
-INSTANTIATE_TEST_SUITE_P(
-    Compass, CompassWorker,
-    ::testing::Values(
-        // The simulated person reads the target off the dial and turns toward it.
-        WorkerRow{
-            "turned_to_the_target_and_held_passes",
-            COMPASS(R"("heading": {"start": 10, "follow": "target", "degreesPerSecond": 90})"),
-            kCompass, 0, 1, TestResult::PASS(), ""},
-        WorkerRow{"the_same_on_a_turned_display",
-                  R"("display": {"rotation": 3}, )" COMPASS(
-                      R"("heading": {"start": 200, "follow": "target", "degreesPerSecond": 90})"),
-                  kCompass, 0, 1, TestResult::PASS(), ""},
-        WorkerRow{
-            "a_sensor_without_data_events_is_still_tested",
-            COMPASS(R"("heading": {"start": 10, "follow": "target"}, "faults": {"silent": true})"),
-            kCompass, 0, 1, TestResult::PASS(), ""},
-        // Held still: the target is always 90 degrees or more away.
-        WorkerRow{"never_turned_waits_for_the_user", COMPASS(R"("heading": {"start": 10})"),
-                  kCompass, 20, 0, kBefore, ""},
-        // No hold time: the first pass inside the tolerance passes, and none outside it.
-        WorkerRow{"no_hold_time_held_still_waits_for_the_user",
-                  COMPASS(R"("heading": {"start": 10})"), kCompass, 20, 0, kBefore, "", "0"},
-        WorkerRow{"no_hold_time_passes_once_turned_to_the_target",
-                  COMPASS(R"("heading": {"start": 10, "follow": "target", "degreesPerSecond": 90})"),
-                  kCompass, 0, 1, TestResult::PASS(), "", "0"},
-        WorkerRow{"a_heading_that_never_becomes_valid_waits",
-                  COMPASS(R"("updates": [{"heading": 123, "valid": false}])"), kCompass, 20, 0,
-                  kBefore, ""},
-        // The first read fails: the worker ends without settling, so the result stays as
-        // the module had it.
-        WorkerRow{"a_failed_first_heading_leaves_the_result",
-                  COMPASS(R"("updates": [{"fail": true}])"), kCompass, 0, 1, kBefore,
-                  "Sensor_NoData"},
-        WorkerRow{
-            "a_failed_heading_later_fails",
-            COMPASS(
-                R"("updates": [{"heading": 10}, {"heading": 10}, {"heading": 12}, {"fail": true}])"),
-            kCompass, 0, 1, TestResult::FAIL(), "Sensor_NoData"},
-        WorkerRow{"an_unreadable_display_before_the_target_leaves_the_result",
-                  R"("display": {"rotation": null}, )" COMPASS(R"("heading": {"start": 10})"),
-                  kCompass, 0, 1, kBefore, ""},
-        WorkerRow{"no_compass_with_the_devices_locator", COMPASS(R"("heading": {"start": 10})"),
-                  "SIM\\COMPASS\\9", 0, 1, TestResult::NODEVICE(), ""},
-        WorkerRow{"the_sensor_list_is_unavailable",
-                  COMPASS(R"("heading": {"start": 10})") R"(, "failEnumeration": ["magnetometer"])",
-                  kCompass, 0, 1, TestResult::NODEVICE(), ""},
-        WorkerRow{"a_sensor_in_error", COMPASS(R"("heading": {"start": 10}, "states": ["ERROR"])"),
-                  kCompass, 0, 1, TestResult::FAIL(), "SensorState_Error"}),
-    [](const auto& row) { return std::string(row.param.label); });
+INSTANTIATE_TEST_SUITE_P(Compass, CompassWorker,
+                         ::testing::ValuesIn(vekr::testing::workerRows("compass")),
+                         [](const auto& row) { return row.param.label; });
 
 // The dialog on its own.
 class CompassDialog : public ::testing::Test {

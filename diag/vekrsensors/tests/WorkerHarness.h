@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <nlohmann/json.hpp>
+
 #include <QTimer>
 #include <thread>
 
@@ -12,6 +15,31 @@
 #include "vek/ManagedThread.h"
 
 namespace vekr::testing {
+
+// One row of a worker table in worker_tables.json: the scenario, the device's locator, when
+// the person closes the dialog (0: never), and how the worker must end.
+struct WorkerRow {
+    std::string label;
+    nlohmann::json entry;
+};
+
+inline void PrintTo(const WorkerRow& r, std::ostream* os) {
+    *os << r.label;
+}
+
+inline std::vector<WorkerRow> workerRows(const char* table) {
+    std::vector<WorkerRow> rows;
+    const auto all = nlohmann::json::parse(
+        std::ifstream(VEKR_SOURCE_DIR "/diag/vekrsensors/tests/worker_tables.json"));
+    for (const auto& entry : all.at(table))
+        rows.push_back({entry.at("label"), entry});
+    return rows;
+}
+
+// The result a row names, or `otherwise` for a name that is not a result (e.g. "untouched").
+inline kiva5::TestResult resultNamed(const nlohmann::json& name, kiva5::TestResult otherwise) {
+    return kiva5::TestResult::fromName(name.get<std::string>()).value_or(otherwise);
+}
 
 // Runs a dialog test's background worker on a simulated machine whose clock is manual: every
 // pause of the worker moves it, so seconds of sensor time take milliseconds. Events raised
@@ -29,10 +57,10 @@ protected:
         libOrra::installBackend(nullptr);
     }
 
-    // Installs the machine (scenario keys without the outer braces) and starts its clocks.
-    void machine(const std::string& keys, const char* name) {
+    // Installs the machine (a scenario) and starts its clocks.
+    void machine(const nlohmann::json& scenario, const std::string& name) {
         auto backend =
-            std::make_shared<libOrra::SimBackend>(libOrra::parseScenario("{" + keys + "}", name));
+            std::make_shared<libOrra::SimBackend>(libOrra::parseScenario(scenario.dump(), name));
         libOrra::installBackend(backend);
         backend->testStarting();
     }
