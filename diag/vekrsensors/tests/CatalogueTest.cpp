@@ -60,57 +60,13 @@ TEST(Catalogue, IsDeclaredInTheFixedOrder) {
     EXPECT_EQ(actual, expected);
 }
 
-TEST(Catalogue, TestsCarryTheirCapabilityParametersAndFlags) {
-    struct Row {
-        const char* test;
-        std::string_view capability;
-        std::vector<std::string> parameters;
-        bool interactive;
-    };
-    const Row rows[] = {
-        {"AmbientLightSensorTest",
-         "AmbientLightSensor",
-         {"LuxValueThreshold", "LuxValueWaitTime", "SensorStateTimeout", "WarnOnBelowThreshold"},
-         false},
-        {"AccelerometerTest",
-         "Accelerometer",
-         {"AccelerometerThreshold", "AccelerometerWaitTime", "AccelerometerTarget",
-          "SensorStateTimeout"},
-         false},
-        {"MagnetometerTest",
-         "Magnetometer",
-         {"DegreesThreshold", "MagnetometerWaitTime", "SensorStateTimeout"},
-         true},
-        {"GyrometerTest", "Gyrometer", {"SensorStateTimeout"}, true},
-        {"ProximitySensorTest",
-         "ProximitySensor",
-         {"IncludeFailButton", "UseTimeoutPrompt", "TimeoutPromptIntervalSeconds",
-          "SensorNoDataTimeoutSeconds"},
-         true},
-    };
-    for (const Row& row : rows) {
-        const kiva5::Test* t = kiva5::Catalogue::global().findTest(row.test);
-        ASSERT_NE(t, nullptr) << row.test;
-        EXPECT_EQ(t->capability().name(), row.capability);
-        std::vector<std::string> params;
-        for (const auto* p : t->parameters())
-            params.push_back(p->name());
-        EXPECT_EQ(params, row.parameters) << row.test;
-        EXPECT_EQ(t->interactive(), row.interactive) << row.test;
-        EXPECT_EQ(t->createsOwnGUI(), row.interactive) << row.test;
-    }
-}
-
-TEST(Catalogue, ParametersHaveTheirTypesAnEmptyDefaultAndFixedFlags) {
+// Types, units and the tests' parameters are in the --list test (list.txt).
+TEST(Catalogue, ParametersHaveAnEmptyDefaultAndFixedFlags) {
     for (const auto& p : kiva5::Catalogue::global().parameters()) {
         EXPECT_EQ(p->defaultText(), "") << p->name();
         EXPECT_FALSE(p->flag1());
         EXPECT_TRUE(p->flag2());
     }
-    EXPECT_EQ(vekrsensors::paramWarnOnBelowThreshold->type(), kiva5::DataType::BOOLEAN());
-    EXPECT_EQ(vekrsensors::paramTimeoutPromptIntervalSeconds->type(), kiva5::DataType::INT32());
-    EXPECT_EQ(vekrsensors::paramSensorNoDataTimeoutSeconds->type(), kiva5::DataType::INT32());
-    EXPECT_EQ(vekrsensors::paramAccelerometerTarget->type(), kiva5::DataType::DOUBLE());
 }
 
 }  // namespace
