@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "CountingSink.h"
@@ -56,18 +58,23 @@ public:
     std::int64_t timestampNanoseconds() const override { return 0; }
 };
 
+// state_checks.json: the states GetState answers in turn (the last repeats), the
+// SensorStateTimeout text, and the result, event, number of GetState calls and time waited.
 struct StateRow {
-    const char* label;
-    std::vector<std::int32_t> states;
-    const char* timeout;
-    kiva5::TestResult result;
-    const char* event;  // "" for none
-    std::size_t getStateCalls;
-    std::int64_t waitedMs;
+    std::string label;
+    nlohmann::json entry;
 };
 
 void PrintTo(const StateRow& r, std::ostream* os) {
     *os << r.label;
+}
+
+std::vector<StateRow> stateRows() {
+    std::vector<StateRow> rows;
+    for (const auto& e : nlohmann::json::parse(
+             std::ifstream(VEKR_SOURCE_DIR "/diag/vekrsensors/tests/state_checks.json")))
+        rows.push_back({e.at("label"), e});
+    return rows;
 }
 
 class StateCheck : public ::testing::TestWithParam<StateRow> {
@@ -86,21 +93,24 @@ protected:
 };
 
 TEST_P(StateCheck, EndsWithTheMappedResultAndEventAfterTheRightWait) {
-    const auto& row = GetParam();
-    if (*row.timeout)
-        vekrsensors::paramSensorStateTimeout->set(row.timeout);
-    ScriptedSensor sensor(row.states);
+    const nlohmann::json& row = GetParam().entry;
+    const std::string timeout = row.at("timeout");
+    if (!timeout.empty())
+        vekrsensors::paramSensorStateTimeout->set(timeout);
+    const auto states = row.at("states").get<std::vector<std::int32_t>>();
+    ScriptedSensor sensor(states);
     libOrra::Accelerometer record(std::make_unique<ScriptedDevice>(&sensor), {});
     const auto start = clock_.now();
-    EXPECT_EQ(checkSensorState(record), row.result);
-    EXPECT_EQ(sensor.calls, row.getStateCalls);
+    EXPECT_EQ(checkSensorState(record), *kiva5::TestResult::fromName(row.at("result").get<std::string>()));
+    EXPECT_EQ(sensor.calls, row.at("getStateCalls").get<std::size_t>());
     EXPECT_EQ(std::chrono::duration_cast<std::chrono::milliseconds>(clock_.now() - start).count(),
-              row.waitedMs);
-    EXPECT_EQ(record.m_state, row.states[std::min(sensor.calls, row.states.size()) - 1])
+              row.at("waitedMs").get<std::int64_t>());
+    EXPECT_EQ(record.m_state, states[std::min(sensor.calls, states.size()) - 1])
         << "the record keeps the last state read";
-    if (*row.event) {
+    const std::string event = row.at("event");
+    if (!event.empty()) {
         ASSERT_EQ(run_.events.size(), 1u);
-        EXPECT_EQ(run_.events[0].name, row.event);
+        EXPECT_EQ(run_.events[0].name, event);
         EXPECT_EQ(run_.events[0].severity, "error");
         EXPECT_EQ(run_.events[0].file, "TestHelper.cpp");
     } else {
@@ -108,51 +118,8 @@ TEST_P(StateCheck, EndsWithTheMappedResultAndEventAfterTheRightWait) {
     }
 }
 
-using R = kiva5::TestResult;
-INSTANTIATE_TEST_SUITE_P(
-    Table, StateCheck,
-    ::testing::Values(
-        StateRow{"ready_at_once", {0}, "5", R::PASS(), "", 1, 0},
-        StateRow{"access_denied_never_waits",
-                 {4},
-                 "5",
-                 R::CANNOTRUN(),
-                 "SensorState_AccessDenied",
-                 1,
-                 0},
-        StateRow{"error_never_waits", {5}, "5", R::FAIL(), "SensorState_Error", 1, 0},
-        StateRow{"unknown_state_fails_silently", {9}, "5", R::FAIL(), "", 1, 0},
-        StateRow{"negative_unknown_state", {-1}, "5", R::FAIL(), "", 1, 0},
-        StateRow{"turns_ready_while_waiting", {3, 3, 0}, "5", R::PASS(), "", 3, 200},
-        // Polling only stops early for READY: a sensor that turns to ACCESS_DENIED is asked
-        // until the time is up.
-        StateRow{"initialising_then_access_denied",
-                 {3, 4},
-                 "0.25",
-                 R::CANNOTRUN(),
-                 "SensorState_AccessDenied",
-                 4,
-                 300},
-        StateRow{"stays_initialising", {3}, "0.25", R::TIMEDOUT(), "SensorState_Invalid", 4, 300},
-        StateRow{
-            "stays_not_available", {1}, "0.25", R::TIMEDOUT(), "SensorState_NotAvailable", 4, 300},
-        StateRow{"stays_no_data", {2}, "0.25", R::FAIL(), "Sensor_NoData", 4, 300},
-        StateRow{"zero_timeout_asks_once_more",
-                 {1},
-                 "0",
-                 R::TIMEDOUT(),
-                 "SensorState_NotAvailable",
-                 2,
-                 100},
-        StateRow{"negative_timeout_asks_nothing_and_reads_no_data",
-                 {1},
-                 "-1",
-                 R::FAIL(),
-                 "Sensor_NoData",
-                 1,
-                 0},
-        StateRow{
-            "unset_timeout_reads_as_zero", {3}, "", R::TIMEDOUT(), "SensorState_Invalid", 2, 100}));
+INSTANTIATE_TEST_SUITE_P(Table, StateCheck, ::testing::ValuesIn(stateRows()),
+                         [](const auto& row) { return row.param.label; });
 
 TEST(SensorEventSink, AnswersAsACOMSinkAndCountsOnlyValidReports) {
     ScriptedSensor sensor({0});
