@@ -28,7 +28,8 @@ function(vekr_add_test target)
   target_link_libraries(${target} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
   # TestResult::FAIL() is the framework's verdict; gtest's FAIL() is spelled GTEST_FAIL().
-  target_compile_definitions(${target} PRIVATE GTEST_DONT_DEFINE_FAIL=1)
+  target_compile_definitions(${target} PRIVATE GTEST_DONT_DEFINE_FAIL=1
+                             VEKR_TEST_SUPPORT_DIR="${PROJECT_SOURCE_DIR}/tests/support")
   vekr_target_defaults(${target})
   add_dependencies(${target} vekr_resources)
   set(props TIMEOUT 60)

@@ -59,14 +59,6 @@ std::vector<Case> loadCases() {
     return cases;
 }
 
-const DriverLayout& layoutNamed(const std::string& name) {
-    static const std::map<std::string, const DriverLayout*> known{
-        {"hidAccel3d", &layouts::hidAccel3d}, {"hidGyro3d", &layouts::hidGyro3d},
-        {"hidAls", &layouts::hidAls},         {"crosEcAccel", &layouts::crosEcAccel},
-        {"bufferOnlyAccel", &layouts::bufferOnlyAccel}};
-    return *known.at(name);
-}
-
 // True when every key of `expected` is in `actual` with an equal value (objects compared the
 // same way, one level at a time).
 bool subset(const json& expected, const json& actual) {
@@ -116,7 +108,7 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
     if (entry.contains("tree")) {
         const json& tree = entry["tree"];
         sysfs.emplace();
-        const DriverLayout& layout = layoutNamed(tree.at("layout"));
+        const DriverLayout& layout = layouts::named(tree.at("layout"));
         sysfs->add(0, layout);
         const json set = tree.value("set", json::object());
         for (const auto& [attribute, text] : set.items())

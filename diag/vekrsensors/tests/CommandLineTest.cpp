@@ -154,12 +154,12 @@ TEST_F(CommandLine, SimulatedMachineListsItsDevices) {
 // accelerometers apart; a name that never answers costs its time bound, not the listing.
 TEST_F(CommandLine, IioTreeListsItsDevices) {
     FakeSysfs sysfs;
-    sysfs.add(0, layouts::hidAccel3d);
-    sysfs.add(1, layouts::hidAls);
-    sysfs.add(2, layouts::vl53l0x);
-    sysfs.add(3, layouts::bmc150);
+    sysfs.add(0, layouts::named("hidAccel3d"));
+    sysfs.add(1, layouts::named("hidAls"));
+    sysfs.add(2, layouts::named("vl53l0x"));
+    sysfs.add(3, layouts::named("bmc150"));
     sysfs.addDevice(4, "two-axis", {{"in_anglvel_x_raw", "1"}, {"in_anglvel_y_raw", "2"}});
-    sysfs.add(5, layouts::mxc4005);
+    sysfs.add(5, layouts::named("mxc4005"));
     sysfs.makeSilent(5, "name");
     const ModuleOutcome o = runModule({"--backend", "iio", "--devices"}, dir_,
                                       {"VEKR_SYSFS_ROOT=" + sysfs.root().string()});

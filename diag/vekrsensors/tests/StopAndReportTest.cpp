@@ -159,7 +159,7 @@ TEST_P(InvalidUtf8, StillGivesAWholeReport) {
     std::optional<FakeSysfs> sysfs;
     if (row.deviceName) {
         sysfs.emplace(row.sysfsPrefix);
-        sysfs->add(0, {row.deviceName, layouts::hidAccel3d.attributes});
+        sysfs->add(0, {row.deviceName, layouts::named("hidAccel3d").attributes});
         env.push_back("VEKR_SYSFS_ROOT=" + sysfs->root().string());
         args.insert(args.end(), {"--backend", "iio"});
     } else {

@@ -36,12 +36,12 @@ protected:
 };
 
 TEST_F(Iio, ListsEveryKindInNumberOrderWithCanonicalLocators) {
-    sysfs_.add(0, layouts::hidAccel3d);
-    sysfs_.add(1, layouts::hidGyro3d);
-    sysfs_.add(2, layouts::hidMagn3d);
-    sysfs_.add(3, layouts::hidAls);
-    sysfs_.add(10, layouts::vl53l0x);
-    sysfs_.add(11, layouts::crosEcAccel);
+    sysfs_.add(0, layouts::named("hidAccel3d"));
+    sysfs_.add(1, layouts::named("hidGyro3d"));
+    sysfs_.add(2, layouts::named("hidMagn3d"));
+    sysfs_.add(3, layouts::named("hidAls"));
+    sysfs_.add(10, layouts::named("vl53l0x"));
+    sysfs_.add(11, layouts::named("crosEcAccel"));
     fs::create_directories(sysfs_.root() / "bus/iio/devices/trigger0");  // not a device
     const auto sensors = installedBackend()->sensors();
     ASSERT_EQ(sensors.size(), 6u);
@@ -116,7 +116,7 @@ std::vector<Row> rows(const char* table) {
 
 DriverLayout layoutOf(const nlohmann::json& entry) {
     if (entry.contains("layout"))
-        return *layouts::named(entry["layout"]);
+        return layouts::named(entry["layout"]);
     return {"d", entry.at("attributes").get<std::map<std::string, std::string>>()};
 }
 
@@ -215,7 +215,7 @@ INSTANTIATE_TEST_SUITE_P(Table, IioProximity, ::testing::ValuesIn(rows("proximit
 // A device that delivers its values only through its buffer: read from its node, and left as
 // it was found (channels, trigger, buffer).
 TEST_F(Iio, BufferOnlyDeviceIsReadThroughItsNodeAndLeftAsFound) {
-    sysfs_.add(0, layouts::bufferOnlyAccel);
+    sysfs_.add(0, layouts::named("bufferOnlyAccel"));
     // One scan: x -160, y 312, z 16280 (little-endian 16 bit), 2 bytes padding, timestamp.
     const std::string scan(
         "\x60\xff\x38\x01\x98\x3f\x00\x00"
@@ -243,7 +243,7 @@ TEST_F(Iio, BufferOnlyDeviceIsReadThroughItsNodeAndLeftAsFound) {
 // The desktop streams the sensor (iio-sensor-proxy has its buffer enabled): access denied, and
 // a note that names the device, its holder and how to free it.
 TEST_F(Iio, BusyDeviceIsDeniedWithANoteNamingItsHolder) {
-    sysfs_.add(0, layouts::bufferOnlyAccel);
+    sysfs_.add(0, layouts::named("bufferOnlyAccel"));
     sysfs_.set(0, "buffer/enable", "1");
     sysfs_.addBuffer(0, "bmi160", "");
     std::ifstream holder(sysfs_.devRoot() / "iio:device0");
@@ -267,7 +267,7 @@ TEST_F(Iio, BusyDeviceIsDeniedWithANoteNamingItsHolder) {
 TEST_F(Iio, SilentAttributesCostTheirTimeBound) {
     IioBackend::setReadTimeout(std::chrono::milliseconds(100));
     for (const char* silent : {"in_accel_x_raw", "in_accel_scale", "name"}) {
-        sysfs_.add(0, layouts::hidAccel3d);
+        sysfs_.add(0, layouts::named("hidAccel3d"));
         const fs::path fifo = sysfs_.makeSilent(0, silent);
         const auto start = std::chrono::steady_clock::now();
         const auto sensors = installedBackend()->sensors();
@@ -290,7 +290,7 @@ TEST_F(Iio, SilentAttributesCostTheirTimeBound) {
 }
 
 TEST_F(Iio, RemovedDeviceIsNotAvailableAndNoLongerListed) {
-    sysfs_.add(0, layouts::hidAccel3d);
+    sysfs_.add(0, layouts::named("hidAccel3d"));
     vek::Array<std::unique_ptr<Accelerometer>> accels;
     ASSERT_TRUE(getAccelerometers(accels));
     fs::remove_all(sysfs_.device(0));
@@ -303,7 +303,7 @@ TEST_F(Iio, RemovedDeviceIsNotAvailableAndNoLongerListed) {
 }
 
 TEST_F(Iio, GarbageInAnAttributeFailsTheUpdateAndReportsAnError) {
-    sysfs_.add(0, layouts::hidAccel3d);
+    sysfs_.add(0, layouts::named("hidAccel3d"));
     vek::Array<std::unique_ptr<Accelerometer>> accels;
     ASSERT_TRUE(getAccelerometers(accels));
     ASSERT_TRUE(accels[0]->update());
@@ -319,7 +319,7 @@ TEST_F(Iio, GarbageInAnAttributeFailsTheUpdateAndReportsAnError) {
 TEST_F(Iio, UnreadableAttributeIsAccessDenied) {
     if (::geteuid() == 0)
         GTEST_SKIP() << "root reads every file";
-    sysfs_.add(0, layouts::hidAccel3d);
+    sysfs_.add(0, layouts::named("hidAccel3d"));
     fs::permissions(sysfs_.device(0) / "in_accel_x_raw", fs::perms::none);
     vek::Array<std::unique_ptr<Accelerometer>> accels;
     ASSERT_TRUE(getAccelerometers(accels));
@@ -335,7 +335,7 @@ TEST_F(Iio, NoIioBusIsAMachineWithoutSensors) {
 }
 
 TEST_F(Iio, AttachedSinkReceivesDataEventsFromTheSensorsThread) {
-    sysfs_.add(0, layouts::hidAccel3d);
+    sysfs_.add(0, layouts::named("hidAccel3d"));
     sysfs_.set(0, "in_accel_sampling_frequency", "100");
     vekr::testing::CountingSink sink;
     vek::Array<std::unique_ptr<Accelerometer>> accels;
