@@ -38,18 +38,9 @@ TEST_P(GyroWorker, SettlesAsItsTableSays) {
     GyrometerRun::backgroundResult = kUntouched;
 
     GyrometerTestDlg dialog(nullptr);
-    EXPECT_EQ(runWorker(&GyrometerBackgroundData, &dialog, GyrometerRun::backgroundRunFlag,
-                        row.at("uiClosesAt")),
-              row.at("exitCode").get<int>());
-    EXPECT_EQ(GyrometerRun::backgroundResult, vekr::testing::resultNamed(row.at("result"), kUntouched))
-        << GyrometerRun::backgroundResult.name();
-    const std::string event = row.at("event");
-    if (!event.empty()) {
-        EXPECT_EQ(events(), std::vector<std::string>{event});
-        EXPECT_EQ(run_.events[0].file, row.value("eventFile", "GyrometerTest.cpp"));
-    } else {
-        EXPECT_TRUE(events().empty());
-    }
+    const int exitCode = runWorker(&GyrometerBackgroundData, &dialog,
+                                   GyrometerRun::backgroundRunFlag, row.at("uiClosesAt"));
+    expectEnding(row, exitCode, GyrometerRun::backgroundResult, kUntouched, "GyrometerTest.cpp");
     // X-, X+, Y-, Y+, Z-, Z+
     const auto passed = dialog.pictureInput(100, 100).passed;
     EXPECT_EQ(std::vector<bool>(passed.begin(), passed.end()),

@@ -184,18 +184,9 @@ TEST_P(CompassWorker, EndsAsItsTableSays) {
     vekrsensors::paramMagnetometerWaitTime->set(row.value("waitTime", "2"));
 
     MagnetometerTestDlg dialog(nullptr);
-    EXPECT_EQ(runWorker(&MagnetometerBackgroundData, &dialog, MagnetometerRun::backgroundRunFlag,
-                        row.at("uiClosesAt")),
-              row.at("exitCode").get<int>());
-    EXPECT_EQ(MagnetometerRun::backgroundResult, vekr::testing::resultNamed(row.at("result"), kBefore))
-        << MagnetometerRun::backgroundResult.name();
-    const std::string event = row.at("event");
-    if (!event.empty()) {
-        ASSERT_FALSE(run_.events.empty());
-        EXPECT_EQ(run_.events[0].name, event);
-    } else {
-        EXPECT_TRUE(events().empty());
-    }
+    const int exitCode = runWorker(&MagnetometerBackgroundData, &dialog,
+                                   MagnetometerRun::backgroundRunFlag, row.at("uiClosesAt"));
+    expectEnding(row, exitCode, MagnetometerRun::backgroundResult, kBefore, "MagnetometerTest.cpp");
     expectDialogCloses(dialog, MagnetometerTestDlg::IDC_BUTTON_FAIL);
 }
 

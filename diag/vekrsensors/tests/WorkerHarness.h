@@ -65,6 +65,22 @@ protected:
         backend->testStarting();
     }
 
+    // Checks how the worker ended against a table row: its exit code, the result it settled
+    // (`settled`; a row's name that is not a result stands for `unsettled`) and the one event
+    // it raised, if any, from the row's "eventFile" or `sourceFile`.
+    void expectEnding(const nlohmann::json& row, int exitCode, const kiva5::TestResult& settled,
+                      const kiva5::TestResult& unsettled, const std::string& sourceFile) {
+        EXPECT_EQ(exitCode, row.at("exitCode").get<int>());
+        EXPECT_EQ(settled, resultNamed(row.at("result"), unsettled)) << settled.name();
+        const std::string event = row.at("event");
+        if (event.empty()) {
+            EXPECT_TRUE(events().empty());
+            return;
+        }
+        ASSERT_EQ(events(), std::vector<std::string>{event});
+        EXPECT_EQ(run_.events[0].file, row.value("eventFile", sourceFile));
+    }
+
     // Runs `worker` with `dialog` as its context to the end. With `uiClosesAt` > 0 the person
     // closes the dialog at that sensor time: the run flag is cleared, as the test function
     // does, and set again after the join. Returns the exit code (-1 when there is none).
