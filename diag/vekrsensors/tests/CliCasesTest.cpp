@@ -13,11 +13,14 @@
 //    "log": "part of the module log or a note", "logLacks": "text that must not be there",
 //    "files": {"name": "text"},        more files in the working folder (profiles, resources)
 //    "report": {...},                  a subset of the report's top level
+//    "fifo": "name", "bigFile": {"name": bytes},   a FIFO nobody writes, a file of blanks
 //    "exit": 64, "err": "part of stderr"}
 //
 // Every case also holds the host's promises: the exit code is the report's code, nothing
-// reaches stderr unless "err" says what, and a case without "runs" leaves no report.
+// reaches stderr unless "err" says what, a case without "runs" leaves no report, and a usage
+// error (64) is one line on stderr and nothing on stdout.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -99,6 +102,12 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
     const json files = entry.value("files", json::object());
     for (const auto& [name, text] : files.items())
         scratch_.write(name, text.get<std::string>());
+    if (entry.contains("fifo")) {
+        ASSERT_EQ(mkfifo((scratch_ / entry["fifo"].get<std::string>()).c_str(), 0600), 0);
+    }
+    const json big = entry.value("bigFile", json::object());
+    for (const auto& [name, bytes] : big.items())
+        scratch_.write(name, std::string(bytes.get<std::size_t>(), ' '));
     if (entry.contains("scenario")) {
         scratch_.write("s.json", entry["scenario"].dump());
         args.insert(args.end(), {"--scenario", "s.json"});
@@ -123,11 +132,17 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
         env.push_back("VEKR_SYSFS_ROOT=" + sysfs->root().string());
         env.push_back("VEKR_DEV_ROOT=" + sysfs->devRoot().string());
     }
-    args.insert(args.end(), {"--report", "r.json", "--log", "log.txt"});
+    args.insert(args.end(), {"--report", "r.json"});
+    if (entry.contains("log") || entry.contains("logLacks"))
+        args.insert(args.end(), {"--log", "log.txt"});
     const ModuleOutcome o = runModule(args, scratch_.path().string(), env);
 
     if (entry.contains("exit")) {
         EXPECT_EQ(o.exitCode, entry["exit"].get<int>()) << o.err;
+    }
+    if (o.exitCode == 64) {
+        EXPECT_EQ(o.out, "");
+        EXPECT_EQ(std::count(o.err.begin(), o.err.end(), '\n'), 1) << o.err;
     }
     if (entry.contains("err")) {
         EXPECT_NE(o.err.find(entry["err"].get<std::string>()), std::string::npos) << o.err;

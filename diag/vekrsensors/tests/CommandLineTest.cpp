@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -44,71 +43,7 @@ TEST_F(CommandLine, ListPrintsTheCatalogueAsDeclared) {
     EXPECT_EQ(o.out, std::string(std::istreambuf_iterator<char>(expected), {}));
 }
 
-// Everything a person can get wrong on the command line, or in a file it names, is one line
-// naming the program and the problem, exit 64, and no test started.
-struct UsageRow {
-    std::vector<std::string> args;
-    std::string err;  // the whole of stderr, without the leading "vekrsensors.vkm: "
-};
-
-TEST_F(CommandLine, UsageErrorsAreOneLineBeforeAnyTest) {
-    scratch_.write("bad.json", "{ \"parameters\": ");
-    scratch_.write("unknown.json", R"({"parameters": {"Speed": 1}})");
-    scratch_.write("malformed.json", R"({"sensors": [{"kind": "light", "locator": 5}]})");
-    scratch_.write("rotation.json", R"({"sensors": [], "display": {"rotation": 4294967296}})");
-    scratch_.write("huge.json", std::string(5u << 20, ' '));
-    ASSERT_EQ(mkfifo((dir_ / "fifo.json").c_str(), 0600), 0);
-    const std::string params =
-        "known parameters: SensorStateTimeout LuxValueThreshold LuxValueWaitTime "
-        "WarnOnBelowThreshold AccelerometerThreshold AccelerometerWaitTime AccelerometerTarget "
-        "DegreesThreshold MagnetometerWaitTime IncludeFailButton UseTimeoutPrompt "
-        "TimeoutPromptIntervalSeconds SensorNoDataTimeoutSeconds";
-    const UsageRow rows[] = {
-        {{"--frobnicate"}, "unexpected argument: --frobnicate (see --help)"},
-        {{"first", "second"}, "unexpected arguments: first second (see --help)"},
-        // A quoted word never breaks the one line, nor drives the terminal.
-        {{"two\nlines\x1b[2J"}, "unexpected argument: two\\x0alines\\x1b[2J (see --help)"},
-        {{"--test", "CoffeeTest"},
-         "unknown test \"CoffeeTest\"; known tests: AmbientLightSensorTest AccelerometerTest "
-         "MagnetometerTest GyrometerTest ProximitySensorTest (see --help)"},
-        {{"--param", "Nope=1"}, "unknown parameter \"Nope\"; " + params + " (see --help)"},
-        {{"--backend", "usb"}, "--backend: usb not in {iio,sim} (see --help)"},
-        {{"--log", "-"}, "--log needs a file name (the log does not share the terminal) (see --help)"},
-        {{"--lang", "xx"}, "no texts in language \"xx\"; available: de en fr (see --help)"},
-        {{"--lang", "../../x"},
-         "--lang \"../../x\" is not a language code (like de, de_DE or de_DE.UTF-8) (see --help)"},
-        {{"--profile", "nope.json"}, "profile nope.json: cannot be read: No such file or directory"},
-        {{"--profile", "bad.json"}, "profile bad.json: not valid JSON (line 1, column 17)"},
-        {{"--profile", "unknown.json"}, "profile unknown.json: unknown parameter \"Speed\"; " + params},
-        {{"--scenario", "nope.json"}, "scenario nope.json: cannot be read: No such file or directory"},
-        {{"--scenario", "malformed.json"},
-         "scenario malformed.json: at /sensors/0/locator: expected a string"},
-        {{"--scenario", "rotation.json"},
-         "scenario rotation.json: at /display/rotation: expected 0, 1, 2, 3 or null"},
-        {{"--scenario", "/dev/zero"}, "scenario /dev/zero: is not a regular file"},
-        {{"--scenario", "fifo.json"}, "scenario fifo.json: is not a regular file"},
-        {{"--scenario", "huge.json"}, "scenario huge.json: is larger than 4 MiB"},
-        {{"--profile", "."}, "profile .: is not a regular file"},
-        {{"--param", "AccelerometerThreshold"},
-         "--param expects NAME=VALUE, got \"AccelerometerThreshold\" (see --help)"},
-        {{"--param", "=1"}, "--param expects NAME=VALUE, got \"=1\" (see --help)"},
-        {{"--backend", "iio", "--scenario", "x.json"}, "--scenario goes with --backend sim (see --help)"},
-        {{"--log-level", "2"}, "--log-level needs --log FILE (see --help)"},
-        {{"--log", "log.txt", "--log-level", "9"},
-         "--log-level: Value 9 not in range 1 to 4 (see --help)"},
-        {{"--log", "/no/such/dir/log.txt"}, "cannot open log file /no/such/dir/log.txt (see --help)"},
-        {{"--junit", "missing/r.xml"}, "junit missing/r.xml: folder missing: No such file or directory (see --help)"},
-    };
-    for (const UsageRow& row : rows) {
-        std::vector<std::string> args = row.args;
-        args.insert(args.end(), {"--report", "r.json"});
-        const ModuleOutcome o = run(args);
-        EXPECT_EQ(o.exitCode, 64) << row.args[0];
-        EXPECT_EQ(o.out, "") << row.args[0];
-        EXPECT_EQ(o.err, "vekrsensors.vkm: " + row.err + "\n");
-        EXPECT_FALSE(fs::exists(dir_ / "r.json"));
-    }
-}
+// Usage errors (one line, exit 64, nothing run or written) are cases/usage.json.
 
 TEST_F(CommandLine, ReportIsValidJsonWithTheModuleIdentity) {
     const ModuleOutcome o = run({"--report", "r.json", "--backend", "iio", "--quiet"});
