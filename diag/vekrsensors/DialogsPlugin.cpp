@@ -1,7 +1,6 @@
 #include "DialogsPlugin.h"
 
 #include <atomic>
-#include <system_error>
 
 #include "DialogTests.h"
 #include "vek/DynamicLibrary.h"
@@ -63,9 +62,7 @@ void vekrsensors::provideDialogTests(const DialogTests* tests) {
 }
 
 std::filesystem::path vekrsensors::DialogsPlugin::file() {
-    std::error_code ec;
-    const std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
-    return ec ? std::filesystem::path(kPluginFile) : exe.parent_path() / kPluginFile;
+    return vek::DynamicLibrary::besideExecutable(kPluginFile);
 }
 
 std::string vekrsensors::DialogsPlugin::check(bool simulatedMachine) {

@@ -19,15 +19,18 @@ std::string platformFileName(const std::string& name) {
     if (lower.size() <= 4 || lower.compare(lower.size() - 4, 4, ".dll") != 0)
         return name;
     const std::string so = "libvekr-" + lower.substr(0, lower.size() - 4) + ".so";
+    const std::string beside = DynamicLibrary::besideExecutable(so);
     std::error_code ec;
-    const auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);
-    if (!ec && std::filesystem::exists(exe.parent_path() / so, ec)) {
-        return (exe.parent_path() / so).string();
-    }
-    return so;
+    return std::filesystem::exists(beside, ec) ? beside : so;
 }
 
 }  // namespace
+
+std::string DynamicLibrary::besideExecutable(const std::string& name) {
+    std::error_code ec;
+    const auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+    return ec ? name : (exe.parent_path() / name).string();
+}
 
 DynamicLibrary::~DynamicLibrary() {
     if (handle_)

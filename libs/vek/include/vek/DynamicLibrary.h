@@ -20,6 +20,9 @@ public:
     // The address of `name`, or null when the library is not loaded or has no such symbol.
     void* getSymbol(const char* name) const;
     const std::string& fileName() const { return fileName_; }
+    // `name` in the running executable's folder (just `name` when that cannot be read): where
+    // the module's own libraries and plugins are, in the build tree and installed.
+    static std::string besideExecutable(const std::string& name);
     // dlerror's text after a failed load or lookup.
     const std::string& lastError() const { return lastError_; }
 
