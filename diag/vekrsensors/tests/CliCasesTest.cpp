@@ -1,31 +1,40 @@
 // The module as a host runs it, case by case from the tables in cases/*.json: a scenario for
-// the simulated machine or a fake IIO tree shaped like a real driver's, the arguments, and what
-// the report must say about each run. One case:
+// the simulated machine or a fake IIO tree shaped like real drivers', the arguments, and what
+// the report, the output and the log must say. One case:
 //
 //   {"label": "upper_bound_is_outside",
-//    "args": ["--test", "AccelerometerTest", "--param", "AccelerometerWaitTime=0.2"],
+//    "args": ["--test", "AccelerometerTest"],   \xHH in an argument is that byte
 //    "scenario": {...}                 the simulated machine (written to s.json), or
 //    "tree": {"layout": "hidAccel3d",  a fake sysfs with one device of a driver's layout
-//             "set": {"attr": "text"}, "silent": "attr", "busyBuffer": true},
+//             "name": "...", "set": {"attr": "text"}, "silent": "attr", "busyBuffer": true,
+//             "root": "folder name", "devices": [{...}, ...]}   or several devices (n: number)
 //    "env": ["DISPLAY=@X"],            @X: a virtual X server, @S: one that never answers
+//    "files": {"name": "text"}, "links": {"name": "target"}, "readOnlyDir": "name",
+//    "fifo": "name", "bigFile": {"name": bytes},   more in the working folder
+//    "reportTo": "r.json" (default; null: no --report), "reportAt": where it then lies,
+//    "stdoutTo": "/dev/full" ("" closed), "termWaiting": true (SIGTERM pending at start),
+//    "signal": {"when": "text on the terminal", "afterMs": 300, "send": ["INT", "TERM"]},
 //    "runs": [{"result": "FAIL", "events": ["Sensor_Timeout"], "note": "part of a note",
 //              "...": ...}],           any other key: that part of the run, as a subset
-//    "log": "part of the module log or a note", "logLacks": "text that must not be there",
-//    "files": {"name": "text"},        more files in the working folder (profiles, resources)
 //    "report": {...},                  a subset of the report's top level
-//    "fifo": "name", "bigFile": {"name": bytes},   a FIFO nobody writes, a file of blanks
-//    "exit": 64, "err": "part of stderr"}
+//    "within": {"/json/pointer": "part of that text in the report"},
+//    "out", "err", "log": "text" or ["text", "!text that must not be there"],
+//    "outFile": "list.txt" (stdout exactly), "after": {"path": "symlink|char device|absent"},
+//    "exit": 64 or [130, 143]}
 //
 // Every case also holds the host's promises: the exit code is the report's code, nothing
 // reaches stderr unless "err" says what, a case without "runs" leaves no report, and a usage
 // error (64) is one line on stderr and nothing on stdout.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <thread>
 
 #include "FakeSysfs.h"
 #include "ModuleProcess.h"
@@ -76,6 +85,57 @@ bool subset(const json& expected, const json& actual) {
     return true;
 }
 
+// JSON text cannot carry bytes that are not UTF-8: "\\xff" in a case stands for the byte.
+std::string bytes(std::string text) {
+    for (std::size_t at = text.find("\\x"); at != std::string::npos; at = text.find("\\x", at + 1)) {
+        if (at + 4 <= text.size() && std::isxdigit(text[at + 2]) && std::isxdigit(text[at + 3]))
+            text.replace(at, 4, 1, static_cast<char>(std::stoi(text.substr(at + 2, 2), nullptr, 16)));
+    }
+    return text;
+}
+
+// `want` is a text or a list of them: each must be in `text`, or, written "!text", must not.
+void expectTexts(const char* what, const std::string& text, const json& want) {
+    for (const json& w : want.is_array() ? want : json::array({want})) {
+        std::string part = w;
+        const bool absent = part.starts_with("!");
+        if (absent)
+            part.erase(0, 1);
+        EXPECT_EQ(text.find(part) == std::string::npos, absent)
+            << what << (absent ? " holds \"" : " lacks \"") << part << "\":\n" << text;
+    }
+}
+
+// The fake sysfs a case describes; its variables go to `env`.
+void buildTree(std::optional<FakeSysfs>& sysfs, std::ifstream& holder, const json& tree,
+               std::vector<std::string>& env) {
+    sysfs.emplace(bytes(tree.value("root", "vekr-sysfs")));
+    fs::create_directories(sysfs->root() / "bus/iio/devices");
+    const json devices = tree.value("devices", json::array({tree}));
+    for (std::size_t i = 0; i < devices.size(); ++i) {
+        const json& d = devices[i];
+        const int n = d.value("n", static_cast<int>(i));
+        DriverLayout layout;
+        if (d.contains("layout"))
+            layout = layouts::named(d["layout"]);
+        layout.attributes.merge(d.value("attributes", std::map<std::string, std::string>{}));
+        layout.name = bytes(d.value("name", layout.name));
+        sysfs->add(n, layout);
+        const json set = d.value("set", json::object());
+        for (const auto& [attribute, text] : set.items())
+            sysfs->set(n, attribute, text.get<std::string>());
+        if (d.value("busyBuffer", false)) {
+            sysfs->set(n, "buffer/enable", "1");
+            sysfs->addBuffer(n, layout.name, "");
+            holder.open(sysfs->devRoot() / ("iio:device" + std::to_string(n)));
+        }
+        if (d.contains("silent"))
+            sysfs->makeSilent(n, d["silent"]);
+    }
+    env.push_back("VEKR_SYSFS_ROOT=" + sysfs->root().string());
+    env.push_back("VEKR_DEV_ROOT=" + sysfs->devRoot().string());
+}
+
 class CliCase : public ::testing::TestWithParam<Case> {
 protected:
     vekr::testing::ScratchDir scratch_{"vekr-cli-case"};
@@ -83,11 +143,14 @@ protected:
 
 TEST_P(CliCase, ReportSaysWhatTheTableSays) {
     const json& entry = GetParam().entry;
-    std::vector<std::string> args = entry.value("args", std::vector<std::string>{});
-    std::vector<std::string> env = entry.value("env", std::vector<std::string>{});
+    std::vector<std::string> args;
+    for (const std::string& a : entry.value("args", std::vector<std::string>{}))
+        args.push_back(bytes(a));
+    ModuleRun::Start start;
+    start.env = entry.value("env", std::vector<std::string>{});
     std::optional<VirtualXServer> x;
     std::optional<SilentXServer> silent;
-    for (std::string& e : env) {
+    for (std::string& e : start.env) {
         if (e.ends_with("@X")) {
             x.emplace();
             if (!x->available())
@@ -99,99 +162,132 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
             e.replace(e.size() - 2, 2, silent->display());
         }
     }
-    const json files = entry.value("files", json::object());
-    for (const auto& [name, text] : files.items())
+    const auto part = [&entry](const char* key) -> const json& {
+        static const json none = json::object();
+        return entry.contains(key) ? entry[key] : none;
+    };
+    for (const auto& [name, text] : part("files").items())
         scratch_.write(name, text.get<std::string>());
+    for (const auto& [name, target] : part("links").items())
+        fs::create_symlink(target.get<std::string>(), scratch_ / name);
+    if (entry.contains("readOnlyDir")) {
+        if (::geteuid() == 0)
+            GTEST_SKIP() << "root writes into any folder";
+        fs::create_directory(scratch_ / entry["readOnlyDir"].get<std::string>());
+        fs::permissions(scratch_ / entry["readOnlyDir"].get<std::string>(),
+                        fs::perms::owner_read | fs::perms::owner_exec);
+    }
     if (entry.contains("fifo")) {
         ASSERT_EQ(mkfifo((scratch_ / entry["fifo"].get<std::string>()).c_str(), 0600), 0);
     }
-    const json big = entry.value("bigFile", json::object());
-    for (const auto& [name, bytes] : big.items())
-        scratch_.write(name, std::string(bytes.get<std::size_t>(), ' '));
+    for (const auto& [name, size] : part("bigFile").items())
+        scratch_.write(name, std::string(size.get<std::size_t>(), ' '));
     if (entry.contains("scenario")) {
         scratch_.write("s.json", entry["scenario"].dump());
         args.insert(args.end(), {"--scenario", "s.json"});
     }
     std::optional<FakeSysfs> sysfs;
     std::ifstream holder;
-    if (entry.contains("tree")) {
-        const json& tree = entry["tree"];
-        sysfs.emplace();
-        const DriverLayout& layout = layouts::named(tree.at("layout"));
-        sysfs->add(0, layout);
-        const json set = tree.value("set", json::object());
-        for (const auto& [attribute, text] : set.items())
-            sysfs->set(0, attribute, text.get<std::string>());
-        if (tree.value("busyBuffer", false)) {
-            sysfs->set(0, "buffer/enable", "1");
-            sysfs->addBuffer(0, layout.name, "");
-            holder.open(sysfs->devRoot() / "iio:device0");
-        }
-        if (tree.contains("silent"))
-            sysfs->makeSilent(0, tree["silent"]);
-        env.push_back("VEKR_SYSFS_ROOT=" + sysfs->root().string());
-        env.push_back("VEKR_DEV_ROOT=" + sysfs->devRoot().string());
-    }
-    args.insert(args.end(), {"--report", "r.json"});
-    if (entry.contains("log") || entry.contains("logLacks"))
+    if (entry.contains("tree"))
+        buildTree(sysfs, holder, entry["tree"], start.env);
+    const json reportTo = entry.value("reportTo", json("r.json"));
+    if (!reportTo.is_null())
+        args.insert(args.end(), {"--report", reportTo.get<std::string>()});
+    const fs::path reportAt = scratch_ / entry.value("reportAt", reportTo.is_null() ? "r.json" : reportTo.get<std::string>());
+    if (entry.contains("log"))
         args.insert(args.end(), {"--log", "log.txt"});
-    const ModuleOutcome o = runModule(args, scratch_.path().string(), env);
+    if (entry.contains("stdoutTo"))
+        start.stdoutTo = entry["stdoutTo"].get<std::string>();
+    start.termWaiting = entry.value("termWaiting", false);
+
+    ModuleRun module(args, scratch_.path().string(), start);
+    if (entry.contains("signal")) {
+        const json& sig = entry["signal"];
+        ASSERT_TRUE(module.waitFor(sig.at("when"), std::chrono::seconds(20)));
+        std::this_thread::sleep_for(std::chrono::milliseconds(sig.value("afterMs", 0)));
+        const std::map<std::string, int> numbers{{"INT", SIGINT}, {"TERM", SIGTERM}, {"HUP", SIGHUP}};
+        for (const std::string name : sig.at("send"))
+            module.signal(numbers.at(name));
+    }
+    const ModuleOutcome o = module.finish();
 
     if (entry.contains("exit")) {
-        EXPECT_EQ(o.exitCode, entry["exit"].get<int>()) << o.err;
+        const json exits = entry["exit"].is_array() ? entry["exit"] : json::array({entry["exit"]});
+        EXPECT_TRUE(std::find(exits.begin(), exits.end(), o.exitCode) != exits.end())
+            << "exit " << o.exitCode << "\n" << o.err;
     }
     if (o.exitCode == 64) {
         EXPECT_EQ(o.out, "");
         EXPECT_EQ(std::count(o.err.begin(), o.err.end(), '\n'), 1) << o.err;
     }
     if (entry.contains("err")) {
-        EXPECT_NE(o.err.find(entry["err"].get<std::string>()), std::string::npos) << o.err;
+        expectTexts("stderr", o.err, entry["err"]);
     } else {
         EXPECT_EQ(o.err, "") << "nothing but the report's own troubles on stderr";
     }
-    if (!entry.contains("runs")) {
-        EXPECT_FALSE(fs::exists(scratch_ / "r.json")) << "no report when nothing was run";
-        return;
+    if (entry.contains("out")) {
+        // @T: the tree's device folder, as the module names it.
+        std::string want = entry["out"].dump();
+        for (std::size_t at; sysfs && (at = want.find("@T")) != std::string::npos;)
+            want.replace(at, 2, fs::canonical(sysfs->root() / "bus/iio/devices").string());
+        expectTexts("stdout", o.out, json::parse(want));
     }
-    std::ifstream in(scratch_ / "r.json");
-    ASSERT_TRUE(in) << o.out << o.err;
-    const json report = json::parse(in);
-    EXPECT_EQ(o.exitCode, report["code"]) << o.err;
-    if (entry.contains("report")) {
-        EXPECT_TRUE(subset(entry["report"], report)) << entry["report"].dump() << " in "
-                                                     << report.dump(2);
+    if (entry.contains("outFile")) {
+        std::ifstream expected(fs::path(VEKR_SOURCE_DIR) / entry["outFile"].get<std::string>());
+        EXPECT_EQ(o.out, std::string(std::istreambuf_iterator<char>(expected), {}));
     }
-    const json& want = entry.at("runs");
-    ASSERT_EQ(report["runs"].size(), want.size()) << report["runs"].dump(2);
+    for (const auto& [path, kind] : part("after").items()) {
+        const fs::path p = scratch_ / path;  // an absolute path stays as it is
+        const std::map<std::string, bool> holds{{"symlink", fs::is_symlink(p)},
+                                                {"char device", fs::is_character_file(p)},
+                                                {"absent", !fs::exists(fs::symlink_status(p))}};
+        EXPECT_TRUE(holds.at(kind)) << path << " is no longer a " << kind.get<std::string>();
+    }
     std::string notes;
-    for (std::size_t i = 0; i < want.size(); ++i) {
-        const json& run = report["runs"][i];
-        for (const auto& [key, value] : want[i].items()) {
-            if (key == "events") {
-                // Names in order; an object instead of a name is matched as a subset.
-                ASSERT_EQ(run["events"].size(), value.size()) << run.dump(2);
-                for (std::size_t k = 0; k < value.size(); ++k) {
-                    const json& e = run["events"][k];
-                    EXPECT_TRUE(value[k].is_string() ? e["name"] == value[k] : subset(value[k], e))
-                        << value[k].dump() << " in " << run.dump(2);
-                }
-            } else if (key == "note") {
-                const std::string all = run.value("notes", json::array()).dump();
-                EXPECT_NE(all.find(value.get<std::string>()), std::string::npos) << all;
-            } else {
-                EXPECT_TRUE(run.contains(key) && subset(value, run[key]))
-                    << key << ": wanted " << value.dump() << " in " << run.dump(2);
-            }
+    if (!entry.contains("runs")) {
+        EXPECT_FALSE(fs::is_regular_file(reportAt)) << "no report when nothing was run";
+    } else {
+        std::ifstream in(reportAt);
+        ASSERT_TRUE(in) << o.out << o.err;
+        const json report = json::parse(in);
+        EXPECT_EQ(o.exitCode, report["code"]) << o.err;
+        if (entry.contains("report")) {
+            EXPECT_TRUE(subset(entry["report"], report))
+                << entry["report"].dump() << " in " << report.dump(2);
         }
-        notes += run.value("notes", json::array()).dump();
+        for (const auto& [pointer, piece] : part("within").items()) {
+            const std::string text = report.value(json::json_pointer(pointer), "");
+            EXPECT_NE(text.find(piece.get<std::string>()), std::string::npos)
+                << pointer << ": " << text;
+        }
+        const json& want = entry.at("runs");
+        ASSERT_EQ(report["runs"].size(), want.size()) << report["runs"].dump(2);
+        for (std::size_t i = 0; i < want.size(); ++i) {
+            const json& run = report["runs"][i];
+            for (const auto& [key, value] : want[i].items()) {
+                if (key == "events") {
+                    // Names in order; an object instead of a name is matched as a subset.
+                    ASSERT_EQ(run["events"].size(), value.size()) << run.dump(2);
+                    for (std::size_t k = 0; k < value.size(); ++k) {
+                        const json& e = run["events"][k];
+                        EXPECT_TRUE(value[k].is_string() ? e["name"] == value[k]
+                                                         : subset(value[k], e))
+                            << value[k].dump() << " in " << run.dump(2);
+                    }
+                } else if (key == "note") {
+                    const std::string all = run.value("notes", json::array()).dump();
+                    EXPECT_NE(all.find(value.get<std::string>()), std::string::npos) << all;
+                } else {
+                    EXPECT_TRUE(run.contains(key) && subset(value, run[key]))
+                        << key << ": wanted " << value.dump() << " in " << run.dump(2);
+                }
+            }
+            notes += run.value("notes", json::array()).dump();
+        }
     }
-    std::ifstream logFile(scratch_ / "log.txt");
-    const std::string said = std::string(std::istreambuf_iterator<char>(logFile), {}) + notes;
     if (entry.contains("log")) {
-        EXPECT_NE(said.find(entry["log"].get<std::string>()), std::string::npos) << said;
-    }
-    if (entry.contains("logLacks")) {
-        EXPECT_EQ(said.find(entry["logLacks"].get<std::string>()), std::string::npos) << said;
+        std::ifstream logFile(scratch_ / "log.txt");
+        expectTexts("the log and the notes", std::string(std::istreambuf_iterator<char>(logFile), {}) + notes, entry["log"]);
     }
 }
 

@@ -148,10 +148,3 @@ ModuleOutcome ModuleRun::finish() {
     }
     return outcome_;
 }
-
-ModuleOutcome runModule(const std::vector<std::string>& args, const std::string& workDir,
-                        const std::vector<std::string>& extraEnv) {
-    ModuleRun::Start start;
-    start.env = extraEnv;
-    return ModuleRun(args, workDir, start).finish();
-}

@@ -47,6 +47,3 @@ private:
     int fds_[2] = {-1, -1};
     ModuleOutcome outcome_;
 };
-
-ModuleOutcome runModule(const std::vector<std::string>& args, const std::string& workDir = ".",
-                        const std::vector<std::string>& extraEnv = {});
