@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <fcntl.h>
 #include <atomic>
-#include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -34,32 +32,6 @@ protected:
     std::shared_ptr<IioBackend> backend_;
     FakeSysfs sysfs_;
 };
-
-TEST_F(Iio, ListsEveryKindInNumberOrderWithCanonicalLocators) {
-    sysfs_.add(0, layouts::named("hidAccel3d"));
-    sysfs_.add(1, layouts::named("hidGyro3d"));
-    sysfs_.add(2, layouts::named("hidMagn3d"));
-    sysfs_.add(3, layouts::named("hidAls"));
-    sysfs_.add(10, layouts::named("vl53l0x"));
-    sysfs_.add(11, layouts::named("crosEcAccel"));
-    fs::create_directories(sysfs_.root() / "bus/iio/devices/trigger0");  // not a device
-    const auto sensors = installedBackend()->sensors();
-    ASSERT_EQ(sensors.size(), 6u);
-    const std::pair<SensorKind, const char*> expected[] = {
-        {SensorKind::Accelerometer, "accel_3d"},
-        {SensorKind::Gyrometer, "gyro_3d"},
-        {SensorKind::Magnetometer, "magn_3d"},
-        {SensorKind::Light, "als"},
-        {SensorKind::Proximity, "vl53l0x"},
-        {SensorKind::Accelerometer, "cros-ec-accel (accel-display)"}};
-    for (std::size_t i = 0; i < 6; ++i) {
-        EXPECT_EQ(sensors[i].kind, expected[i].first) << i;
-        EXPECT_EQ(sensors[i].name, expected[i].second);
-    }
-    EXPECT_EQ(sensors[0].locator, fs::canonical(sysfs_.device(0)).string());
-    EXPECT_EQ(sensors[4].locator, fs::canonical(sysfs_.device(10)).string())
-        << "device10 after device3: numeric order";
-}
 
 // The reading of one record of `kind` (x, y, z; heading; lux), or nothing when none updates.
 std::vector<double> readOne(SensorKind kind) {
@@ -96,7 +68,8 @@ std::vector<double> readOne(SensorKind kind) {
 }
 
 // The tables of iio_cases.json: real drivers' layouts (by name, see DriverLayouts.h) and the
-// variants of the channel table, each with the reading worked out by hand from its attributes.
+// variants of the channel table, each with the reading worked out by hand from its attributes;
+// no reading at all where a number cannot be read or is not finite (never a default 1 or 0).
 struct Row {
     std::string label;
     nlohmann::json entry;
@@ -134,44 +107,6 @@ TEST_P(IioReading, ArrivesInTheModulesUnits) {
 
 INSTANTIATE_TEST_SUITE_P(Table, IioReading, ::testing::ValuesIn(rows("readings")),
                          [](const auto& row) { return row.param.label; });
-
-std::map<std::string, std::string> axes(const std::string& pattern, const std::string& x,
-                                        std::map<std::string, std::string> extra = {}) {
-    for (const char* a : {"x", "y", "z"}) {
-        std::string name = pattern;
-        name.replace(name.find("%a"), 2, a);
-        extra.emplace(name, a[0] == 'x' ? x : "0");
-    }
-    return extra;
-}
-
-// A number that cannot be read or is not finite is never replaced by 1 or 0: the update
-// fails and the state is an error.
-TEST_F(Iio, UnusableNumbersAreErrorsNeverDefaults) {
-    const std::map<std::string, std::string> rows[] = {
-        axes("in_accel_%a_raw", "1000", {{"in_accel_scale", "nan"}}),
-        axes("in_accel_%a_raw", "1000", {{"in_accel_scale", "0.01"}, {"in_accel_offset", "inf"}}),
-        axes("in_accel_%a_raw", "1e308", {{"scale", "1e10"}}),
-        axes("in_accel_%a_raw", "1000", {{"in_accel_scale", ""}}),
-    };
-    for (const auto& attributes : rows) {
-        sysfs_.addDevice(0, "bad", attributes);
-        vek::Array<std::unique_ptr<Accelerometer>> accels;
-        ASSERT_TRUE(getAccelerometers(accels));
-        ASSERT_EQ(accels.size(), 1u);
-        EXPECT_FALSE(accels[0]->update()) << attributes.rbegin()->first;
-        SensorState state{};
-        accels[0]->m_pSensor->GetState(&state);
-        EXPECT_EQ(state, SENSOR_STATE_ERROR);
-        fs::remove_all(sysfs_.device(0));
-    }
-    // A scale that is a folder cannot be read at all.
-    sysfs_.addDevice(0, "dir", axes("in_accel_%a_raw", "1000"));
-    fs::create_directories(sysfs_.device(0) / "in_accel_scale");
-    vek::Array<std::unique_ptr<Accelerometer>> accels;
-    ASSERT_TRUE(getAccelerometers(accels));
-    EXPECT_FALSE(accels[0]->update());
-}
 
 // Proximity: one case per driver and value name, through the bridge, with the report's notes.
 class IioProximity : public Iio, public ::testing::WithParamInterface<Row> {};
@@ -261,32 +196,6 @@ TEST_F(Iio, BusyDeviceIsDeniedWithANoteNamingItsHolder) {
         EXPECT_NE(notes[0].text.find(part), std::string::npos) << notes[0].text;
     }
     EXPECT_EQ(sysfs_.read(0, "buffer/enable"), "1") << "another program's buffer is left alone";
-}
-
-// An attribute that never answers (a FIFO nobody writes) costs its time bound, never a hang.
-TEST_F(Iio, SilentAttributesCostTheirTimeBound) {
-    IioBackend::setReadTimeout(std::chrono::milliseconds(100));
-    for (const char* silent : {"in_accel_x_raw", "in_accel_scale", "name"}) {
-        sysfs_.add(0, layouts::named("hidAccel3d"));
-        const fs::path fifo = sysfs_.makeSilent(0, silent);
-        const auto start = std::chrono::steady_clock::now();
-        const auto sensors = installedBackend()->sensors();
-        ASSERT_EQ(sensors.size(), 1u) << silent;
-        vek::Array<std::unique_ptr<Accelerometer>> accels;
-        ASSERT_TRUE(getAccelerometers(accels));
-        SensorState state{};
-        accels[0]->m_pSensor->GetState(&state);
-        const bool valueSilent = std::string(silent) != "name";
-        EXPECT_EQ(state, valueSilent ? SENSOR_STATE_INITIALIZING : SENSOR_STATE_READY) << silent;
-        EXPECT_EQ(sensors[0].name, valueSilent ? "accel_3d" : "iio:device0");
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << silent;
-        // Let the stuck open finish so that no thread outlives the case.
-        const int writer = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK);
-        if (writer >= 0)
-            ::close(writer);
-        accels.clear();
-        fs::remove_all(sysfs_.device(0));
-    }
 }
 
 TEST_F(Iio, RemovedDeviceIsNotAvailableAndNoLongerListed) {
