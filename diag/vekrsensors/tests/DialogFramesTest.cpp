@@ -44,7 +44,7 @@ struct Shot {
     std::function<void()> before;
 };
 void runAndShoot(libLumo::VekDialog& dialog, const std::vector<Shot>& shots,
-                 std::vector<QImage>& frames) {
+                 std::vector<QImage>& frames, const std::function<void()>& atEachFrame = {}) {
     int delay = 0;
     for (const Shot& shot : shots) {
         delay += 200;
@@ -52,7 +52,9 @@ void runAndShoot(libLumo::VekDialog& dialog, const std::vector<Shot>& shots,
             if (shot.before)
                 shot.before();
         });
-        QTimer::singleShot(delay + 100, &dialog, [&dialog, &shot, &frames] {
+        QTimer::singleShot(delay + 100, &dialog, [&dialog, &shot, &frames, &atEachFrame] {
+            if (atEachFrame)
+                atEachFrame();
             frames.push_back(shoot(dialog));
             frames.back().save(QString::fromStdString("frames/" + shot.name + ".png"));
         });
@@ -105,18 +107,32 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
     EXPECT_EQ(compass.windowTitle(), text("TitleMagnetometerTest"));
     EXPECT_EQ(compass.GetDlgItem(1001)->text(), text("CancelButton"));
 
+    // Each phase shows its instruction and picture: can't see, hold steady, now move, and
+    // can't see again once the hand is lost.
     ProximitySensorTestDlg proximity(nullptr, vek::String("none"), 3, 10, 15, true, false, 30,
                                      30);
+    const auto readings = [](std::vector<std::pair<bool, unsigned>> rs) {
+        return [rs] {
+            for (const auto& [seen, mm] : rs)
+                ProximitySensorTestDlg::onReading(seen, mm);
+        };
+    };
+    std::vector<std::pair<QString, QImage>> shown;
     runAndShoot(proximity,
-                {{name("proximity", "hold_steady"),
-                  [] { ProximitySensorTestDlg::onReading(true, 100); }},
-                 {name("proximity", "now_move"),
-                  [] {
-                      for (const unsigned mm : {100u, 102u, 101u})
-                          ProximitySensorTestDlg::onReading(true, mm);
-                  }}},
-                frames);
-    EXPECT_EQ(proximity.instructionText(), text("MoveTowardOrAway"));
+                {{name("proximity", "cant_see"), nullptr},
+                 {name("proximity", "hold_steady"), readings({{true, 100}})},
+                 {name("proximity", "now_move"), readings({{true, 100}, {true, 102}, {true, 101}})},
+                 {name("proximity", "lost"), readings({{false, 0}})}},
+                frames, [&] { shown.emplace_back(proximity.instructionText(), proximity.mainImage()); });
+    ASSERT_EQ(shown.size(), 4u);
+    const char* keys[] = {"SensorCantSeeYou", "PleaseHoldSteady", "MoveTowardOrAway",
+                          "SensorCantSeeYou"};
+    for (std::size_t i = 0; i < 4; ++i)
+        EXPECT_EQ(shown[i].first, text(keys[i])) << i;
+    EXPECT_FALSE(shown[0].second.isNull());
+    EXPECT_NE(shown[0].second, shown[1].second) << "hold steady has its own picture";
+    EXPECT_NE(shown[1].second, shown[2].second) << "so has now move";
+    EXPECT_EQ(shown[3].second, shown[0].second) << "lost shows can't see again";
 
     TimeoutPromptDlg prompt(TimeoutPromptDlg::IDD, nullptr,
                             kiva5::Localization::lookup("TIMEOUT_PROMPT_TEXT"),
@@ -126,7 +142,7 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
     runAndShoot(prompt, {{name("prompt", "open"), nullptr}}, frames);
     EXPECT_EQ(prompt.text(), text("TIMEOUT_PROMPT_TEXT"));
 
-    ASSERT_EQ(frames.size(), 7u);
+    ASSERT_EQ(frames.size(), 9u);
     for (const QImage& frame : frames)
         EXPECT_FALSE(frame.isNull());
 }

@@ -2,8 +2,7 @@
 // the clock, so a run of seconds takes milliseconds), and its dialog driven headless.
 #include <gtest/gtest.h>
 
-#include <QAbstractButton>
-#include <QCoreApplication>
+#include <QEvent>
 #include <QPainter>
 #include <QTimer>
 #include <filesystem>
@@ -13,10 +12,8 @@
 #include "GyrometerTest/GyrometerTestDlg.h"
 #include "WorkerHarness.h"
 #include "kiva5/DiagModule.h"
-#include "kiva5/Localization.h"
 #include "libLumo/GdiResourceManager.h"
 #include "libOrra/SimBackend.h"
-#include "platform/Screen.h"
 #include "vek/Clock.h"
 
 namespace {
@@ -56,18 +53,7 @@ INSTANTIATE_TEST_SUITE_P(Gyrometer, GyroWorker,
 class GyroDialog : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(gui_.ready()); }
-    void TearDown() override {
-        if (token_)
-            platform::clearOperatorScript(token_);
-    }
-    void script(const std::string& press) {
-        token_ = platform::setOperatorScript([press](const std::string& dialog) {
-            return dialog == "GyrometerTest" ? std::vector<platform::OperatorPress>{{0.05, press}}
-                                             : std::vector<platform::OperatorPress>{};
-        });
-    }
     libLumo::GdiResourceManager gui_;
-    unsigned token_ = 0;
 };
 
 TEST_F(GyroDialog, ClosesWhenTheWorkerIsDoneAndKeepsItsResult) {
@@ -77,26 +63,6 @@ TEST_F(GyroDialog, ClosesWhenTheWorkerIsDoneAndKeepsItsResult) {
     EXPECT_EQ(dialog.DoModal(), GyrometerTestDlg::IDC_BUTTON_FAIL);
     worker.join();
     EXPECT_EQ(dialog.getResult(), TestResult::WARN());
-}
-
-TEST_F(GyroDialog, ShowsTheLocalizedTextsAndIsLaidOutFromItsTemplate) {
-    kiva5::Localization::setForTesting(
-        "de", {{"TitleGyrometerTest", "Gyrometertest"}, {"FailButton", "Nicht OK"}},
-        {{"CancelButton", "Cancel"}});
-    script("Escape");
-    GyrometerTestDlg dialog(nullptr);
-    dialog.DoModal();
-    EXPECT_EQ(dialog.windowTitle().toStdString(), "Gyrometertest");
-    EXPECT_EQ(dialog.GetDlgItem(1000)->text().toStdString(), "Nicht OK");
-    EXPECT_EQ(dialog.GetDlgItem(1001)->text().toStdString(), "Cancel");
-    // Fail at x 127 and Cancel at x 201 dialog units, both on the row at y 349.
-    const auto& u = dialog.baseUnits();
-    EXPECT_EQ(dialog.GetDlgItem(1000)->geometry().topLeft(),
-              QPoint(libLumo::mulDiv(127, u.cx, 4), libLumo::mulDiv(349, u.cy, 8)));
-    EXPECT_EQ(dialog.GetDlgItem(1001)->x(), libLumo::mulDiv(201, u.cx, 4));
-    EXPECT_EQ(dialog.clientSize(),
-              QSize(libLumo::mulDiv(379, u.cx, 4), libLumo::mulDiv(370, u.cy, 8)));
-    kiva5::Localization::setForTesting("en", {}, {});
 }
 
 // A device lying still costs no drawing; a change shows at the next frame tick.

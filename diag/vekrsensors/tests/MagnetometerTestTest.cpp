@@ -2,7 +2,6 @@
 // sensors on a manual clock, and its dialog driven headless.
 #include <gtest/gtest.h>
 
-#include <QAbstractButton>
 #include <QTimer>
 #include <cmath>
 #include <filesystem>
@@ -17,7 +16,6 @@
 #include "libLumo/GdiResourceManager.h"
 #include "libOrra/SimBackend.h"
 #include "platform/Display.h"
-#include "platform/Screen.h"
 #include "vek/Clock.h"
 #include "vekrsensors.h"
 
@@ -198,19 +196,7 @@ INSTANTIATE_TEST_SUITE_P(Compass, CompassWorker,
 class CompassDialog : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(gui_.ready()); }
-    void TearDown() override {
-        if (token_)
-            platform::clearOperatorScript(token_);
-    }
-    void script(const std::string& press) {
-        token_ = platform::setOperatorScript([press](const std::string& dialog) {
-            return dialog == "MagnetometerTest"
-                       ? std::vector<platform::OperatorPress>{{0.05, press}}
-                       : std::vector<platform::OperatorPress>{};
-        });
-    }
     libLumo::GdiResourceManager gui_;
-    unsigned token_ = 0;
 };
 
 TEST_F(CompassDialog, ClosesWhenTheWorkerIsDone) {

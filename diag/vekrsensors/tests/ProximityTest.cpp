@@ -15,7 +15,6 @@
 #include "ProximitySensorTest/ProximitySensorTestDlg.h"
 #include "ScratchDir.h"
 #include "kiva5/DiagModule.h"
-#include "kiva5/Localization.h"
 #include "libLumo/GdiResourceManager.h"
 #include "libOrra/SimBackend.h"
 #include "libTarra/Proximity.h"
@@ -119,56 +118,6 @@ TEST_F(Countdown, StopJoinsAndStartArmsItAgain) {
     EXPECT_EQ(box_.received, 1);
 }
 
-// Frames of each phase as a user sees them, saved beside the tests ("frames/").
-TEST(ProximityFrames, ShowTheTextAndPictureOfEachPhase) {
-    libLumo::GdiResourceManager gui;
-    ASSERT_TRUE(gui.ready());
-    std::filesystem::create_directories("frames");
-    // The shipped English texts, as a user sees them.
-    kiva5::Localization::load("vekrsensors", "en", {});
-    ProximitySensorTestDlg dialog(nullptr, vek::String("none"), 3, 10, 15, true, false, 30, 30);
-    struct Step {
-        std::vector<std::pair<bool, unsigned>> readings;
-        std::int32_t phase;
-        const char* frame;
-        const char* key;
-    };
-    const std::vector<Step> steps = {
-        {{}, 1, "frames/proximity_cant_see.png", "SensorCantSeeYou"},
-        {{{true, 100}}, 0, "frames/proximity_hold_steady.png", "PleaseHoldSteady"},
-        {{{true, 100}, {true, 102}, {true, 101}},
-         2,
-         "frames/proximity_now_move.png",
-         "MoveTowardOrAway"},
-        {{{false, 0}}, 3, "frames/proximity_lost.png", "SensorCantSeeYou"},
-    };
-    std::size_t next = 0;
-    std::vector<QImage> pictures;
-    std::function<void()> step = [&] {
-        const Step& s = steps[next];
-        for (const auto& [seen, mm] : s.readings)
-            ProximitySensorTestDlg::onReading(seen, mm);
-        QCoreApplication::processEvents();
-        EXPECT_EQ(dialog.phase(), s.phase) << s.frame;
-        EXPECT_EQ(dialog.instructionText().toStdString(),
-                  kiva5::Localization::lookup(s.key).toStdString())
-            << s.frame;
-        pictures.push_back(dialog.mainImage());
-        dialog.grab().save(s.frame);
-        if (++next < steps.size())
-            QTimer::singleShot(20, &dialog, step);
-        else
-            dialog.EndDialog(0);
-    };
-    QTimer::singleShot(20, &dialog, step);
-    dialog.DoModal();
-    ASSERT_EQ(pictures.size(), 4u);
-    EXPECT_FALSE(pictures[0].isNull());
-    EXPECT_NE(pictures[0], pictures[1]) << "hold steady has its own picture";
-    EXPECT_NE(pictures[1], pictures[2]) << "so has now move";
-    EXPECT_EQ(pictures[3], pictures[0]) << "lost shows can't see again";
-}
-
 // A picture that cannot be loaded is logged in the words every dialog uses for it.
 TEST(ProximityFrames, AMissingPictureIsLoggedAsEveryDialogLogsIt) {
     libLumo::GdiResourceManager gui;
@@ -183,7 +132,7 @@ TEST(ProximityFrames, AMissingPictureIsLoggedAsEveryDialogLogsIt) {
     }
     vek::LogFactory::setStreamForTesting(nullptr);
     vek::LogFactory::setPriority(vek::kLogOff);
-    vek::Resource::setExecutableDirForTesting(std::nullopt);
+    vek::Resource::resetForTesting();
     EXPECT_NE(log.str().find("Could not load bitmap 'Resources//vekrsensors//proxHoldSteady.png'"),
               std::string::npos)
         << log.str();
