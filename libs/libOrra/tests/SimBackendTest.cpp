@@ -1,8 +1,8 @@
 // The simulated machine's rules that a test's ending cannot tell apart: each test starts its
 // sequences and its clock over, the last state repeats, a heading turns the short way at its
-// speed, and a listener hears one report per reading unless the sensor is silent. What the
-// scenario's sensors, faults, motion and proximity readings do to a test's ending is in the
-// command-line cases and the workers' tables.
+// speed or stays invalid, and a listener hears one report per reading unless the sensor is
+// silent. What the scenario's sensors, faults, motion and proximity readings do to a test's
+// ending is in the command-line cases and the workers' tables.
 #include <gtest/gtest.h>
 
 #include "CountingSink.h"
@@ -68,6 +68,11 @@ TEST_F(SimMachine, HeadingTurnsTowardTheTargetTheShortWayAtItsSpeed) {
         ASSERT_TRUE(m.update());
         EXPECT_NEAR(m.heading, heading, 1e-9) << "through north, then stops at the target";
     }
+    load(R"({"sensors": [{"kind": "magnetometer", "locator": "M",
+              "updates": [{"heading": 5, "valid": false}]}]})");
+    ASSERT_TRUE(getMagnetometers(mags));
+    ASSERT_TRUE(mags[0]->update());
+    EXPECT_FALSE(mags[0]->headingValid) << "a heading the scenario marks invalid";
 }
 
 TEST_F(SimMachine, DataReportsReachAnAttachedSink) {
