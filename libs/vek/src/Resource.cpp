@@ -130,20 +130,6 @@ void VekLocale::setGlobalLocale(const std::string& language) {
     s.locales.emplace_back(language);
 }
 
-std::string VekLocale::languageFromEnvironment() {
-    for (const char* var : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        const char* v = std::getenv(var);
-        if (!v || !*v)
-            continue;
-        std::string lang(v);
-        lang = lang.substr(0, lang.find_first_of("_.@"));
-        if (lang == "C" || lang == "POSIX" || lang.empty())
-            return "en";
-        return lang;
-    }
-    return "en";
-}
-
 namespace {
 
 // `relative` under `base`, each component matched without regard to letter case when the

@@ -17,8 +17,6 @@ public:
 
     static const VekLocale& getGlobalLocale();
     static void setGlobalLocale(const std::string& language);
-    // The language named by LC_ALL, LC_MESSAGES or LANG ("de_DE.UTF-8" gives "de"), or "en".
-    static std::string languageFromEnvironment();
 
 private:
     std::string language_;
