@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <QAbstractButton>
 #include <QPainter>
 #include <fstream>
 #include <sstream>
@@ -8,7 +7,6 @@
 #include "ScratchDir.h"
 #include "libLumo/CanvasDialog.h"
 #include "libLumo/GdiResourceManager.h"
-#include "platform/Screen.h"
 #include "vek/Logging.h"
 #include "vek/Resource.h"
 
@@ -185,32 +183,8 @@ TEST(DrawBitmap, SwappedEdgesMirrorTheImage) {
     }
 }
 
-// The scripted operator ends the dialog the way a person would.
-TEST_F(Canvas, ScriptedPressesEndTheDialogAsAPersonWould) {
-    struct Row {
-        std::vector<platform::OperatorPress> presses;
-        int code;
-        int refusals;  // presses on controls that cannot be pressed
-    };
-    const Row rows[] = {
-        {{{0.05, "Escape"}}, libLumo::VekDialog::IDCANCEL, 0},
-        {{{0.05, "Close"}}, libLumo::VekDialog::IDCANCEL, 0},
-        // A hidden button cannot be pressed; the operator then gives up with Escape.
-        {{{0.02, "Fail"}, {0.08, "Escape"}}, libLumo::VekDialog::IDCANCEL, 1},
-    };
-    for (const Row& r : rows) {
-        const unsigned token = platform::setOperatorScript([&r](const std::string& dialog) {
-            return dialog == "Probe" ? r.presses : std::vector<platform::OperatorPress>{};
-        });
-        ProbeDialog dialog("resources/probe/green.png");
-        dialog.GetDlgItem(1000)->hide();
-        log_.str("");
-        vek::LogFactory::setPriority(vek::kLogWarning);
-        EXPECT_EQ(dialog.DoModal(), r.code);
-        EXPECT_FALSE(dialog.IsWindow());
-        EXPECT_EQ(countInLog("Operator cannot press"), r.refusals) << log_.str();
-        platform::clearOperatorScript(token);
-    }
-}
+// How a scripted person's Escape, window close and presses on hidden buttons end a dialog is
+// in the command-line cases (gyro_escape_pressed, gyro_window_closed,
+// prox_hidden_fail_button_cannot_be_pressed).
 
 }  // namespace
