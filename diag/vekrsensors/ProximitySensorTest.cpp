@@ -76,6 +76,11 @@ kiva5::TestResult ProximitySensorTest(const kiva5::DiagDevice& device) {
         return TestResult::CANNOTRUN();
     }
     const vekrsensors::ProximityPhases::Tuning tuning = vekrsensors::readProximityTuning();
+    // The installed settings may tune the judgement; the log says what this run used.
+    VEK_LOG(s_logger, kLoggerName, 1,
+            "Judging " << tuning.numPhaseOneReadings << " steady readings within "
+                       << tuning.phase1ThresholdPercent << " %, then a move beyond "
+                       << tuning.phase2ThresholdPercent << " %");
     const bool useTimeoutPrompt = vekrsensors::paramUseTimeoutPrompt->value().valueBool();
     const bool includeFailButton = vekrsensors::paramIncludeFailButton->value().valueBool();
 

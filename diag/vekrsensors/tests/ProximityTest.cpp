@@ -178,35 +178,4 @@ TEST_F(ProximityEntry, AWedgedSensorListDoesNotHoldTheLookup) {
     EXPECT_LT(secondsSince(start, Clock::now()), 1.0);
 }
 
-TEST_F(ProximityEntry, TuningComesFromTheSettingsWithDefaults) {
-    vekr::testing::ScratchDir exe("vekr-prox-settings");
-    vek::Resource::resetForTesting();
-    vek::Resource::setExecutableDirForTesting(exe.path());
-    const std::filesystem::path cwd = std::filesystem::current_path();
-    std::filesystem::current_path(exe.path());  // no settings beside the tests' folder
-    struct Row {
-        const char* settings;
-        vekrsensors::ProximityPhases::Tuning tuning;
-    };
-    const Row rows[] = {
-        {R"({})", {3, 10, 15}},
-        {R"({"settings": {"Test.ProximitySensorTest.NumPhaseOneReadings.value": "5",
-                          "Test.ProximitySensorTest.Phase1ThresholdPercent.value": "abc",
-                          "Test.ProximitySensorTest.Phase2ThresholdPercent.value": "0"}})",
-         {5, 10, 0}},
-        {R"({"settings": {"Test.ProximitySensorTest.Phase2ThresholdPercent.value": "-3"}})",
-         {3, 10, 15}},
-    };
-    for (const Row& r : rows) {
-        exe.write("resources/vekrsensors/settings.json", r.settings);
-        vek::Resource::resetForTesting();
-        vek::Resource::setExecutableDirForTesting(exe.path());
-        const auto t = vekrsensors::readProximityTuning();
-        EXPECT_EQ(t.numPhaseOneReadings, r.tuning.numPhaseOneReadings) << r.settings;
-        EXPECT_EQ(t.phase1ThresholdPercent, r.tuning.phase1ThresholdPercent) << r.settings;
-        EXPECT_EQ(t.phase2ThresholdPercent, r.tuning.phase2ThresholdPercent) << r.settings;
-    }
-    std::filesystem::current_path(cwd);
-}
-
 }  // namespace
