@@ -1,4 +1,5 @@
-// The three dialogs as a person sees them, at rest and mid-test, in every shipped language.
+// The three dialogs as a person sees them, at rest and mid-test, in every shipped language,
+// with the spots of each picture that must show what the test is at (marbles, lamps, arrows).
 // Frames go to frames/<dialog>_<state>_<language>.png to be looked at; tools/frames.sh runs
 // this on a bare X server, where no window manager draws a title bar and the frame is taken
 // off the screen itself.
@@ -8,6 +9,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <QTimer>
+#include <cmath>
 #include <filesystem>
 #include <functional>
 #include <vector>
@@ -82,6 +84,7 @@ protected:
 
 TEST_P(Frames, ShowEachDialogInItsLanguage) {
     std::vector<QImage> frames;
+    std::vector<QImage> drawn;  // the dialog's own rendering at each frame
 
     GyrometerTestDlg gyro(nullptr);
     runAndShoot(gyro,
@@ -93,9 +96,32 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
                       gyro.UpdateRotationZ(0.5);
                       gyro.UpdateAxisPassed(true, true, true, true, false, true);
                   }}},
-                frames);
+                frames, [&gyro, &drawn] { drawn.push_back(gyro.grab().toImage()); });
     EXPECT_EQ(gyro.windowTitle(), text("TitleGyrometerTest"));
     EXPECT_EQ(gyro.GetDlgItem(1000)->text(), text("FailButton"));
+    // The square board, centred in the canvas whatever the font made of its shape.
+    const libLumo::PixelRect board =
+        libLumo::fitAspect(gyro.canvas()->width(), gyro.canvas()->height(), 1.0);
+    const QPoint origin = gyro.canvas()->pos() + QPoint(board.x, board.y);
+    const auto pixel = [&origin](const QImage& frame, float x, float y) {
+        return frame.pixelColor(origin + QPoint(static_cast<int>(x), static_cast<int>(y)));
+    };
+    const float w = static_cast<float>(board.width);
+    const float h = static_cast<float>(board.height);
+    ASSERT_EQ(drawn.size(), 2u);
+    const QImage &rest = drawn[0], &mid = drawn[1];
+    // At rest the X-negative marble sits at 0.28 of the height; once passed, a hole at the
+    // top edge takes its place and the spot shows the board again.
+    const float marbleCentreY = 0.28f * h + 0.8f * 62 / 2;
+    EXPECT_NE(pixel(rest, w / 2 + 3, marbleCentreY), pixel(mid, w / 2 + 3, marbleCentreY));
+    // The Z-positive lamp (left) turns green, its Z-negative twin (right) stays red.
+    EXPECT_GT(pixel(mid, 0.345f * w, 0.41f * h).green(), pixel(mid, 0.345f * w, 0.41f * h).red());
+    EXPECT_GT(pixel(mid, 0.655f * w, 0.41f * h).red(), pixel(mid, 0.655f * w, 0.41f * h).green());
+    EXPECT_GT(pixel(rest, 0.345f * w, 0.41f * h).red(), pixel(rest, 0.345f * w, 0.41f * h).green());
+    // The arrows appear only while Z is unfinished after X and Y (a point on the right
+    // arrow's head, up and right of its centre).
+    EXPECT_NE(pixel(rest, 0.65f * w + 30, 0.35f * h - 18),
+              pixel(mid, 0.65f * w + 30, 0.35f * h - 18));
 
     MagnetometerTestDlg compass(nullptr);
     compass.SetTargetRotation(-200);
@@ -103,8 +129,22 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
     runAndShoot(compass,
                 {{name("compass", "turning"), nullptr},
                  {name("compass", "on_target"), [&compass] { compass.UpdateRotation(-200); }}},
-                frames);
+                frames, [&compass, &drawn] { drawn.push_back(compass.grab().toImage()); });
     EXPECT_EQ(compass.windowTitle(), text("TitleMagnetometerTest"));
+    // While turning, the amber arrow runs on the ring of radius 165 from the needle (350) the
+    // short way to the target (160), through 70, and not on the other side of the needle.
+    const QPointF c(compass.canvas()->width() / 2.0, compass.canvas()->height() / 2.0);
+    const auto amberAt = [&](double degrees) {
+        const double a = degrees / 180.0 * M_PI;
+        const QColor p = drawn[2].pixelColor(
+            compass.canvas()->pos() + QPoint(static_cast<int>(c.x() + 165 * std::sin(a)),
+                                             static_cast<int>(c.y() - 165 * std::cos(a))));
+        return p.red() > 180 && p.green() > 120 && p.blue() < 110;
+    };
+    ASSERT_EQ(drawn.size(), 4u);
+    EXPECT_TRUE(amberAt(70));
+    EXPECT_FALSE(amberAt(300));
+    EXPECT_FALSE(amberAt(200));
     EXPECT_EQ(compass.GetDlgItem(1001)->text(), text("CancelButton"));
 
     // Each phase shows its instruction and picture: can't see, hold steady, now move, and

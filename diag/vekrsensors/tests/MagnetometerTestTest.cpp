@@ -2,9 +2,6 @@
 // sensors on a manual clock, and its dialog driven headless.
 #include <gtest/gtest.h>
 
-#include <QTimer>
-#include <cmath>
-#include <filesystem>
 #include <thread>
 
 #include "MagnetometerTest/CompassMotion.h"
@@ -221,32 +218,6 @@ TEST_F(CompassDialog, RepaintsOnlyForQuarterDegreeMoves) {
         EXPECT_EQ(dialog.repaintRequests(), s.requests) << s.angle;
         EXPECT_EQ(dialog.needleAngle(), s.stored) << s.angle;
     }
-}
-
-// A frame as the user sees it, saved beside the tests ("frames/").
-TEST_F(CompassDialog, DrawsTheArrowOnTheNeedlesSideOfTheTarget) {
-    std::filesystem::create_directories("frames");
-    MagnetometerTestDlg dialog(nullptr);
-    dialog.SetTargetRotation(120);
-    dialog.UpdateRotation(20);
-    const QImage frame = dialog.grab().toImage();
-    frame.save("frames/compass_arrow.png");
-
-    const QPoint canvas = dialog.canvas()->pos();
-    const QPointF c(dialog.canvas()->width() / 2.0, dialog.canvas()->height() / 2.0);
-    const auto at = [&](double degrees, double radius) {
-        const double a = degrees / 180.0 * M_PI;
-        return frame.pixelColor(canvas + QPoint(static_cast<int>(c.x() + radius * std::sin(a)),
-                                                static_cast<int>(c.y() - radius * std::cos(a))));
-    };
-    const auto amber = [](const QColor& p) {
-        return p.red() > 180 && p.green() > 120 && p.blue() < 110;
-    };
-    // The arrow runs on the ring of radius 165 from the needle (20) to the target (120) ...
-    EXPECT_TRUE(amber(at(70, 165))) << at(70, 165).name().toStdString();
-    // ... and not on the other side of the needle or beyond the target.
-    EXPECT_FALSE(amber(at(300, 165))) << at(300, 165).name().toStdString();
-    EXPECT_FALSE(amber(at(200, 165))) << at(200, 165).name().toStdString();
 }
 
 }  // namespace
