@@ -4,6 +4,7 @@
 #include <atomic>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <thread>
 
 #include "../src/iio/BoundedReader.h"
@@ -108,32 +109,43 @@ TEST_P(IioReading, ArrivesInTheModulesUnits) {
 INSTANTIATE_TEST_SUITE_P(Table, IioReading, ::testing::ValuesIn(rows("readings")),
                          [](const auto& row) { return row.param.label; });
 
+// The first proximity reading of the only sensor, through the bridge: detected and mm.
+std::optional<std::pair<bool, unsigned>> firstProximityReading(vek::String& locator) {
+    const auto locators = libTarra::ProximitySensorEnumerator::getOsLocators(500);
+    if (locators.size() != 1)
+        return std::nullopt;
+    locator = locators[0];
+    std::atomic<int> count{0};
+    std::atomic<bool> seen{false};
+    std::atomic<unsigned> mm{0};
+    libTarra::ProximitySensorRunner::runSensorAsync(
+        locator,
+        [&](bool d, unsigned m) {
+            if (count.load() == 0)
+                seen = d, mm = m;
+            ++count;
+        },
+        [] {});
+    for (int i = 0; i < 500 && count.load() == 0; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    libTarra::ProximitySensorRunner::stopSensor();
+    if (count.load() == 0)
+        return std::nullopt;
+    return std::pair(seen.load(), mm.load());
+}
+
 // Proximity: one case per driver and value name, through the bridge, with the report's notes.
 class IioProximity : public Iio, public ::testing::WithParamInterface<Row> {};
 
 TEST_P(IioProximity, FirstReadingThroughTheBridge) {
     const auto& entry = GetParam().entry;
     sysfs_.add(0, layoutOf(entry));
-    const auto locators = libTarra::ProximitySensorEnumerator::getOsLocators(500);
-    ASSERT_EQ(locators.size(), 1u);
-    std::atomic<int> count{0};
-    std::atomic<bool> seen{false};
-    std::atomic<unsigned> mm{0};
-    ASSERT_TRUE(libTarra::ProximitySensorRunner::runSensorAsync(
-        locators[0],
-        [&](bool d, unsigned m) {
-            if (count.fetch_add(1) == 0)
-                seen = d, mm = m;
-        },
-        [] {}));
-    for (int i = 0; i < 500 && count.load() == 0; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    libTarra::ProximitySensorRunner::stopSensor();
-    ASSERT_GT(count.load(), 0);
-    EXPECT_EQ(seen.load(), entry.at("detected").get<bool>());
-    EXPECT_EQ(mm.load(), entry.at("mm").get<unsigned>());
-    const auto notes = backend_->takeNotes(locators[0].toStdString());
+    vek::String locator;
+    const auto reading = firstProximityReading(locator);
+    ASSERT_TRUE(reading);
+    EXPECT_EQ(reading->first, entry.at("detected").get<bool>());
+    EXPECT_EQ(reading->second, entry.at("mm").get<unsigned>());
+    const auto notes = backend_->takeNotes(locator.toStdString());
     const std::string note = entry.at("note");
     if (!note.empty()) {
         ASSERT_EQ(notes.size(), 1u);
@@ -278,10 +290,6 @@ TEST(BoundedReader, AStuckReadGivesNoReadingInTimeAndFinishesLater) {
     EXPECT_EQ(reader.run([] { return true; }, std::chrono::seconds(5)), true);
 }
 
-}  // namespace
-
-namespace {
-
 // Run under umockdev-run with umockdev/hwdb-quirks.umockdev (see CMakeLists.txt): udev's
 // properties from systemd's hwdb fill in what these drivers lack.
 TEST(Umockdev, UdevPropertiesFillWhatTheDriverLacks) {
@@ -294,17 +302,10 @@ TEST(Umockdev, UdevPropertiesFillWhatTheDriverLacks) {
     EXPECT_NEAR(accel[0], 0.0, 1e-9);
     EXPECT_NEAR(accel[1], -0.9995652, 1e-6);
     // PROXIMITY_NEAR_LEVEL 100: a reading of 80 is not near; without it, it would be.
-    const auto locators = libTarra::ProximitySensorEnumerator::getOsLocators(1000);
-    ASSERT_EQ(locators.size(), 1u);
-    std::atomic<int> count{0};
-    std::atomic<bool> seen{true};
-    ASSERT_TRUE(libTarra::ProximitySensorRunner::runSensorAsync(
-        locators[0], [&](bool d, unsigned) { seen = d, ++count; }, [] {}));
-    for (int i = 0; i < 500 && count.load() == 0; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    libTarra::ProximitySensorRunner::stopSensor();
-    EXPECT_GT(count.load(), 0);
-    EXPECT_FALSE(seen.load());
+    vek::String locator;
+    const auto reading = firstProximityReading(locator);
+    ASSERT_TRUE(reading);
+    EXPECT_FALSE(reading->first);
     installBackend(nullptr);
 }
 
