@@ -40,6 +40,7 @@
 #include "ModuleProcess.h"
 #include "ScratchDir.h"
 #include "SilentXServer.h"
+#include "TableRows.h"
 #include "VirtualXServer.h"
 
 namespace {
@@ -47,25 +48,19 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-struct Case {
-    std::string name;  // file stem and label
-    json entry;
-};
+using vekr::testing::TableRow;
 
-void PrintTo(const Case& c, std::ostream* os) {
-    *os << c.name;
-}
-
-std::vector<Case> loadCases() {
-    std::vector<Case> cases;
+// Every case of every table, named after its file and label.
+std::vector<TableRow> loadCases() {
     std::vector<fs::path> files;
     for (const auto& e : fs::directory_iterator(fs::path(VEKR_SOURCE_DIR) / "cases"))
         files.push_back(e.path());
     std::sort(files.begin(), files.end());
+    std::vector<TableRow> cases;
     for (const auto& file : files) {
-        for (const json& entry : json::parse(std::ifstream(file))) {
-            cases.push_back(
-                {file.stem().string() + "_" + entry.at("label").get<std::string>(), entry});
+        for (TableRow row : vekr::testing::tableRows(file)) {
+            row.label = file.stem().string() + "_" + row.label;
+            cases.push_back(row);
         }
     }
     return cases;
@@ -136,7 +131,7 @@ void buildTree(std::optional<FakeSysfs>& sysfs, std::ifstream& holder, const jso
     env.push_back("VEKR_DEV_ROOT=" + sysfs->devRoot().string());
 }
 
-class CliCase : public ::testing::TestWithParam<Case> {
+class CliCase : public ::testing::TestWithParam<TableRow> {
 protected:
     vekr::testing::ScratchDir scratch_{"vekr-cli-case"};
 };
@@ -292,6 +287,6 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Tables, CliCase, ::testing::ValuesIn(loadCases()),
-                         [](const auto& row) { return row.param.name; });
+                         vekr::testing::rowLabel);
 
 }  // namespace

@@ -24,7 +24,7 @@ using vekrsensors::GyrometerTestDlg;
 const TestResult kUntouched = TestResult::WARN();
 
 class GyroWorker : public vekr::testing::WorkerHarness,
-                   public ::testing::WithParamInterface<vekr::testing::WorkerRow> {};
+                   public ::testing::WithParamInterface<vekr::testing::TableRow> {};
 
 TEST_P(GyroWorker, SettlesAsItsTableSays) {
     const nlohmann::json& row = GetParam().entry;
@@ -45,7 +45,7 @@ TEST_P(GyroWorker, SettlesAsItsTableSays) {
 
 INSTANTIATE_TEST_SUITE_P(Gyrometer, GyroWorker,
                          ::testing::ValuesIn(vekr::testing::workerRows("gyrometer")),
-                         [](const auto& row) { return row.param.label; });
+                         vekr::testing::rowLabel);
 
 // The dialog on its own: how the user ends it, and what it shows.
 class GyroDialog : public ::testing::Test {

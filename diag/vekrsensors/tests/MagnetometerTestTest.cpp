@@ -157,7 +157,7 @@ TEST(CompassDisplayRotation, MapsOrientationCodesToDegrees) {
 const TestResult kBefore = TestResult::CANNOTRUN();  // as a freshly loaded module has it
 
 class CompassWorker : public vekr::testing::WorkerHarness,
-                      public ::testing::WithParamInterface<vekr::testing::WorkerRow> {
+                      public ::testing::WithParamInterface<vekr::testing::TableRow> {
 protected:
     void SetUp() override {
         WorkerHarness::SetUp();
@@ -187,7 +187,7 @@ TEST_P(CompassWorker, EndsAsItsTableSays) {
 
 INSTANTIATE_TEST_SUITE_P(Compass, CompassWorker,
                          ::testing::ValuesIn(vekr::testing::workerRows("compass")),
-                         [](const auto& row) { return row.param.label; });
+                         vekr::testing::rowLabel);
 
 // The dialog on its own.
 class CompassDialog : public ::testing::Test {

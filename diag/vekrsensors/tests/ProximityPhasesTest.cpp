@@ -8,27 +8,13 @@
 #include <nlohmann/json.hpp>
 
 #include "ProximitySensorTest/ProximityPhases.h"
+#include "TableRows.h"
 
 namespace {
 
 using vekrsensors::ProximityPhases;
 
-struct Row {
-    std::string label;
-    nlohmann::json entry;
-};
-
-void PrintTo(const Row& r, std::ostream* os) {
-    *os << r.label;
-}
-
-std::vector<Row> rows() {
-    std::vector<Row> out;
-    for (const auto& e :
-         nlohmann::json::parse(std::ifstream(VEKR_SOURCE_DIR "/diag/vekrsensors/tests/proximity_phases.json")))
-        out.push_back({e.at("label"), e});
-    return out;
-}
+using vekr::testing::TableRow;
 
 std::int32_t phaseNamed(const std::string& name) {
     const std::map<std::string, std::int32_t> phases{
@@ -38,7 +24,7 @@ std::int32_t phaseNamed(const std::string& name) {
     return phases.at(name);
 }
 
-class PhaseMachine : public ::testing::TestWithParam<Row> {};
+class PhaseMachine : public ::testing::TestWithParam<TableRow> {};
 
 TEST_P(PhaseMachine, GoesWhereItsReadingsLead) {
     const nlohmann::json& row = GetParam().entry;
@@ -60,7 +46,8 @@ TEST_P(PhaseMachine, GoesWhereItsReadingsLead) {
     EXPECT_EQ(last.resetPromptCountdown, row.at("promptReset").get<bool>());
 }
 
-INSTANTIATE_TEST_SUITE_P(Proximity, PhaseMachine, ::testing::ValuesIn(rows()),
-                         [](const auto& row) { return row.param.label; });
+INSTANTIATE_TEST_SUITE_P(Proximity, PhaseMachine, ::testing::ValuesIn(vekr::testing::tableRows(
+                             VEKR_SOURCE_DIR "/diag/vekrsensors/tests/proximity_phases.json")),
+                         vekr::testing::rowLabel);
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "CountingSink.h"
+#include "TableRows.h"
 #include "TestHelper.h"
 #include "comptr.h"
 #include "kiva5/DiagModule.h"
@@ -60,24 +61,7 @@ public:
 
 // state_checks.json: the states GetState answers in turn (the last repeats), the
 // SensorStateTimeout text, and the result, event, number of GetState calls and time waited.
-struct StateRow {
-    std::string label;
-    nlohmann::json entry;
-};
-
-void PrintTo(const StateRow& r, std::ostream* os) {
-    *os << r.label;
-}
-
-std::vector<StateRow> stateRows() {
-    std::vector<StateRow> rows;
-    for (const auto& e : nlohmann::json::parse(
-             std::ifstream(VEKR_SOURCE_DIR "/diag/vekrsensors/tests/state_checks.json")))
-        rows.push_back({e.at("label"), e});
-    return rows;
-}
-
-class StateCheck : public ::testing::TestWithParam<StateRow> {
+class StateCheck : public ::testing::TestWithParam<vekr::testing::TableRow> {
 protected:
     void SetUp() override {
         vek::Clock::installForTesting(&clock_);
@@ -118,8 +102,9 @@ TEST_P(StateCheck, EndsWithTheMappedResultAndEventAfterTheRightWait) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, StateCheck, ::testing::ValuesIn(stateRows()),
-                         [](const auto& row) { return row.param.label; });
+INSTANTIATE_TEST_SUITE_P(Table, StateCheck, ::testing::ValuesIn(vekr::testing::tableRows(
+                             VEKR_SOURCE_DIR "/diag/vekrsensors/tests/state_checks.json")),
+                         vekr::testing::rowLabel);
 
 // The sink holds its sensor while it lives, counts only reports that name a sensor and carry
 // data, and lets go of the sensor when it goes.

@@ -8,6 +8,7 @@
 #include <QTimer>
 #include <thread>
 
+#include "TableRows.h"
 #include "kiva5/DiagModule.h"
 #include "libLumo/GdiResourceManager.h"
 #include "libOrra/SimBackend.h"
@@ -16,24 +17,10 @@
 
 namespace vekr::testing {
 
-// One row of a worker table in worker_tables.json: the scenario, the device's locator, when
+// The rows of a worker table in worker_tables.json: the scenario, the device's locator, when
 // the person closes the dialog (0: never), and how the worker must end.
-struct WorkerRow {
-    std::string label;
-    nlohmann::json entry;
-};
-
-inline void PrintTo(const WorkerRow& r, std::ostream* os) {
-    *os << r.label;
-}
-
-inline std::vector<WorkerRow> workerRows(const char* table) {
-    std::vector<WorkerRow> rows;
-    const auto all = nlohmann::json::parse(
-        std::ifstream(VEKR_SOURCE_DIR "/diag/vekrsensors/tests/worker_tables.json"));
-    for (const auto& entry : all.at(table))
-        rows.push_back({entry.at("label"), entry});
-    return rows;
+inline std::vector<TableRow> workerRows(const char* table) {
+    return tableRows(VEKR_SOURCE_DIR "/diag/vekrsensors/tests/worker_tables.json", table);
 }
 
 // The result a row names, or `otherwise` for a name that is not a result (e.g. "untouched").

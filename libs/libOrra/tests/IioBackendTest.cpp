@@ -10,6 +10,7 @@
 #include "../src/iio/BoundedReader.h"
 #include "CountingSink.h"
 #include "FakeSysfs.h"
+#include "TableRows.h"
 #include "libOrra/IioBackend.h"
 #include "libOrra/Records.h"
 #include "libTarra/Proximity.h"
@@ -71,22 +72,8 @@ std::vector<double> readOne(SensorKind kind) {
 // The tables of iio_cases.json: real drivers' layouts (by name, see DriverLayouts.h) and the
 // variants of the channel table, each with the reading worked out by hand from its attributes;
 // no reading at all where a number cannot be read or is not finite (never a default 1 or 0).
-struct Row {
-    std::string label;
-    nlohmann::json entry;
-};
-
-void PrintTo(const Row& r, std::ostream* os) {
-    *os << r.label;
-}
-
-std::vector<Row> rows(const char* table) {
-    std::vector<Row> out;
-    const auto all = nlohmann::json::parse(std::ifstream(VEKR_TEST_DATA "/iio_cases.json"));
-    for (const auto& entry : all.at(table))
-        out.push_back({entry.at("label"), entry});
-    return out;
-}
+using vekr::testing::TableRow;
+using vekr::testing::tableRows;
 
 DriverLayout layoutOf(const nlohmann::json& entry) {
     if (entry.contains("layout"))
@@ -94,7 +81,7 @@ DriverLayout layoutOf(const nlohmann::json& entry) {
     return {"d", entry.at("attributes").get<std::map<std::string, std::string>>()};
 }
 
-class IioReading : public Iio, public ::testing::WithParamInterface<Row> {};
+class IioReading : public Iio, public ::testing::WithParamInterface<TableRow> {};
 
 TEST_P(IioReading, ArrivesInTheModulesUnits) {
     const auto& entry = GetParam().entry;
@@ -106,8 +93,8 @@ TEST_P(IioReading, ArrivesInTheModulesUnits) {
         EXPECT_NEAR(got[i], expected[i], 1e-5) << "axis " << i;
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, IioReading, ::testing::ValuesIn(rows("readings")),
-                         [](const auto& row) { return row.param.label; });
+INSTANTIATE_TEST_SUITE_P(Table, IioReading, ::testing::ValuesIn(tableRows(VEKR_TEST_DATA "/iio_cases.json", "readings")),
+                         vekr::testing::rowLabel);
 
 // The first proximity reading of the only sensor, through the bridge: detected and mm.
 std::optional<std::pair<bool, unsigned>> firstProximityReading(vek::String& locator) {
@@ -135,7 +122,7 @@ std::optional<std::pair<bool, unsigned>> firstProximityReading(vek::String& loca
 }
 
 // Proximity: one case per driver and value name, through the bridge, with the report's notes.
-class IioProximity : public Iio, public ::testing::WithParamInterface<Row> {};
+class IioProximity : public Iio, public ::testing::WithParamInterface<TableRow> {};
 
 TEST_P(IioProximity, FirstReadingThroughTheBridge) {
     const auto& entry = GetParam().entry;
@@ -156,8 +143,8 @@ TEST_P(IioProximity, FirstReadingThroughTheBridge) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, IioProximity, ::testing::ValuesIn(rows("proximity")),
-                         [](const auto& row) { return row.param.label; });
+INSTANTIATE_TEST_SUITE_P(Table, IioProximity, ::testing::ValuesIn(tableRows(VEKR_TEST_DATA "/iio_cases.json", "proximity")),
+                         vekr::testing::rowLabel);
 
 // A device that delivers its values only through its buffer: read from its node, and left as
 // it was found (channels, trigger, buffer).
