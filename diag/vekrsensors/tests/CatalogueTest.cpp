@@ -60,13 +60,4 @@ TEST(Catalogue, IsDeclaredInTheFixedOrder) {
     EXPECT_EQ(actual, expected);
 }
 
-// Types, units and the tests' parameters are in the --list test (list.txt).
-TEST(Catalogue, ParametersHaveAnEmptyDefaultAndFixedFlags) {
-    for (const auto& p : kiva5::Catalogue::global().parameters()) {
-        EXPECT_EQ(p->defaultText(), "") << p->name();
-        EXPECT_FALSE(p->flag1());
-        EXPECT_TRUE(p->flag2());
-    }
-}
-
 }  // namespace

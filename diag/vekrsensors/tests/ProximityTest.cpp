@@ -1,29 +1,23 @@
-// The proximity test's countdowns, dialog, prompt and entry, on a simulated machine in real
-// time (countdowns of a second or two).
+// The proximity test's countdowns in real time (a second or two), a missing picture and a
+// wedged sensor list.
 #include <gtest/gtest.h>
-#include "vek/Logging.h"
-#include <sstream>
 
 #include <QCoreApplication>
-#include <QTimer>
 #include <chrono>
-#include <filesystem>
+#include <sstream>
 #include <thread>
 
 #include "ProximitySensorTest/PostMessageTimer.h"
-#include "ProximitySensorTest/ProximitySensorTest.h"
 #include "ProximitySensorTest/ProximitySensorTestDlg.h"
 #include "ScratchDir.h"
-#include "kiva5/DiagModule.h"
 #include "libLumo/GdiResourceManager.h"
 #include "libOrra/SimBackend.h"
 #include "libTarra/Proximity.h"
+#include "vek/Logging.h"
 #include "vek/Resource.h"
-#include "vekrsensors.h"
 
 namespace {
 
-using kiva5::TestResult;
 using vekrsensors::PostMessageTimer;
 using vekrsensors::ProximitySensorTestDlg;
 using Clock = std::chrono::steady_clock;
@@ -138,28 +132,6 @@ TEST(ProximityFrames, AMissingPictureIsLoggedAsEveryDialogLogsIt) {
         << log.str();
 }
 
-// The entry: parameters, the sensor lookup and the settings, before any dialog.
-class ProximityEntry : public ::testing::Test {
-protected:
-    void SetUp() override {
-        kiva5::DiagModule::captureEventsForTesting(&run_);
-        vekrsensors::paramTimeoutPromptIntervalSeconds->set("5");
-        vekrsensors::paramSensorNoDataTimeoutSeconds->set("5");
-    }
-    void TearDown() override {
-        kiva5::DiagModule::captureEventsForTesting(nullptr);
-        vekrsensors::paramTimeoutPromptIntervalSeconds->unset();
-        vekrsensors::paramSensorNoDataTimeoutSeconds->unset();
-        libOrra::installBackend(nullptr);
-        vek::Resource::resetForTesting();
-    }
-    static kiva5::DiagDevice device(const char* locator) {
-        return kiva5::DiagDevice(kiva5::DeviceCapability::ProximitySensor(),
-                                 kiva5::KivaString(locator), kiva5::KivaString("prox"));
-    }
-    kiva5::RunRecord run_;
-};
-
 // A sensor list that takes too long is no list: the lookup keeps its half-second bound.
 class WedgedBackend : public libOrra::SimBackend {
 public:
@@ -170,12 +142,13 @@ public:
     }
 };
 
-TEST_F(ProximityEntry, AWedgedSensorListDoesNotHoldTheLookup) {
+TEST(ProximityLookup, AWedgedSensorListDoesNotHoldTheLookup) {
     libOrra::installBackend(std::make_shared<WedgedBackend>(
         libOrra::parseScenario(R"({"sensors": [{"kind": "proximity", "locator": "P"}]})", "t")));
     const auto start = Clock::now();
     EXPECT_TRUE(libTarra::ProximitySensorEnumerator::getOsLocators(100).empty());
     EXPECT_LT(secondsSince(start, Clock::now()), 1.0);
+    libOrra::installBackend(nullptr);
 }
 
 }  // namespace

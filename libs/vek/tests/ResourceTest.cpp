@@ -40,18 +40,8 @@ protected:
     fs::path previous_ = fs::current_path();
 };
 
-TEST_F(Settings, LanguageBlockWinsOverCommonBlock) {
-    write(root_ / "cwd", R"({"settings": {"A.value": "3", "B.value": 7},
-                             "languages": {"de": {"A.value": "4"}}})");
-    std::string v;
-    ASSERT_TRUE(get("A.value", v, "en"));
-    EXPECT_EQ(v, "3");
-    ASSERT_TRUE(get("A.value", v, "de"));
-    EXPECT_EQ(v, "4");
-    ASSERT_TRUE(get("B.value", v, "de")) << "falls back to the common block";
-    EXPECT_EQ(v, "7") << "numbers are handed out as text";
-    EXPECT_FALSE(get("C.value", v));
-}
+// A language's block over the common one, numbers handed out as text: the proximity tuning
+// cases (cases/interactive.json).
 
 // An installed module (<prefix>/lib/mod/) finds <prefix>/share/mod/; the build tree's copy
 // beside the executable wins over it, a working folder's over both.
