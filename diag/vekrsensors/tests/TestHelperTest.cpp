@@ -6,6 +6,7 @@
 
 #include "CountingSink.h"
 #include "TableRows.h"
+#include "WorkerHarness.h"
 #include "TestHelper.h"
 #include "comptr.h"
 #include "kiva5/DiagModule.h"
@@ -164,6 +165,52 @@ TEST(SensorEventSink, CountsReportsFromSeveralThreadsWithoutLosingAny) {
     for (auto& t : threads)
         t.join();
     EXPECT_EQ(sink.getDataUpdateCount(), 4000u);
+}
+
+
+// The threshold tests' sampling loops on the manual clock: 50 ms after a reading out of range,
+// 10 ms after a failed update, and a reading taken at exactly the wait time is not yet too
+// late (only a time beyond it is), so a 0.2 s wait ends at 250 ms or 210 ms of sensor time.
+class SamplingPace : public vekr::testing::WorkerHarness {};
+
+TEST_F(SamplingPace, FiftyMillisecondsAfterAReadingTenAfterAFailure) {
+    struct Row {
+        kiva5::TestResult (*test)(const kiva5::DiagDevice&);
+        kiva5::DeviceCapability capability;
+        const char* sensor;
+        std::int64_t endsAtMs;
+        const char* event;
+    };
+    vekrsensors::paramAccelerometerWaitTime->set("0.2");
+    vekrsensors::paramLuxValueWaitTime->set("0.2");
+    vekrsensors::paramLuxValueThreshold->set("100");
+    const Row rows[] = {
+        {AccelerometerTest, kiva5::DeviceCapability::Accelerometer(),
+         R"({"kind": "accelerometer", "updates": [{"z": 3}]})", 250, "Sensor_Timeout"},
+        {AccelerometerTest, kiva5::DeviceCapability::Accelerometer(),
+         R"({"kind": "accelerometer", "updates": [{"fail": true}]})", 210, "Sensor_NoData"},
+        {AmbientLightSensorTest, kiva5::DeviceCapability::AmbientLightSensor(),
+         R"({"kind": "light", "updates": [{"lux": 1}]})", 250, "Sensor_Timeout"},
+        {AmbientLightSensorTest, kiva5::DeviceCapability::AmbientLightSensor(),
+         R"({"kind": "light", "updates": [{"fail": true}]})", 210, "Sensor_NoData"},
+    };
+    for (const Row& row : rows) {
+        auto sensor = nlohmann::json::parse(row.sensor);
+        sensor["locator"] = "S";
+        machine({{"sensors", {sensor}}}, "pace.json");
+        run_.events.clear();
+        const auto start = clock_.now();
+        EXPECT_EQ(row.test(kiva5::DiagDevice(row.capability, kiva5::KivaString("S"),
+                                             kiva5::KivaString("s"))),
+                  kiva5::TestResult::FAIL());
+        EXPECT_EQ(std::chrono::duration_cast<std::chrono::milliseconds>(clock_.now() - start).count(),
+                  row.endsAtMs)
+            << row.sensor;
+        EXPECT_EQ(events(), std::vector<std::string>{row.event}) << row.sensor;
+    }
+    for (auto* p : {vekrsensors::paramAccelerometerWaitTime, vekrsensors::paramLuxValueWaitTime,
+                    vekrsensors::paramLuxValueThreshold})
+        p->unset();
 }
 
 }  // namespace
