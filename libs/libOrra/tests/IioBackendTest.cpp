@@ -31,6 +31,17 @@ protected:
         backend_ = std::make_shared<IioBackend>(sysfs_.root(), sysfs_.devRoot());
         installBackend(backend_);
     }
+    // The tree's one accelerometer, opened (held in accels_).
+    Accelerometer& accel() {
+        EXPECT_TRUE(getAccelerometers(accels_));
+        return *accels_[0];
+    }
+    static SensorState stateOf(Accelerometer& a) {
+        SensorState state{};
+        a.m_pSensor->GetState(&state);
+        return state;
+    }
+    vek::Array<std::unique_ptr<Accelerometer>> accels_;
     std::shared_ptr<IioBackend> backend_;
     FakeSysfs sysfs_;
 };
@@ -156,18 +167,15 @@ TEST_F(Iio, BufferOnlyDeviceIsReadThroughItsNodeAndLeftAsFound) {
         "\x01\x02\x03\x04\x05\x06\x07\x08",
         16);
     sysfs_.addBuffer(0, "bmi160", scan);
-    {
-        vek::Array<std::unique_ptr<Accelerometer>> accels;
-        ASSERT_TRUE(getAccelerometers(accels));
-        ASSERT_EQ(accels.size(), 1u);
-        ASSERT_TRUE(accels[0]->update());
-        EXPECT_NEAR(accels[0]->x, -0.0097656, 1e-6);
-        EXPECT_NEAR(accels[0]->y, 0.0190430, 1e-6);
-        EXPECT_NEAR(accels[0]->z, 0.9936517, 1e-6);
-        EXPECT_EQ(sysfs_.read(0, "buffer/enable"), "1");
-        EXPECT_EQ(sysfs_.read(0, "scan_elements/in_accel_y_en"), "1");
-        EXPECT_EQ(sysfs_.read(0, "trigger/current_trigger"), "bmi160-dev0");
-    }
+    Accelerometer& a = accel();
+    ASSERT_TRUE(a.update());
+    EXPECT_NEAR(a.x, -0.0097656, 1e-6);
+    EXPECT_NEAR(a.y, 0.0190430, 1e-6);
+    EXPECT_NEAR(a.z, 0.9936517, 1e-6);
+    EXPECT_EQ(sysfs_.read(0, "buffer/enable"), "1");
+    EXPECT_EQ(sysfs_.read(0, "scan_elements/in_accel_y_en"), "1");
+    EXPECT_EQ(sysfs_.read(0, "trigger/current_trigger"), "bmi160-dev0");
+    accels_.clear();
     EXPECT_EQ(sysfs_.read(0, "buffer/enable"), "0");
     EXPECT_EQ(sysfs_.read(0, "scan_elements/in_accel_y_en"), "0");
     EXPECT_EQ(sysfs_.read(0, "scan_elements/in_timestamp_en"), "1");
@@ -181,12 +189,9 @@ TEST_F(Iio, BusyDeviceIsDeniedWithANoteNamingItsHolder) {
     sysfs_.set(0, "buffer/enable", "1");
     sysfs_.addBuffer(0, "bmi160", "");
     std::ifstream holder(sysfs_.devRoot() / "iio:device0");
-    vek::Array<std::unique_ptr<Accelerometer>> accels;
-    ASSERT_TRUE(getAccelerometers(accels));
-    SensorState state{};
-    accels[0]->m_pSensor->GetState(&state);
-    EXPECT_EQ(state, SENSOR_STATE_ACCESS_DENIED);
-    const auto notes = backend_->takeNotes(accels[0]->osLocator().toStdString());
+    Accelerometer& a = accel();
+    EXPECT_EQ(stateOf(a), SENSOR_STATE_ACCESS_DENIED);
+    const auto notes = backend_->takeNotes(a.osLocator().toStdString());
     ASSERT_EQ(notes.size(), 1u);
     EXPECT_TRUE(notes[0].heldElsewhere);
     for (const std::string& part :
@@ -199,12 +204,9 @@ TEST_F(Iio, BusyDeviceIsDeniedWithANoteNamingItsHolder) {
 
 TEST_F(Iio, RemovedDeviceIsNotAvailableAndNoLongerListed) {
     sysfs_.add(0, layouts::named("hidAccel3d"));
-    vek::Array<std::unique_ptr<Accelerometer>> accels;
-    ASSERT_TRUE(getAccelerometers(accels));
+    Accelerometer& a = accel();
     fs::remove_all(sysfs_.device(0));
-    SensorState state{};
-    accels[0]->m_pSensor->GetState(&state);
-    EXPECT_EQ(state, SENSOR_STATE_NOT_AVAILABLE);
+    EXPECT_EQ(stateOf(a), SENSOR_STATE_NOT_AVAILABLE);
     vek::Array<std::unique_ptr<Accelerometer>> again;
     ASSERT_TRUE(getAccelerometers(again));
     EXPECT_EQ(again.size(), 0u);
@@ -212,16 +214,13 @@ TEST_F(Iio, RemovedDeviceIsNotAvailableAndNoLongerListed) {
 
 TEST_F(Iio, GarbageInAnAttributeFailsTheUpdateAndReportsAnError) {
     sysfs_.add(0, layouts::named("hidAccel3d"));
-    vek::Array<std::unique_ptr<Accelerometer>> accels;
-    ASSERT_TRUE(getAccelerometers(accels));
-    ASSERT_TRUE(accels[0]->update());
+    Accelerometer& a = accel();
+    ASSERT_TRUE(a.update());
     sysfs_.set(0, "in_accel_y_raw", "not a number");
-    EXPECT_FALSE(accels[0]->update());
-    SensorState state{};
-    accels[0]->m_pSensor->GetState(&state);
-    EXPECT_EQ(state, SENSOR_STATE_ERROR);
+    EXPECT_FALSE(a.update());
+    EXPECT_EQ(stateOf(a), SENSOR_STATE_ERROR);
     sysfs_.set(0, "in_accel_y_raw", "15");
-    EXPECT_TRUE(accels[0]->update()) << "the held descriptor reads the new text";
+    EXPECT_TRUE(a.update()) << "the held descriptor reads the new text";
 }
 
 TEST_F(Iio, UnreadableAttributeIsAccessDenied) {
@@ -229,11 +228,7 @@ TEST_F(Iio, UnreadableAttributeIsAccessDenied) {
         GTEST_SKIP() << "root reads every file";
     sysfs_.add(0, layouts::named("hidAccel3d"));
     fs::permissions(sysfs_.device(0) / "in_accel_x_raw", fs::perms::none);
-    vek::Array<std::unique_ptr<Accelerometer>> accels;
-    ASSERT_TRUE(getAccelerometers(accels));
-    SensorState state{};
-    accels[0]->m_pSensor->GetState(&state);
-    EXPECT_EQ(state, SENSOR_STATE_ACCESS_DENIED);
+    EXPECT_EQ(stateOf(accel()), SENSOR_STATE_ACCESS_DENIED);
 }
 
 TEST_F(Iio, NoIioBusIsAMachineWithoutSensors) {
@@ -246,13 +241,11 @@ TEST_F(Iio, AttachedSinkReceivesDataEventsFromTheSensorsThread) {
     sysfs_.add(0, layouts::named("hidAccel3d"));
     sysfs_.set(0, "in_accel_sampling_frequency", "100");
     vekr::testing::CountingSink sink;
-    vek::Array<std::unique_ptr<Accelerometer>> accels;
-    ASSERT_TRUE(getAccelerometers(accels));
-    accels[0]->m_pSensor->SetEventSink(&sink);
-    for (int i = 0; i < 500 && sink.reports.load() < 3; ++i) {
+    Accelerometer& a = accel();
+    a.m_pSensor->SetEventSink(&sink);
+    for (int i = 0; i < 500 && sink.reports.load() < 3; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    accels[0]->m_pSensor->SetEventSink(nullptr);
+    a.m_pSensor->SetEventSink(nullptr);
     const int atDetach = sink.reports.load();
     EXPECT_GE(atDetach, 3);
     std::this_thread::sleep_for(std::chrono::milliseconds(50));

@@ -8,14 +8,6 @@
 
 namespace {
 
-TEST(Array, IndexBelowSizeIsServed) {
-    vek::Array<int> a;
-    a.add(4);
-    a.add(5);
-    EXPECT_EQ(a.size(), 2u);
-    EXPECT_EQ(a[1], 5);
-}
-
 TEST(Array, IndexAtOrBeyondSizeRaisesTheAssertionAndLogsIt) {
     std::ostringstream log;
     vek::LogFactory::setStreamForTesting(&log);
