@@ -82,9 +82,11 @@ bool subset(const json& expected, const json& actual) {
 
 // JSON text cannot carry bytes that are not UTF-8: "\\xff" in a case stands for the byte.
 std::string bytes(std::string text) {
-    for (std::size_t at = text.find("\\x"); at != std::string::npos; at = text.find("\\x", at + 1)) {
+    for (std::size_t at = text.find("\\x"); at != std::string::npos;
+         at = text.find("\\x", at + 1)) {
         if (at + 4 <= text.size() && std::isxdigit(text[at + 2]) && std::isxdigit(text[at + 3]))
-            text.replace(at, 4, 1, static_cast<char>(std::stoi(text.substr(at + 2, 2), nullptr, 16)));
+            text.replace(at, 4, 1,
+                         static_cast<char>(std::stoi(text.substr(at + 2, 2), nullptr, 16)));
     }
     return text;
 }
@@ -97,7 +99,8 @@ void expectTexts(const char* what, const std::string& text, const json& want) {
         if (absent)
             part.erase(0, 1);
         EXPECT_EQ(text.find(part) == std::string::npos, absent)
-            << what << (absent ? " holds \"" : " lacks \"") << part << "\":\n" << text;
+            << what << (absent ? " holds \"" : " lacks \"") << part << "\":\n"
+            << text;
     }
 }
 
@@ -188,7 +191,9 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
     const json reportTo = entry.value("reportTo", json("r.json"));
     if (!reportTo.is_null())
         args.insert(args.end(), {"--report", reportTo.get<std::string>()});
-    const fs::path reportAt = scratch_ / entry.value("reportAt", reportTo.is_null() ? "r.json" : reportTo.get<std::string>());
+    const fs::path reportAt =
+        scratch_ /
+        entry.value("reportAt", reportTo.is_null() ? "r.json" : reportTo.get<std::string>());
     if (entry.contains("log"))
         args.insert(args.end(), {"--log", "log.txt"});
     if (entry.contains("stdoutTo"))
@@ -200,7 +205,8 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
         const json& sig = entry["signal"];
         ASSERT_TRUE(module.waitFor(sig.at("when"), std::chrono::seconds(20)));
         std::this_thread::sleep_for(std::chrono::milliseconds(sig.value("afterMs", 0)));
-        const std::map<std::string, int> numbers{{"INT", SIGINT}, {"TERM", SIGTERM}, {"HUP", SIGHUP}};
+        const std::map<std::string, int> numbers{
+            {"INT", SIGINT}, {"TERM", SIGTERM}, {"HUP", SIGHUP}};
         for (const std::string name : sig.at("send"))
             module.signal(numbers.at(name));
     }
@@ -209,7 +215,8 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
     if (entry.contains("exit")) {
         const json exits = entry["exit"].is_array() ? entry["exit"] : json::array({entry["exit"]});
         EXPECT_TRUE(std::find(exits.begin(), exits.end(), o.exitCode) != exits.end())
-            << "exit " << o.exitCode << "\n" << o.err;
+            << "exit " << o.exitCode << "\n"
+            << o.err;
     }
     if (o.exitCode == 64) {
         EXPECT_EQ(o.out, "");
@@ -282,7 +289,8 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
     }
     if (entry.contains("log")) {
         std::ifstream logFile(scratch_ / "log.txt");
-        expectTexts("the log and the notes", std::string(std::istreambuf_iterator<char>(logFile), {}) + notes, entry["log"]);
+        expectTexts("the log and the notes",
+                    std::string(std::istreambuf_iterator<char>(logFile), {}) + notes, entry["log"]);
     }
 }
 

@@ -136,9 +136,9 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
     const QPointF c(compass.canvas()->width() / 2.0, compass.canvas()->height() / 2.0);
     const auto amberAt = [&](double degrees) {
         const double a = degrees / 180.0 * M_PI;
-        const QColor p = drawn[2].pixelColor(
-            compass.canvas()->pos() + QPoint(static_cast<int>(c.x() + 165 * std::sin(a)),
-                                             static_cast<int>(c.y() - 165 * std::cos(a))));
+        const QColor p = drawn[2].pixelColor(compass.canvas()->pos() +
+                                             QPoint(static_cast<int>(c.x() + 165 * std::sin(a)),
+                                                    static_cast<int>(c.y() - 165 * std::cos(a))));
         return p.red() > 180 && p.green() > 120 && p.blue() < 110;
     };
     ASSERT_EQ(drawn.size(), 4u);
@@ -149,8 +149,7 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
 
     // Each phase shows its instruction and picture: can't see, hold steady, now move, and
     // can't see again once the hand is lost.
-    ProximitySensorTestDlg proximity(nullptr, vek::String("none"), 3, 10, 15, true, false, 30,
-                                     30);
+    ProximitySensorTestDlg proximity(nullptr, vek::String("none"), 3, 10, 15, true, false, 30, 30);
     const auto readings = [](std::vector<std::pair<bool, unsigned>> rs) {
         return [rs] {
             for (const auto& [seen, mm] : rs)
@@ -163,7 +162,8 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
                  {name("proximity", "hold_steady"), readings({{true, 100}})},
                  {name("proximity", "now_move"), readings({{true, 100}, {true, 102}, {true, 101}})},
                  {name("proximity", "lost"), readings({{false, 0}})}},
-                frames, [&] { shown.emplace_back(proximity.instructionText(), proximity.mainImage()); });
+                frames,
+                [&] { shown.emplace_back(proximity.instructionText(), proximity.mainImage()); });
     ASSERT_EQ(shown.size(), 4u);
     const char* keys[] = {"SensorCantSeeYou", "PleaseHoldSteady", "MoveTowardOrAway",
                           "SensorCantSeeYou"};

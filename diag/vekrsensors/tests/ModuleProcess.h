@@ -27,8 +27,7 @@ public:
         // the module's first instruction), as when a host stops it in its first instant.
         bool termWaiting = false;
     };
-    ModuleRun(const std::vector<std::string>& args, const std::string& workDir,
-              const Start& start);
+    ModuleRun(const std::vector<std::string>& args, const std::string& workDir, const Start& start);
     ~ModuleRun();
     ModuleRun(const ModuleRun&) = delete;
     ModuleRun& operator=(const ModuleRun&) = delete;

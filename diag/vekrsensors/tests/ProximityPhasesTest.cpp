@@ -17,10 +17,11 @@ using vekrsensors::ProximityPhases;
 using vekr::testing::TableRow;
 
 std::int32_t phaseNamed(const std::string& name) {
-    const std::map<std::string, std::int32_t> phases{
-        {"HoldSteady", ProximityPhases::HoldSteady}, {"CantSeeYou", ProximityPhases::CantSeeYou},
-        {"MoveNow", ProximityPhases::MoveNow},       {"Lost", ProximityPhases::Lost},
-        {"Prompt", ProximityPhases::Prompt}};
+    const std::map<std::string, std::int32_t> phases{{"HoldSteady", ProximityPhases::HoldSteady},
+                                                     {"CantSeeYou", ProximityPhases::CantSeeYou},
+                                                     {"MoveNow", ProximityPhases::MoveNow},
+                                                     {"Lost", ProximityPhases::Lost},
+                                                     {"Prompt", ProximityPhases::Prompt}};
     return phases.at(name);
 }
 
@@ -46,7 +47,8 @@ TEST_P(PhaseMachine, GoesWhereItsReadingsLead) {
     EXPECT_EQ(last.resetPromptCountdown, row.at("promptReset").get<bool>());
 }
 
-INSTANTIATE_TEST_SUITE_P(Proximity, PhaseMachine, ::testing::ValuesIn(vekr::testing::tableRows(
+INSTANTIATE_TEST_SUITE_P(Proximity, PhaseMachine,
+                         ::testing::ValuesIn(vekr::testing::tableRows(
                              VEKR_SOURCE_DIR "/diag/vekrsensors/tests/proximity_phases.json")),
                          vekr::testing::rowLabel);
 

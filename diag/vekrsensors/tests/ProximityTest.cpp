@@ -118,9 +118,7 @@ TEST(ProximityFrames, AMissingPictureIsLoggedAsEveryDialogLogsIt) {
     std::ostringstream log;
     vek::LogFactory::setStreamForTesting(&log);
     vek::LogFactory::setPriority(vek::kLogError);
-    {
-        ProximitySensorTestDlg dialog(nullptr, vek::String("none"), 3, 10, 15, true, false, 30, 30);
-    }
+    { ProximitySensorTestDlg dialog(nullptr, vek::String("none"), 3, 10, 15, true, false, 30, 30); }
     vek::LogFactory::setStreamForTesting(nullptr);
     vek::LogFactory::setPriority(vek::kLogOff);
     vek::Resource::resetForTesting();

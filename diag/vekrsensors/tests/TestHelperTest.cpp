@@ -6,8 +6,8 @@
 
 #include "CountingSink.h"
 #include "TableRows.h"
-#include "WorkerHarness.h"
 #include "TestHelper.h"
+#include "WorkerHarness.h"
 #include "comptr.h"
 #include "kiva5/DiagModule.h"
 #include "vek/Clock.h"
@@ -86,7 +86,8 @@ TEST_P(StateCheck, EndsWithTheMappedResultAndEventAfterTheRightWait) {
     ScriptedSensor sensor(states);
     libOrra::Accelerometer record(std::make_unique<ScriptedDevice>(&sensor), {});
     const auto start = clock_.now();
-    EXPECT_EQ(checkSensorState(record), *kiva5::TestResult::fromName(row.at("result").get<std::string>()));
+    EXPECT_EQ(checkSensorState(record),
+              *kiva5::TestResult::fromName(row.at("result").get<std::string>()));
     EXPECT_EQ(sensor.calls, row.at("getStateCalls").get<std::size_t>());
     EXPECT_EQ(std::chrono::duration_cast<std::chrono::milliseconds>(clock_.now() - start).count(),
               row.at("waitedMs").get<std::int64_t>());
@@ -103,7 +104,8 @@ TEST_P(StateCheck, EndsWithTheMappedResultAndEventAfterTheRightWait) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, StateCheck, ::testing::ValuesIn(vekr::testing::tableRows(
+INSTANTIATE_TEST_SUITE_P(Table, StateCheck,
+                         ::testing::ValuesIn(vekr::testing::tableRows(
                              VEKR_SOURCE_DIR "/diag/vekrsensors/tests/state_checks.json")),
                          vekr::testing::rowLabel);
 
@@ -167,7 +169,6 @@ TEST(SensorEventSink, CountsReportsFromSeveralThreadsWithoutLosingAny) {
     EXPECT_EQ(sink.getDataUpdateCount(), 4000u);
 }
 
-
 // The threshold tests' sampling loops on the manual clock: 50 ms after a reading out of range,
 // 10 ms after a failed update, and a reading taken at exactly the wait time is not yet too
 // late (only a time beyond it is), so a 0.2 s wait ends at 250 ms or 210 ms of sensor time.
@@ -203,8 +204,9 @@ TEST_F(SamplingPace, FiftyMillisecondsAfterAReadingTenAfterAFailure) {
         EXPECT_EQ(row.test(kiva5::DiagDevice(row.capability, kiva5::KivaString("S"),
                                              kiva5::KivaString("s"))),
                   kiva5::TestResult::FAIL());
-        EXPECT_EQ(std::chrono::duration_cast<std::chrono::milliseconds>(clock_.now() - start).count(),
-                  row.endsAtMs)
+        EXPECT_EQ(
+            std::chrono::duration_cast<std::chrono::milliseconds>(clock_.now() - start).count(),
+            row.endsAtMs)
             << row.sensor;
         EXPECT_EQ(events(), std::vector<std::string>{row.event}) << row.sensor;
     }

@@ -78,8 +78,8 @@ protected:
         std::ostringstream out, err;
         Host host(
             catalogue_, "testmod.vkm", ModuleVersion{6, 5, "000000001"},
-            [this](const BackendSelection&) { return std::make_unique<FakeSource>(devices_); },
-            out, err);
+            [this](const BackendSelection&) { return std::make_unique<FakeSource>(devices_); }, out,
+            err);
         if (check_)
             host.setInteractiveCheck(check_);
         const int exit = host.start(args);

@@ -104,7 +104,9 @@ TEST_P(IioReading, ArrivesInTheModulesUnits) {
         EXPECT_NEAR(got[i], expected[i], 1e-5) << "axis " << i;
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, IioReading, ::testing::ValuesIn(tableRows(VEKR_TEST_DATA "/iio_cases.json", "readings")),
+INSTANTIATE_TEST_SUITE_P(Table, IioReading,
+                         ::testing::ValuesIn(tableRows(VEKR_TEST_DATA "/iio_cases.json",
+                                                       "readings")),
                          vekr::testing::rowLabel);
 
 // The first proximity reading of the only sensor, through the bridge: detected and mm.
@@ -154,7 +156,9 @@ TEST_P(IioProximity, FirstReadingThroughTheBridge) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, IioProximity, ::testing::ValuesIn(tableRows(VEKR_TEST_DATA "/iio_cases.json", "proximity")),
+INSTANTIATE_TEST_SUITE_P(Table, IioProximity,
+                         ::testing::ValuesIn(tableRows(VEKR_TEST_DATA "/iio_cases.json",
+                                                       "proximity")),
                          vekr::testing::rowLabel);
 
 // A device that delivers its values only through its buffer: read from its node, and left as

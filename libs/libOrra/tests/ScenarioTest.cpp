@@ -41,8 +41,8 @@ void PrintTo(const BadRow& r, std::ostream* os) {
 
 std::vector<BadRow> badRows() {
     std::vector<BadRow> rows;
-    for (const auto& e : nlohmann::json::parse(
-             std::ifstream(VEKR_TEST_DATA "/malformed_scenarios.json")))
+    for (const auto& e :
+         nlohmann::json::parse(std::ifstream(VEKR_TEST_DATA "/malformed_scenarios.json")))
         rows.push_back({e.at("text"), e.at("message")});
     return rows;
 }

@@ -51,9 +51,9 @@ TEST_F(Settings, WorkingFolderThenBesideTheExecutableThenTheInstallsDataFolder) 
     std::ofstream(root_ / "share/mod/settings.json") << R"({"settings": {"A.value": "installed"}})";
     std::ofstream(root_ / "share/mod/Prox.png") << "x";
     std::string v;
-    for (const auto& [writeTo, expected] : {std::pair(fs::path(), "installed"),
-                                            std::pair(exe, "beside"),
-                                            std::pair(root_ / "cwd", "working")}) {
+    for (const auto& [writeTo, expected] :
+         {std::pair(fs::path(), "installed"), std::pair(exe, "beside"),
+          std::pair(root_ / "cwd", "working")}) {
         if (!writeTo.empty())
             write(writeTo, std::string(R"({"settings": {"A.value": ")") + expected + "\"}}");
         vek::Resource::resetForTesting();
