@@ -158,8 +158,6 @@ TEST(COMInitializer, BalancesWhatItTookAndLeavesAMismatchAlone) {
     }).join();
 }
 
-
-
 // The threshold tests' sampling loops on the manual clock: 50 ms after a reading out of range,
 // 10 ms after a failed update, and a reading taken at exactly the wait time is not yet too
 // late (only a time beyond it is), so a 0.2 s wait ends at 250 ms or 210 ms of sensor time.
