@@ -19,7 +19,8 @@ packages=(
 
 missing=()
 for p in "${packages[@]}"; do
-  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+  # grep reads to the end: with -q its early exit could fail the writer under pipefail.
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep 'install ok installed' >/dev/null; then
     missing+=("$p")
   fi
 done
@@ -34,7 +35,7 @@ if ((${#missing[@]})); then
 fi
 
 # A comma-decimal locale lets the number-parsing tests prove they ignore the locale.
-if ! locale -a 2>/dev/null | grep -qi '^de_DE\.utf8$'; then
+if ! locale -a 2>/dev/null | grep -i '^de_DE\.utf8$' >/dev/null; then
   if [ -f /etc/locale.gen ] && [ "$(id -u)" -eq 0 ]; then
     sed -i 's/^# *de_DE.UTF-8 UTF-8/de_DE.UTF-8 UTF-8/' /etc/locale.gen
     locale-gen >/dev/null 2>&1 || true

@@ -8,6 +8,9 @@ build=$1 tree_module=$2 version=$3
 scratch=$(mktemp -d /tmp/vekr-package.XXXXXX)
 trap 'rm -rf "$scratch"' EXIT
 fail() { echo "FAIL: $*" >&2; exit 1; }
+# grep -q stops reading at the first match; under pipefail the writer, cut off, then fails the
+# whole pipeline now and then. Whatever is piped in is read to the end instead.
+holds() { grep "$@" >/dev/null; }
 
 cmake --build "$build" --target package >"$scratch/package.log" 2>&1 ||
   { cat "$scratch/package.log"; fail "the package target failed"; }
@@ -30,9 +33,9 @@ dpkg -x "$core" "$root"
 cmd="$root/usr/bin/vekrsensors"
 module="$root/usr/lib/vekrsensors/vekrsensors.vkm"
 [ -L "$cmd" ] || fail "bin/vekrsensors is not a link to the module"
-! ldd "$module" | grep -qi qt || fail "the module file links Qt"
+! ldd "$module" | holds -i qt || fail "the module file links Qt"
 [ ! -e "$root/usr/share/vekrsensors/artwork" ] || fail "vector sources installed"
-zcat "$root/usr/share/man/man1/vekrsensors.1.gz" | grep -q '^\.SH EXIT STATUS' ||
+zcat "$root/usr/share/man/man1/vekrsensors.1.gz" | holds '^\.SH EXIT STATUS' ||
   fail "man page without EXIT STATUS"
 [ -f "$root/usr/share/doc/vekrsensors/copyright" ] || fail "no copyright file"
 
@@ -51,13 +54,13 @@ complete_line() {  # the words of a command line; prints the completions of its 
   COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); COMPREPLY=(); _vekrsensors; printf '%s\n' "${COMPREPLY[@]}"
 }
 for option in $("$cmd" --help | grep -o -- '--[a-z-]*' | sort -u); do
-  zcat "$root/usr/share/man/man1/vekrsensors.1.gz" | grep -q -- "${option//-/\\\\-}" ||
+  zcat "$root/usr/share/man/man1/vekrsensors.1.gz" | holds -- "${option//-/\\\\-}" ||
     fail "$option is not in the man page"
-  complete_line "$cmd" "$option" | grep -qx -- "$option" || fail "$option does not complete"
+  complete_line "$cmd" "$option" | holds -x -- "$option" || fail "$option does not complete"
 done
-complete_line "$cmd" --test Acc | grep -qx AccelerometerTest || fail "test names do not complete"
-complete_line "$cmd" --param Lux | grep -qx LuxValueThreshold= || fail "parameters do not complete"
-complete_line "$cmd" --lang "" | grep -qx de ||
+complete_line "$cmd" --test Acc | holds -x AccelerometerTest || fail "test names do not complete"
+complete_line "$cmd" --param Lux | holds -x LuxValueThreshold= || fail "parameters do not complete"
+complete_line "$cmd" --lang "" | holds -x de ||
   fail "languages do not complete: [$(complete_line "$cmd" --lang "" | tr '\n' ' ')] from $(ls "$root/usr/share/vekrsensors/strings" 2>&1 | tr '\n' ' ')"
 
 # The core package alone.
