@@ -70,19 +70,22 @@ protected:
 
     // Runs `worker` with `dialog` as its context to the end. With `uiClosesAt` > 0 the person
     // closes the dialog at that sensor time: the run flag is cleared, as the test function
-    // does, and set again after the join. Returns the exit code (-1 when there is none).
+    // does, and set again after the join. A worker that should end on its own and is still
+    // running after two minutes of sensor time fails the row and is closed the same way, so
+    // a fault shows as a failure, not as a hang. Returns the exit code (-1 when there is none).
     int runWorker(vek::ManagedThread::Function worker, void* dialog, std::atomic<bool>& runFlag,
                   double uiClosesAt) {
         vek::ManagedThread thread(worker, dialog);
         EXPECT_TRUE(thread.run(vek::String("worker-test")));
-        if (uiClosesAt > 0) {
-            while (std::chrono::duration<double>(clock_.now()).count() < uiClosesAt)
-                std::this_thread::sleep_for(std::chrono::microseconds(200));
-            runFlag.exchange(false);
-        }
+        int code = -1;
+        const double closeAt = uiClosesAt > 0 ? uiClosesAt : 120.0;
+        while (std::chrono::duration<double>(clock_.now()).count() < closeAt &&
+               (uiClosesAt > 0 || !thread.getExitCode(&code)))
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        EXPECT_TRUE(uiClosesAt > 0 || thread.getExitCode(&code)) << "the worker never ended";
+        runFlag.exchange(false);
         thread.join();
         runFlag.exchange(true);
-        int code = -1;
         return thread.getExitCode(&code) ? code : -1;
     }
 
