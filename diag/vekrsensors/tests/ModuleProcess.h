@@ -19,7 +19,7 @@ struct ModuleOutcome {
 class ModuleRun {
 public:
     struct Start {
-        std::vector<std::string> env;  // added to the environment
+        std::vector<std::string> env;  // added, in place of inherited ones of the same name
         // nullopt collects stdout through a pipe; "" starts with stdout closed; any other
         // text is a file stdout is opened onto (e.g. /dev/full).
         std::optional<std::string> stdoutTo;
