@@ -84,7 +84,10 @@ bool subset(const json& expected, const json& actual) {
 std::string bytes(std::string text) {
     for (std::size_t at = text.find("\\x"); at != std::string::npos;
          at = text.find("\\x", at + 1)) {
-        if (at + 4 <= text.size() && std::isxdigit(text[at + 2]) && std::isxdigit(text[at + 3]))
+        const auto hex = [&text](std::size_t i) {
+            return i < text.size() && std::isxdigit(static_cast<unsigned char>(text[i]));
+        };
+        if (hex(at + 2) && hex(at + 3))
             text.replace(at, 4, 1,
                          static_cast<char>(std::stoi(text.substr(at + 2, 2), nullptr, 16)));
     }
