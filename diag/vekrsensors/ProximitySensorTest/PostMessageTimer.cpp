@@ -4,14 +4,14 @@
 #include <system_error>
 
 #include "libLumo/PostedMessage.h"
+#include "vek/Clock.h"
 
 namespace vekrsensors {
 namespace {
 
+// vek's clock is the monotonic one; a test may install one that it steps itself.
 std::int64_t nowNanoseconds() {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-               std::chrono::steady_clock::now().time_since_epoch())
-        .count();
+    return vek::Clock::current().now().count();
 }
 
 constexpr auto kStep = std::chrono::milliseconds(200);
@@ -55,7 +55,7 @@ void PostMessageTimer::countdown() {
         return;
     const std::int64_t length = static_cast<std::int64_t>(seconds_) * 1'000'000'000;
     while (nowNanoseconds() < startTime_.load() + length) {
-        std::this_thread::sleep_for(kStep);
+        vek::Clock::current().sleepFor(kStep);
         if (!running_.load())
             return;
     }

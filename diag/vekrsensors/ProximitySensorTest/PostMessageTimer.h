@@ -11,7 +11,7 @@ namespace vekrsensors {
 // out. Owned and driven (start, resetCountdown, stop) by the dialog on the user-interface
 // thread; the countdown thread only reads the run flag and the start time and posts once. It
 // checks every 200 ms and reads the deadline afresh each time, so a reset lengthens a running
-// countdown and the message comes at most about 200 ms late.
+// countdown and the message comes at most about 200 ms late. Time is vek::Clock's.
 class PostMessageTimer {
 public:
     PostMessageTimer(QObject* window, unsigned message, unsigned seconds);
@@ -37,7 +37,7 @@ private:
     unsigned message_;
     unsigned seconds_;
     std::atomic<bool> running_{false};
-    std::atomic<std::int64_t> startTime_{0};  // steady clock, nanoseconds
+    std::atomic<std::int64_t> startTime_{0};  // vek::Clock, nanoseconds
     std::thread thread_;
 };
 

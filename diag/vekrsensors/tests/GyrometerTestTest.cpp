@@ -2,6 +2,7 @@
 // the clock, so a run of seconds takes milliseconds), and its dialog driven headless.
 #include <gtest/gtest.h>
 
+#include <QtCore/qtestsupport_core.h>
 #include <QEvent>
 #include <QTimer>
 #include <thread>
@@ -63,27 +64,40 @@ TEST_F(GyroDialog, ClosesWhenTheWorkerIsDoneAndKeepsItsResult) {
     EXPECT_EQ(dialog.getResult(), TestResult::WARN());
 }
 
-// A device lying still costs no drawing; a change shows at the next frame tick.
+// A device lying still costs no drawing; a change shows at the next frame tick. Judged in
+// ticks of the dialog's frame clock, not in milliseconds, so a slow machine only waits longer.
 TEST_F(GyroDialog, RepaintsOnlyWhenTheTurnChanged) {
-    struct Paints : QObject {
-        int count = 0;
-        bool eventFilter(QObject* o, QEvent* e) override {
-            count += e->type() == QEvent::Paint;
-            return QObject::eventFilter(o, e);
+    struct Counting : GyrometerTestDlg {
+        using GyrometerTestDlg::GyrometerTestDlg;
+        int ticks = 0, paints = 0;
+        void OnFrame() override {
+            ++ticks;
+            GyrometerTestDlg::OnFrame();
         }
-    } paints;
-    GyrometerTestDlg dialog(nullptr);
-    dialog.canvas()->installEventFilter(&paints);
+        bool eventFilter(QObject* o, QEvent* e) override {
+            paints += e->type() == QEvent::Paint;
+            return GyrometerTestDlg::eventFilter(o, e);
+        }
+    } dialog(nullptr);
+    dialog.canvas()->installEventFilter(&dialog);
+    constexpr int kCeilingMs = 60'000;  // only a broken dialog gets near it
     int still = -1;
-    QTimer::singleShot(150, &dialog, [&] { paints.count = 0; });  // shown, first frames drawn
-    QTimer::singleShot(350, &dialog, [&] {
-        still = paints.count;
+    bool drawn = false;
+    QTimer::singleShot(0, &dialog, [&] {
+        // Shown and drawn, and two ticks on: the first tick's own repaint is behind us.
+        if (!QTest::qWaitFor([&] { return dialog.paints > 0 && dialog.ticks >= 2; }, kCeilingMs))
+            return dialog.EndDialog(0);
+        dialog.paints = 0;
+        const int from = dialog.ticks;
+        (void)QTest::qWaitFor([&] { return dialog.ticks >= from + 10; }, kCeilingMs);
+        still = dialog.paints;
         dialog.UpdateRotationX(0.5);
+        drawn = QTest::qWaitFor([&] { return dialog.paints > 0; }, kCeilingMs);
+        dialog.EndDialog(0);
     });
-    QTimer::singleShot(550, &dialog, [&] { dialog.EndDialog(0); });
     dialog.DoModal();
-    EXPECT_EQ(still, 0) << "nothing changed, nothing drawn";
-    EXPECT_GE(paints.count, 1) << "the change is drawn";
+    EXPECT_EQ(still, 0) << "nothing changed, nothing drawn in ten ticks";
+    EXPECT_TRUE(drawn) << "the change is drawn";
 }
 
 }  // namespace

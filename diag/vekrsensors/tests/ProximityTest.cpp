@@ -1,9 +1,12 @@
-// The proximity test's countdowns in real time (a second or two), a missing picture and a
-// wedged sensor list.
+// The proximity test's countdowns on a clock the test steps, a missing picture and a wedged
+// sensor list.
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <atomic>
 #include <chrono>
+#include <functional>
+#include <future>
 #include <sstream>
 #include <thread>
 
@@ -13,6 +16,7 @@
 #include "libLumo/GdiResourceManager.h"
 #include "libOrra/SimBackend.h"
 #include "libTarra/Proximity.h"
+#include "vek/Clock.h"
 #include "vek/Logging.h"
 #include "vek/Resource.h"
 
@@ -20,33 +24,45 @@ namespace {
 
 using vekrsensors::PostMessageTimer;
 using vekrsensors::ProximitySensorTestDlg;
-using Clock = std::chrono::steady_clock;
 
-// Counts the messages a countdown posts, with the time of the first.
+// Counts the messages a countdown posts.
 class Mailbox : public QObject {
 public:
     int received = 0;
-    Clock::time_point first;
 
 protected:
-    void customEvent(QEvent*) override {
-        if (received++ == 0)
-            first = Clock::now();
-    }
+    void customEvent(QEvent*) override { ++received; }
 };
 
-void pumpFor(std::chrono::milliseconds span, const std::function<void()>& each = {}) {
-    const auto end = Clock::now() + span;
-    while (Clock::now() < end) {
-        QCoreApplication::processEvents();
-        if (each)
-            each();
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+// A clock that moves only when the countdown sleeps on it, by exactly the time asked, and then
+// calls `onStep` with the new time on the countdown's thread: the tests act at exact times of
+// the countdown and never wait for the machine.
+class SteppingClock final : public vek::Clock {
+public:
+    explicit SteppingClock(std::function<void(Duration)> onStep) : onStep_(std::move(onStep)) {
+        installForTesting(this);
     }
+    ~SteppingClock() override { installForTesting(nullptr); }
+    Duration now() const override { return Duration(now_.load()); }
+    void sleepFor(Duration d) override { onStep_(Duration(now_ += d.count())); }
+
+private:
+    std::function<void(Duration)> onStep_;
+    std::atomic<Duration::rep> now_{0};
+};
+
+bool waitUntil(const std::function<bool()>& done) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!done() && std::chrono::steady_clock::now() < end)
+        std::this_thread::yield();
+    return done();
 }
 
-double secondsSince(Clock::time_point start, Clock::time_point t) {
-    return std::chrono::duration<double>(t - start).count();
+// Waits for the countdown to end by itself, joins it and delivers what it posted.
+void runOut(PostMessageTimer& timer, Mailbox& box) {
+    ASSERT_TRUE(waitUntil([&] { return !timer.running(); })) << "the countdown never ended";
+    timer.stop();
+    QCoreApplication::sendPostedEvents(&box);
 }
 
 class Countdown : public ::testing::Test {
@@ -56,57 +72,61 @@ protected:
     Mailbox box_;
 };
 
-// A one-second countdown fires once, at most a step late; a reset at 0.6 s moves it to 1.6 s.
-TEST_F(Countdown, FiresOnceAtMostAStepLateAndAResetLengthensIt) {
-    for (const int resetAtMs : {0, 600}) {
+// A countdown fires once, at its time or at most one 200 ms check later, counted from its
+// last reset; resets that keep coming (the readings that keep the dialog's phase) hold it off.
+TEST_F(Countdown, FiresOnceAtItsTimeCountedFromTheLastReset) {
+    struct Case {
+        unsigned seconds;
+        int resetsUntilMs;  // a reset at every check up to this time
+        int firesAtMs;
+    };
+    for (const Case c : {Case{1, 0, 1000}, Case{1, 600, 1600}, Case{3, 5000, 8000}}) {
         Mailbox box;
-        PostMessageTimer timer(&box, 1025, 1);
-        const auto start = Clock::now();
+        PostMessageTimer* running = nullptr;
+        SteppingClock clock([&](vek::Clock::Duration now) {
+            if (now <= std::chrono::milliseconds(c.resetsUntilMs))
+                running->resetCountdown();
+        });
+        PostMessageTimer timer(&box, 1025, c.seconds);
+        running = &timer;
         timer.start();
-        pumpFor(std::chrono::milliseconds(resetAtMs));
-        if (resetAtMs)
-            timer.resetCountdown();
-        pumpFor(std::chrono::milliseconds(2000));
-        ASSERT_EQ(box.received, 1) << resetAtMs;
-        const double due = 1.0 + resetAtMs / 1000.0;
-        EXPECT_GE(secondsSince(start, box.first), due);
-        EXPECT_LT(secondsSince(start, box.first), due + 0.5);
-        EXPECT_FALSE(timer.running());
+        runOut(timer, box);
+        EXPECT_EQ(box.received, 1) << c.firesAtMs;
+        EXPECT_GE(clock.now(), std::chrono::milliseconds(c.firesAtMs));
+        EXPECT_LE(clock.now(), std::chrono::milliseconds(c.firesAtMs + 200));
     }
 }
 
-// Three seconds of countdown against resets every 100 ms: only a test thread starved for
-// seconds on a loaded machine could let it fire.
-TEST_F(Countdown, AResetEvery100MillisecondsNeverFires) {
-    PostMessageTimer timer(&box_, 1025, 3);
-    timer.start();
-    auto lastReset = Clock::now();
-    pumpFor(std::chrono::milliseconds(3500), [&] {
-        if (Clock::now() - lastReset >= std::chrono::milliseconds(100)) {
-            timer.resetCountdown();
-            lastReset = Clock::now();
-        }
+// A stop joins the countdown thread, so nothing comes after it; a start while one counts joins
+// that one and arms a fresh countdown, which fires once.
+TEST_F(Countdown, AStopPostsNothingAndAStartArmsItAgain) {
+    PostMessageTimer* counting = nullptr;
+    std::atomic<int> checks{0};
+    std::atomic<bool> holdFirstCheck{true};
+    SteppingClock clock([&](vek::Clock::Duration) {
+        ++checks;
+        // The countdown's first check waits here until the dialog's call has disarmed it.
+        while (holdFirstCheck && counting->running())
+            std::this_thread::yield();
+        holdFirstCheck = false;
     });
-    EXPECT_EQ(box_.received, 0);
-    timer.stop();
-}
-
-TEST_F(Countdown, StopJoinsAndStartArmsItAgain) {
     PostMessageTimer timer(&box_, 1025, 1);
+    counting = &timer;
     timer.start();
-    pumpFor(std::chrono::milliseconds(100));
+    ASSERT_TRUE(waitUntil([&] { return checks > 0; }));
     timer.stop();
+    QCoreApplication::sendPostedEvents(&box_);
     EXPECT_FALSE(timer.running());
-    pumpFor(std::chrono::milliseconds(1400));
     EXPECT_EQ(box_.received, 0) << "a stopped countdown posts nothing";
+
+    holdFirstCheck = true;
     timer.start();
+    ASSERT_TRUE(waitUntil([&] { return checks > 1; }));
     timer.start();  // joins the first thread before arming a second
-    pumpFor(std::chrono::milliseconds(1600));
+    runOut(timer, box_);
     EXPECT_EQ(box_.received, 1);
-    // After it fired a reset has no effect until the next start.
-    timer.resetCountdown();
-    pumpFor(std::chrono::milliseconds(1400));
-    EXPECT_EQ(box_.received, 1);
+    timer.resetCountdown();  // after it fired, no effect until the next start
+    EXPECT_FALSE(timer.running());
 }
 
 // A picture that cannot be loaded is logged in the words every dialog uses for it.
@@ -127,22 +147,30 @@ TEST(ProximityFrames, AMissingPictureIsLoggedAsEveryDialogLogsIt) {
         << log.str();
 }
 
-// A sensor list that takes too long is no list: the lookup keeps its half-second bound.
+// A sensor list that takes too long is no list: the lookup keeps its bound and is back while
+// the backend still holds its answer.
 class WedgedBackend : public libOrra::SimBackend {
 public:
     using SimBackend::SimBackend;
     std::vector<libOrra::SensorInfo> sensors() override {
-        std::this_thread::sleep_for(std::chrono::seconds(2));
+        released_.wait_for(std::chrono::seconds(60));
+        answered = true;
         return SimBackend::sensors();
     }
+    std::promise<void> release;
+    std::atomic<bool> answered{false};
+
+private:
+    std::shared_future<void> released_ = release.get_future().share();
 };
 
 TEST(ProximityLookup, AWedgedSensorListDoesNotHoldTheLookup) {
-    libOrra::installBackend(std::make_shared<WedgedBackend>(
-        libOrra::parseScenario(R"({"sensors": [{"kind": "proximity", "locator": "P"}]})", "t")));
-    const auto start = Clock::now();
+    auto backend = std::make_shared<WedgedBackend>(
+        libOrra::parseScenario(R"({"sensors": [{"kind": "proximity", "locator": "P"}]})", "t"));
+    libOrra::installBackend(backend);
     EXPECT_TRUE(libTarra::ProximitySensorEnumerator::getOsLocators(100).empty());
-    EXPECT_LT(secondsSince(start, Clock::now()), 1.0);
+    EXPECT_FALSE(backend->answered) << "the lookup waited for the wedged list";
+    backend->release.set_value();
     libOrra::installBackend(nullptr);
 }
 
