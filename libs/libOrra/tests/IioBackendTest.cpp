@@ -284,12 +284,14 @@ TEST(BoundedReader, AStuckReadGivesNoReadingInTimeAndFinishesLater) {
 }
 
 // Run under umockdev-run with umockdev/hwdb-quirks.umockdev (see CMakeLists.txt): udev's
-// properties from systemd's hwdb fill in what these drivers lack.
-TEST(Umockdev, UdevPropertiesFillWhatTheDriverLacks) {
+// properties from systemd's hwdb fill in what these drivers lack, and the hwdb's matrix
+// replaces the one the accelerometer's driver publishes.
+TEST(Umockdev, UdevPropertiesFillInAndOverrule) {
     if (!std::getenv("UMOCKDEV_DIR"))
         GTEST_SKIP() << "runs under umockdev-run only";
     installBackend(std::make_shared<IioBackend>());
-    // ACCEL_MOUNT_MATRIX turns x into -y, as on the machine it was written for.
+    // ACCEL_MOUNT_MATRIX turns x into -y, as on the machine it was written for; the driver's
+    // in_mount_matrix (the identity) is not used.
     const auto accel = readOne(SensorKind::Accelerometer);
     ASSERT_EQ(accel.size(), 3u);
     EXPECT_NEAR(accel[0], 0.0, 1e-9);

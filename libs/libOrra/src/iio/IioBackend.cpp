@@ -187,12 +187,22 @@ struct Channels {
         return true;
     }
 
-    // The driver's matrix by the kernel's names, best first, then udev's ACCEL_MOUNT_MATRIX
-    // for accelerometers whose driver has none. A matrix that does not parse or is degenerate
-    // is passed over for the next.
+    // For accelerometers udev's ACCEL_MOUNT_MATRIX first: systemd's hwdb sets it for machines
+    // whose firmware matrix is wrong, and documents it as replacing the kernel's (as
+    // iio-sensor-proxy reads it). Then the driver's matrix by the kernel's names, best first.
+    // A matrix that cannot be read, does not parse or is degenerate is passed over for the
+    // next; none gives the identity.
     iio::Matrix3 chooseMountMatrix() {
         if (plan.axes.size() != 3)
             return iio::kIdentity;
+        if (plan.row->kind == SensorKind::Accelerometer) {
+            if (auto text = iio::udevProperty(locator, "ACCEL_MOUNT_MATRIX")) {
+                if (auto m = iio::parseMountMatrix(*text))
+                    return *m;
+                LOG(vek::kLogWarning, device() << ": udev ACCEL_MOUNT_MATRIX \"" << *text
+                                               << "\" is not a usable mount matrix; passed over");
+            }
+        }
         for (const auto& candidate : plan.mountMatrices) {
             int err = 0;
             const auto text = iio::readAttribute(dir / candidate, err);
@@ -204,14 +214,6 @@ struct Channels {
                 return *m;
             LOG(vek::kLogWarning, device() << ": " << candidate << " \"" << *text
                                            << "\" is not a usable mount matrix; passed over");
-        }
-        if (plan.row->kind == SensorKind::Accelerometer) {
-            if (auto text = iio::udevProperty(locator, "ACCEL_MOUNT_MATRIX")) {
-                if (auto m = iio::parseMountMatrix(*text))
-                    return *m;
-                LOG(vek::kLogWarning, device() << ": udev ACCEL_MOUNT_MATRIX \"" << *text
-                                               << "\" is not a usable mount matrix");
-            }
         }
         return iio::kIdentity;
     }
