@@ -5,8 +5,10 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <iomanip>
 #include <map>
 #include <mutex>
+#include <sstream>
 #include <system_error>
 #include <thread>
 
@@ -218,6 +220,54 @@ struct Channels {
         return iio::kIdentity;
     }
 
+    // The axis whose reading made most of corrected axis `i` (the matrix mixes them).
+    std::size_t sourceAxis(std::size_t i, const double (&unmounted)[3]) const {
+        if (axes.size() != 3)
+            return 0;
+        std::size_t best = 0;
+        for (std::size_t c = 1; c < 3; ++c) {
+            if (std::abs(mount[i * 3 + c] * unmounted[c]) >
+                std::abs(mount[i * 3 + best] * unmounted[best])) {
+                best = c;
+            }
+        }
+        return best;
+    }
+
+    // A reading that no part of its kind can give: the update fails as for a number that is
+    // not finite. The log names the attribute, the raw value, the scale and offset and the
+    // result, once per attribute; the run's note says it in a technician's words.
+    bool implausible(double value, std::size_t axis, const double (&raw)[3]) {
+        lastError = ERANGE;
+        const iio::AxisPlan& a = plan.axes[axis];
+        const iio::Plausible& bounds = plan.row->plausible;
+        const std::string cause = "implausible " + a.value;
+        if (cause == lastLogged)
+            return false;
+        lastLogged = cause;
+        std::ostringstream result, from;
+        result << std::setprecision(4) << bounds.quantity << " of " << value << " " << bounds.unit;
+        const bool scaled = a.raw && !a.scale.empty();
+        if (scaled)
+            from << a.scale << " " << axes[axis].scale;
+        else
+            from << a.value << " " << raw[axis];
+        std::ostringstream line;
+        line << device() << " (" << name << "): " << a.value << " " << raw[axis];
+        if (a.raw && !a.offset.empty())
+            line << " + " << a.offset << " " << axes[axis].offset;
+        if (scaled)
+            line << " x " << a.scale << " " << axes[axis].scale;
+        line << " gives " << result.str() << ", outside " << bounds.low << ".." << bounds.high
+             << ": readings not used";
+        LOG(vek::kLogError, line.str());
+        notes->add(locator,
+                   {device() + " (" + name + "): the driver" + (scaled ? "'s scale" : "") +
+                        " gives " + result.str() + " (" + from.str() + "): readings not used",
+                    false});
+        return false;
+    }
+
     // The driver's near level, else udev's PROXIMITY_NEAR_LEVEL; without either the sensor
     // sees something above zero, and the report says so.
     bool chooseNearLevel() {
@@ -248,19 +298,23 @@ struct Channels {
     bool read(Sample& out) {
         if (!opened && !open())
             return false;
+        double raw[3] = {0, 0, 0};
         double v[3] = {0, 0, 0};
         if (buffer) {
-            std::vector<std::int64_t> raw;
+            std::vector<std::int64_t> scan;
             int err = 0;
-            if (!buffer->latest(raw, readTimeout() / 2, err))
+            if (!buffer->latest(scan, readTimeout() / 2, err))
                 return fail(err, node);
-            for (std::size_t i = 0; i < axes.size() && i < 3; ++i)
-                v[i] = (static_cast<double>(raw[i]) + axes[i].offset) * axes[i].scale;
+            for (std::size_t i = 0; i < axes.size() && i < 3; ++i) {
+                raw[i] = static_cast<double>(scan[i]);
+                v[i] = (raw[i] + axes[i].offset) * axes[i].scale;
+            }
         } else {
             for (std::size_t i = 0; i < axes.size() && i < 3; ++i) {
                 const auto value = axes[i].value.readNumber();
                 if (!value)
                     return fail(axes[i].value.error(), axes[i].value.path());
+                raw[i] = *value;
                 v[i] = plan.axes[i].raw ? (*value + axes[i].offset) * axes[i].scale : *value;
             }
         }
@@ -268,8 +322,7 @@ struct Channels {
             if (!std::isfinite(v[i]))
                 return fail(EINVAL, dir / plan.axes[i].value);
         }
-        lastError = 0;
-        lastLogged.clear();
+        const double unmounted[3] = {v[0], v[1], v[2]};
         if (axes.size() == 3) {
             double m[3];
             for (int r = 0; r < 3; ++r) {
@@ -277,6 +330,14 @@ struct Channels {
             }
             std::copy(m, m + 3, v);
         }
+        const iio::Plausible& bounds = plan.row->plausible;
+        for (std::size_t i = 0; i < axes.size() && i < 3; ++i) {
+            const double value = v[i] * plan.row->factor;
+            if (value < bounds.low || value > bounds.high)
+                return implausible(value, sourceAxis(i, unmounted), raw);
+        }
+        lastError = 0;
+        lastLogged.clear();
         const double factor = plan.row->factor;
         switch (plan.row->role) {
             case iio::Role::Vector:

@@ -1,8 +1,12 @@
 #include "IioChannels.h"
 
+#include <limits>
 #include <numbers>
 
 namespace libOrra::iio {
+namespace {
+constexpr double kNone = std::numeric_limits<double>::infinity();
+}  // namespace
 
 const std::vector<ChannelRow>& channelTable() {
     static const std::vector<ChannelRow> rows = {
@@ -12,14 +16,20 @@ const std::vector<ChannelRow>& channelTable() {
          "accel",
          {"in_accel_%a_input", "in_accel_%a_raw"},
          {"in_accel_%a"},
-         1.0 / 9.80665},
+         1.0 / 9.80665,
+         // The widest consumer parts measure +/-32 g (the ADXL37x high-g parts +/-200 g
+         // are not built into tablets).
+         {-32.0, 32.0, "an acceleration", "g"}},
         // Gyroscopes report rad/s; the module works in degrees per second.
         {SensorKind::Gyrometer,
          Role::Vector,
          "anglvel",
          {"in_anglvel_%a_input", "in_anglvel_%a_raw"},
          {"in_anglvel_%a"},
-         180.0 / std::numbers::pi},
+         180.0 / std::numbers::pi,
+         // Consumer gyroscopes' widest range is +/-2000 degrees/s; twice that is no turn a
+         // hand makes.
+         {-4000.0, 4000.0, "an angular rate", "degrees/s"}},
         // A compass hub gives the heading itself; prefer the tilt-compensated one. HID hubs
         // publish the compass-heading usage in degrees (times in_rot_scale), not in radians.
         {SensorKind::Magnetometer,
@@ -28,14 +38,19 @@ const std::vector<ChannelRow>& channelTable() {
          {"in_rot_from_north_magnetic_tilt_comp_input", "in_rot_from_north_magnetic_tilt_comp_raw",
           "in_rot_from_north_magnetic_input", "in_rot_from_north_magnetic_raw"},
          {"in_rot_from_north_magnetic_tilt_comp", "in_rot_from_north_magnetic"},
-         1.0},
+         1.0,
+         // HID's compass usage is a bearing of 0..360 degrees: 1019 is a scale off by ten.
+         {0.0, 360.0, "a heading", "degrees"}},
         // A bare magnetometer: the heading comes from the field's x and y.
         {SensorKind::Magnetometer,
          Role::Field,
          "magn",
          {"in_magn_%a_input", "in_magn_%a_raw"},
          {"in_magn_%a"},
-         1.0},
+         1.0,
+         // Gauss (the kernel's unit): +/-50 G is +/-5000 uT, a hundred times the Earth's
+         // field and beyond any consumer magnetometer's range (+/-4900 uT at most).
+         {-50.0, 50.0, "a field", "gauss"}},
         // Light sensors: processed lux first, then raw lux, then a raw intensity channel as
         // the last resort (scaled, it is what the hub calls illuminance).
         {SensorKind::Light,
@@ -44,26 +59,32 @@ const std::vector<ChannelRow>& channelTable() {
          {"in_illuminance_input", "in_illuminance0_input", "in_illuminance_raw",
           "in_illuminance0_raw", "in_illuminance_clear_raw"},
          {"in_illuminance", "in_illuminance0", "in_illuminance_clear"},
-         1.0},
+         1.0,
+         // Direct sunlight is about 120 000 lux.
+         {0.0, 200000.0, "an illuminance", "lux"}},
         {SensorKind::Light,
          Role::Lux,
          "intensity",
          {"in_intensity_both_raw", "in_intensity_clear_raw", "in_intensity_raw"},
          {"in_intensity_both", "in_intensity_clear"},
-         1.0},
+         1.0,
+         {0.0, 200000.0, "an illuminance", "lux"}},
         // Time-of-flight rangers report metres; the module works in millimetres.
         {SensorKind::Proximity,
          Role::Distance,
          "distance",
          {"in_distance_input", "in_distance_raw", "in_distance0_raw"},
          {"in_distance", "in_distance0"},
-         1000.0},
+         1000.0,
+         {0.0, kNone, "a distance", "mm"}},
         {SensorKind::Proximity,
          Role::Presence,
          "proximity",
          {"in_proximity_input", "in_proximity_raw", "in_proximity0_raw"},
          {"in_proximity", "in_proximity0"},
-         1.0},
+         1.0,
+         // Unitless: any number a driver reports is a reflection strength.
+         {-kNone, kNone, "a proximity", ""}},
     };
     return rows;
 }

@@ -20,6 +20,16 @@ enum class Role {
     Distance,  // time-of-flight distance, metres in the kernel's ABI
 };
 
+// What any part of a kind can report, in the module's units (see docs/sensors.md for the
+// sources): a reading outside is a driver's fault, most often a scale off by a power of ten,
+// and is never used, wrapped or clamped.
+struct Plausible {
+    double low;
+    double high;
+    std::string_view quantity;  // "a heading", for the note: "gives a heading of 1019 degrees"
+    std::string_view unit;
+};
+
 // One row per IIO channel kind. `values` lists the value attributes to try, best first; "%a"
 // stands for the axis. `scanNames` are the channel names under scan_elements/ for devices
 // that deliver values only through their buffer.
@@ -29,7 +39,8 @@ struct ChannelRow {
     std::string_view type;  // "accel", "anglvel", ...
     std::vector<std::string_view> values;
     std::vector<std::string_view> scanNames;
-    double factor;  // the channel's unit to the module's unit
+    double factor;        // the channel's unit to the module's unit
+    Plausible plausible;  // each axis after scale, offset, matrix and factor (before wrapping)
 };
 
 const std::vector<ChannelRow>& channelTable();
