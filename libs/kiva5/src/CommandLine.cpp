@@ -39,6 +39,9 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
     app.add_flag("--list", o.list,
                  "Print the declared tests, parameters (with defaults and units), events and keys");
     app.add_flag("--devices", o.devices, "Print the devices the backend finds");
+    app.add_flag("--verbose", o.verbose,
+                 "With --devices: where each value, scale, offset, matrix, frequency and near "
+                 "level comes from, and one reading with its verdict");
     app.add_flag("--quiet", o.quiet, "Only the summary on the terminal, no progress lines");
     app.add_option("--test", o.tests, "Run this test (repeatable; default: all)");
     app.add_option("--device", o.device, "Run only on the device with this locator");
@@ -54,7 +57,8 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
     CLI::Option* report =
         app.add_option("--report", o.report, "Write the JSON report here (- for stdout)");
     CLI::Option* junit = app.add_option(
-        "--junit", o.junit, "Write the runs as JUnit XML here, for CI and test management (- for stdout)");
+        "--junit", o.junit,
+        "Write the runs as JUnit XML here, for CI and test management (- for stdout)");
     CLI::Option* log = app.add_option("--log", o.log, "Write the module log to this file");
     app.add_option("--log-level", o.logLevel, "Lowest priority logged, 1..4 (default 1)")
         ->check(CLI::Range(1, 4));
@@ -89,6 +93,8 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
         return usage("--report and --junit cannot both go to stdout");
     if (log->count() > 0 && (o.log.empty() || o.log == "-"))
         return usage("--log needs a file name (the log does not share the terminal)");
+    if (o.verbose && !o.devices)
+        return usage("--verbose goes with --devices");
     if (o.logLevel && o.log.empty())
         return usage("--log-level needs --log FILE");
     if (!o.scenario.empty() && o.backend == "iio")

@@ -264,8 +264,8 @@ std::vector<std::string> applyParameters(
             Parameter* p = catalogue.findParameter(name);
             if (!p) {
                 const std::string why = "profile " + file.string() + ": unknown parameter \"" +
-                                        name + "\"; known parameters: " +
-                                        knownParameters(catalogue);
+                                        name +
+                                        "\"; known parameters: " + knownParameters(catalogue);
                 if (named)
                     throw InputError(why);
                 throw KivaException(why);
@@ -351,6 +351,8 @@ int Host::start(const std::vector<std::string>& args) {
                     moduleFile_ << " " << versionText << " (build " << version_.build
                                 << ") started:" << line);
         }
+        // The language is checked whatever else is asked, so --list and a run agree on it.
+        const std::string language = chooseLanguage(o, module);
         if (o.list) {
             printCatalogue(catalogue_, module, out_);
             return 0;
@@ -372,10 +374,8 @@ int Host::start(const std::vector<std::string>& args) {
         const std::vector<Test*> tests = selectTests(catalogue_, o);
         const auto overrides = parameterOverrides(catalogue_, o);
 
-        const std::string language = chooseLanguage(o, module);
         loadResources(catalogue_, tests, language, module);
-        const std::vector<std::string> profiles =
-            applyParameters(catalogue_, o, module, overrides);
+        const std::vector<std::string> profiles = applyParameters(catalogue_, o, module, overrides);
 
         BackendSelection selection;
         selection.backend = o.backend.empty() ? "iio" : o.backend;
@@ -387,9 +387,18 @@ int Host::start(const std::vector<std::string>& args) {
             devices_ ? devices_(selection) : std::make_unique<EmptySource>();
         const std::vector<DiagDevice> devices = source->devices();
         if (o.devices) {
+            if (devices.empty()) {
+                const std::string where = source->lookedIn();
+                err_ << moduleFile_ << ": no sensors found"
+                     << (where.empty() ? "" : " in " + CommandLine::printable(where)) << "\n";
+            }
             for (const auto& d : devices) {
                 out_ << std::string(d.capability().name()) << "\t" << d.osLocator().str() << "\t"
                      << d.name().str() << "\n";
+                if (o.verbose) {
+                    for (const auto& line : source->explain(d))
+                        out_ << "    " << line << "\n";
+                }
             }
             return 0;
         }
@@ -423,7 +432,8 @@ int Host::start(const std::vector<std::string>& args) {
         bool written = true;
         for (const auto& [to, text] :
              {std::pair(&destination, destination ? report.toJson() : std::string()),
-              std::pair(&junitDestination, junitDestination ? report.toJUnitXml() : std::string())}) {
+              std::pair(&junitDestination,
+                        junitDestination ? report.toJUnitXml() : std::string())}) {
             if (!*to)
                 continue;
             const std::string problem = (*to)->write(text, out_);
@@ -503,14 +513,12 @@ std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
             if (p->isset())
                 run.parameters.emplace_back(p->name(), p->value().text());
         }
-        const std::string refused =
-            reasonNotToRun(*test, static_cast<bool>(escaped), [this] {
-                if (!interactiveProblem_) {
-                    interactiveProblem_ =
-                        interactiveCheck_ ? interactiveCheck_(simulatedMachine_) : "";
-                }
-                return *interactiveProblem_;
-            });
+        const std::string refused = reasonNotToRun(*test, static_cast<bool>(escaped), [this] {
+            if (!interactiveProblem_) {
+                interactiveProblem_ = interactiveCheck_ ? interactiveCheck_(simulatedMachine_) : "";
+            }
+            return *interactiveProblem_;
+        });
         if (!refused.empty()) {
             run.result = refusedResult(*test, static_cast<bool>(escaped));
             run.notes.push_back(refused);
@@ -518,8 +526,8 @@ std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
             report.runs.push_back(std::move(run));
             continue;
         }
-        said(i, test->name() + " on " + device->osLocator().str() + " (" + device->name().str() +
-                    ")");
+        said(i,
+             test->name() + " on " + device->osLocator().str() + " (" + device->name().str() + ")");
         if (const LocalizedString* instruction = test->instruction())
             said(i, "  " + instruction->localizedString().toStdString());
         VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
-#include <optional>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "kiva5/KivaException.h"
 #include "vek/Json.h"

@@ -18,9 +18,9 @@ constexpr std::size_t kLongestDmiText = 256;
 
 // Firmware placeholders that name no machine.
 bool meaningless(const std::string& text) {
-    for (const char* filler : {"", "To be filled by O.E.M.", "To Be Filled By O.E.M.",
-                               "Default string", "System Product Name", "Not Specified",
-                               "None", "0123456789"}) {
+    for (const char* filler :
+         {"", "To be filled by O.E.M.", "To Be Filled By O.E.M.", "Default string",
+          "System Product Name", "Not Specified", "None", "0123456789"}) {
         if (text == filler)
             return true;
     }

@@ -11,7 +11,6 @@
 #include <ostream>
 #include <sstream>
 
-
 namespace kiva5 {
 namespace {
 
@@ -89,11 +88,21 @@ std::string xmlText(const std::string& raw) {
     for (const char c : text) {
         const auto b = static_cast<unsigned char>(c);
         switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            case '\'': out += "&apos;"; break;
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '"':
+                out += "&quot;";
+                break;
+            case '\'':
+                out += "&apos;";
+                break;
             default:
                 if (b < 0x20 && c != '\t' && c != '\n' && c != '\r')
                     out += "\xef\xbf\xbd";  // U+FFFD
@@ -225,12 +234,12 @@ std::string Report::toJUnitXml() const {
     std::ostringstream x;
     x << std::fixed << std::setprecision(3);
     x << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-    x << "<testsuites name=\"" << xmlText(stem) << "\" tests=\"" << runs.size()
-      << "\" failures=\"" << failures << "\" errors=\"" << errors << "\" skipped=\"" << skipped
-      << "\" time=\"" << seconds << "\">\n";
-    x << "  <testsuite name=\"" << xmlText(stem) << "\" tests=\"" << runs.size()
-      << "\" failures=\"" << failures << "\" errors=\"" << errors << "\" skipped=\"" << skipped
-      << "\" time=\"" << seconds << "\" timestamp=\"" << xmlText(utcText(started)) << "\"";
+    x << "<testsuites name=\"" << xmlText(stem) << "\" tests=\"" << runs.size() << "\" failures=\""
+      << failures << "\" errors=\"" << errors << "\" skipped=\"" << skipped << "\" time=\""
+      << seconds << "\">\n";
+    x << "  <testsuite name=\"" << xmlText(stem) << "\" tests=\"" << runs.size() << "\" failures=\""
+      << failures << "\" errors=\"" << errors << "\" skipped=\"" << skipped << "\" time=\""
+      << seconds << "\" timestamp=\"" << xmlText(utcText(started)) << "\"";
     if (machine)
         x << " hostname=\"" << xmlText(machine->hostName) << "\"";
     x << ">\n";
@@ -270,8 +279,8 @@ std::string Report::toJUnitXml() const {
             message += ": " + measured;
         else if (!run.notes.empty())
             message += ": " + run.notes.front();
-        const char* element = k == Kind::Failure ? "failure"
-                              : k == Kind::Error ? "error"
+        const char* element = k == Kind::Failure   ? "failure"
+                              : k == Kind::Error   ? "error"
                               : k == Kind::Skipped ? "skipped"
                                                    : nullptr;
         if (element) {

@@ -34,6 +34,13 @@ public:
         return out;
     }
 
+    std::string lookedIn() const override { return backend_->lookedIn(); }
+    std::vector<std::string> explain(const DiagDevice& device) override {
+        const auto kind = libOrra::kindFromCapability(device.capability().name());
+        return kind ? backend_->explain(*kind, device.osLocator().str())
+                    : std::vector<std::string>{};
+    }
+
 private:
     std::shared_ptr<libOrra::SensorBackend> backend_;
 };

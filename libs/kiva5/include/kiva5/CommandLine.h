@@ -11,6 +11,7 @@ namespace kiva5 {
 struct CommandLine {
     bool list = false;
     bool devices = false;
+    bool verbose = false;  // with --devices: where each value comes from, one reading
     bool quiet = false;
     std::vector<std::string> tests;
     std::string device;

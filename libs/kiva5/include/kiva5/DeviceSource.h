@@ -29,6 +29,11 @@ public:
     virtual bool stopDue() const { return false; }
     // What the source noticed about `device` during the run that just ended.
     virtual std::vector<SourceNote> takeNotes(const DiagDevice& /*device*/) { return {}; }
+    // Where the source looked for devices ("" when it cannot say).
+    virtual std::string lookedIn() const { return {}; }
+    // For a bug report: where each of the device's values comes from and one reading, a line
+    // each.
+    virtual std::vector<std::string> explain(const DiagDevice& /*device*/) { return {}; }
 };
 
 struct BackendSelection {

@@ -36,6 +36,8 @@ public:
               std::vector<SensorInfo>& infos) override;
     std::unique_ptr<ProximityStream> openProximity(const std::string& locator) override;
     std::vector<DeviceNote> takeNotes(const std::string& locator) override;
+    std::string lookedIn() const override;
+    std::vector<std::string> explain(SensorKind kind, const std::string& locator) override;
 
     static std::filesystem::path defaultSysfsRoot();
     static std::filesystem::path defaultDevRoot();

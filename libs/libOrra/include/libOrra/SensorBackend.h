@@ -90,6 +90,13 @@ public:
     // The notes gathered about the sensors at `locator` since the last call; taken by the host
     // after each run.
     virtual std::vector<DeviceNote> takeNotes(const std::string& /*locator*/) { return {}; }
+    // Where the backend looked for sensors, for a person told that it found none.
+    virtual std::string lookedIn() const { return {}; }
+    // What a bug report needs about the sensor of `kind` at `locator`, one line each: where
+    // each value comes from and one bounded reading with its verdict.
+    virtual std::vector<std::string> explain(SensorKind /*kind*/, const std::string& /*locator*/) {
+        return {};
+    }
 };
 
 void installBackend(std::shared_ptr<SensorBackend> backend);

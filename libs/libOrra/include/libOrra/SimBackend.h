@@ -26,6 +26,10 @@ public:
     std::vector<DeviceEntry> devices() override;
     void testStarting() override;
     bool stopDue() const override;
+    std::string lookedIn() const override { return "the scenario"; }
+    std::vector<std::string> explain(SensorKind, const std::string&) override {
+        return {"simulated: its states and readings come from the scenario"};
+    }
 
     const Scenario& scenario() const { return scenario_; }
     // Seconds since the current test started.

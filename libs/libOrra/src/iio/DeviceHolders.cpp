@@ -1,5 +1,7 @@
 #include "DeviceHolders.h"
 
+#include <sys/stat.h>
+
 #include <fstream>
 #include <system_error>
 
@@ -7,10 +9,26 @@ namespace fs = std::filesystem;
 
 namespace libOrra::iio {
 
+namespace {
+
+// The same file: one character device (whatever path reaches it), or one inode.
+bool sameFile(const struct stat& a, const struct stat& b) {
+    if (S_ISCHR(a.st_mode) || S_ISCHR(b.st_mode))
+        return S_ISCHR(a.st_mode) && S_ISCHR(b.st_mode) && a.st_rdev == b.st_rdev;
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+}  // namespace
+
+// Compared by identity rather than by path: the node may be reached through a link, and no
+// path needs resolving (umockdev's realpath, which a resolved path would call, overruns its
+// buffer).
 std::vector<Holder> findHolders(const fs::path& node) {
     std::vector<Holder> out;
+    struct stat wanted {};
+    if (stat(node.c_str(), &wanted) != 0)
+        return out;
     std::error_code ec;
-    const fs::path target = fs::weakly_canonical(node, ec);
     for (fs::directory_iterator proc("/proc", ec), end; !ec && proc != end; proc.increment(ec)) {
         const std::string pid = proc->path().filename().string();
         if (pid.empty() || pid.find_first_not_of("0123456789") != std::string::npos)
@@ -18,9 +36,8 @@ std::vector<Holder> findHolders(const fs::path& node) {
         std::error_code fdEc;
         for (fs::directory_iterator fd(proc->path() / "fd", fdEc), fdEnd; !fdEc && fd != fdEnd;
              fd.increment(fdEc)) {
-            std::error_code linkEc;
-            const fs::path opened = fs::read_symlink(fd->path(), linkEc);
-            if (linkEc || (opened != node && opened != target))
+            struct stat opened {};
+            if (stat(fd->path().c_str(), &opened) != 0 || !sameFile(opened, wanted))
                 continue;
             Holder h;
             h.pid = std::stol(pid);

@@ -115,7 +115,9 @@ struct Channels {
     std::vector<Axis> axes;
     std::unique_ptr<iio::BufferStream> buffer;
     iio::Matrix3 mount = iio::kIdentity;
+    std::string mountSource;  // where `mount` came from, for the device report
     std::optional<double> nearLevel;
+    std::string nearSource;
     std::atomic<double> frequency{10.0};
     int lastError = 0;
     std::string lastLogged;
@@ -195,12 +197,15 @@ struct Channels {
     // A matrix that cannot be read, does not parse or is degenerate is passed over for the
     // next; none gives the identity.
     iio::Matrix3 chooseMountMatrix() {
+        mountSource = "none (identity)";
         if (plan.axes.size() != 3)
             return iio::kIdentity;
         if (plan.row->kind == SensorKind::Accelerometer) {
             if (auto text = iio::udevProperty(locator, "ACCEL_MOUNT_MATRIX")) {
-                if (auto m = iio::parseMountMatrix(*text))
+                if (auto m = iio::parseMountMatrix(*text)) {
+                    mountSource = "udev ACCEL_MOUNT_MATRIX \"" + *text + "\"";
                     return *m;
+                }
                 LOG(vek::kLogWarning, device() << ": udev ACCEL_MOUNT_MATRIX \"" << *text
                                                << "\" is not a usable mount matrix; passed over");
             }
@@ -212,8 +217,10 @@ struct Channels {
                 LOG(vek::kLogWarning, device() << ": " << candidate << ": " << errorText(err));
                 continue;
             }
-            if (auto m = iio::parseMountMatrix(*text))
+            if (auto m = iio::parseMountMatrix(*text)) {
+                mountSource = candidate + " \"" + *text + "\"";
                 return *m;
+            }
             LOG(vek::kLogWarning, device() << ": " << candidate << " \"" << *text
                                            << "\" is not a usable mount matrix; passed over");
         }
@@ -272,16 +279,21 @@ struct Channels {
     // sees something above zero, and the report says so.
     bool chooseNearLevel() {
         nearLevel.reset();
+        nearSource = "none (anything above 0 is near)";
         if (plan.nearLevel) {
             double level = 0.0;
             if (!readInfo(*plan.nearLevel, level))
                 return false;
             nearLevel = level;
+            nearSource = *plan.nearLevel + (plan.nearLevel->starts_with("in_proximity_") ? " (type)"
+                                            : plan.nearLevel->starts_with("in_") ? " (channel)"
+                                                                                 : " (shared)");
             return true;
         }
         if (auto text = iio::udevProperty(locator, "PROXIMITY_NEAR_LEVEL")) {
             if (auto level = iio::parseNumber(*text)) {
                 nearLevel = *level;
+                nearSource = "udev PROXIMITY_NEAR_LEVEL";
                 return true;
             }
             LOG(vek::kLogWarning,
@@ -666,6 +678,113 @@ std::unique_ptr<ProximityStream> IioBackend::openProximity(const std::string& lo
 
 std::vector<DeviceNote> IioBackend::takeNotes(const std::string& locator) {
     return notes_->take(locator);
+}
+
+std::string IioBackend::lookedIn() const {
+    return (root_ / "bus/iio/devices").string();
+}
+
+namespace {
+
+// Where an info attribute sits in the kernel's naming (`info` is "scale", "offset",
+// "sampling_frequency", "nearlevel"): the channel's own, its type's, its direction's, or one
+// shared by all channels.
+std::string origin(const std::string& attribute, const iio::ChannelRow& row, const char* info) {
+    if (attribute.empty())
+        return "none";
+    const std::string type = "in_" + std::string(row.type) + "_" + info;
+    const std::string where = attribute == type                        ? "type"
+                              : attribute == std::string("in_") + info ? "direction"
+                              : attribute == info                      ? "shared"
+                                                                       : "channel";
+    return attribute + " (" + where + ")";
+}
+
+std::string number(double v) {
+    std::ostringstream out;
+    out << std::setprecision(6) << v;
+    return out.str();
+}
+
+std::string readingText(const iio::ChannelRow& row, const Sample& s) {
+    std::ostringstream out;
+    out << std::setprecision(4);
+    switch (row.role) {
+        case iio::Role::Vector:
+            out << s.x << " " << s.y << " " << s.z << " " << row.plausible.unit;
+            break;
+        case iio::Role::Heading:
+            out << "heading " << s.heading << " degrees";
+            break;
+        case iio::Role::Field:
+            out << s.x << " " << s.y << " " << s.z << " gauss, heading " << s.heading << " degrees";
+            break;
+        case iio::Role::Lux:
+            out << s.lux << " lux";
+            break;
+        case iio::Role::Distance:
+        case iio::Role::Presence:
+            out << (s.detected ? "near, " + number(std::round(s.x)) + " mm" : "nothing near");
+            break;
+    }
+    return out.str();
+}
+
+}  // namespace
+
+std::vector<std::string> IioBackend::explain(SensorKind kind, const std::string& locator) {
+    std::vector<std::string> lines;
+    for (const auto& f : scan()) {
+        if (f.kind != kind || f.locator != locator)
+            continue;
+        auto ch = channelsFor(f.dir, f.locator, f.name, f.node, f.plan, notes_);
+        auto* sensor = new IioSensorObject(ch);  // counted: Release() below deletes it
+        Sample s;
+        const auto read = sensor->sample(s);
+        const iio::ChannelRow& row = *f.plan.row;
+        lines.push_back("device " + f.dir.filename().string() + ", driver " + f.name);
+        static constexpr const char* kAxes[] = {"x", "y", "z"};
+        for (std::size_t i = 0; i < f.plan.axes.size(); ++i) {
+            const iio::AxisPlan& a = f.plan.axes[i];
+            std::string line = f.plan.axes.size() == 3 ? std::string(kAxes[i]) + ": " : "value: ";
+            line += f.plan.buffered ? "buffer scan_elements/" + a.value : a.value;
+            if (a.raw) {
+                line += ", scale " + origin(a.scale, row, "scale");
+                if (read && !a.scale.empty())
+                    line += " " + number(ch->axes[i].scale);
+                line += ", offset " + origin(a.offset, row, "offset");
+                if (read && !a.offset.empty())
+                    line += " " + number(ch->axes[i].offset);
+            }
+            lines.push_back(line);
+        }
+        if (f.plan.axes.size() == 3)
+            lines.push_back("mount matrix: " + (read ? ch->mountSource : std::string("not read")));
+        lines.push_back(
+            "sampling frequency: " +
+            (f.plan.frequency ? origin(*f.plan.frequency, row, "sampling_frequency") : "none") +
+            (read ? ", reads at " + number(ch->frequency.load()) + " Hz" : ""));
+        if (row.role == iio::Role::Presence)
+            lines.push_back("near level: " + (read ? ch->nearSource : std::string("not read")) +
+                            (read && ch->nearLevel ? " " + number(*ch->nearLevel) : ""));
+        if (!read) {
+            lines.push_back("reading: none within " +
+                            number(std::chrono::duration<double>(readTimeout()).count()) + " s");
+        } else if (*read) {
+            lines.push_back("reading: " + readingText(row, s) + ", plausible");
+        } else {
+            std::string why = errorText(ch->lastError);
+            for (const auto& n : notes_->take(locator))
+                why = n.text;
+            lines.push_back("reading: none: " + why);
+        }
+        const auto holders = iio::findHolders(f.node);
+        for (const auto& h : holders)
+            lines.push_back("held by: " + h.command + " (pid " + std::to_string(h.pid) + ")");
+        sensor->close();
+        sensor->Release();
+    }
+    return lines;
 }
 
 }  // namespace libOrra
