@@ -30,6 +30,9 @@ sizes=(
   "proxHoldSteady                394 336"
   "proxNowMove                   394 336"
   "close                          32  32"
+  "orientation_upright           240 240"
+  "orientation_left_up           240 240"
+  "orientation_face_up           240 240"
   "vekrsensors_icon               64  64"
 )
 

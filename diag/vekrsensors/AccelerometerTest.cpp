@@ -52,8 +52,8 @@ kiva5::TestResult AccelerometerTest(const kiva5::DiagDevice& device) {
     vekrsensors::SensorEventSink sink(accelerometer.m_pSensor);
     accelerometer.m_pSensor->SetEventSink(&sink);
 
-    vekrsensors::ReadingStats stats("g", kiva5::Value::formatDouble(target) + " +/- " +
-                                             kiva5::Value::formatDouble(threshold));
+    vekrsensors::ReadingStats stats(
+        "g", kiva5::Value::formatDouble(target) + " +/- " + kiva5::Value::formatDouble(threshold));
     vek::Stopwatch watch;
     double magnitude = 0.0;
     for (;;) {

@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "Orientation/OrientationDlg.h"
 #include "kiva5/DiagModule.h"
 #include "libLumo/DisplayProbe.h"
 #include "libLumo/VekDialog.h"
@@ -30,8 +31,13 @@ std::string checkDisplay(bool simulatedMachine) {
 }
 
 const vekrsensors::DialogTests s_tests{
-    vekrsensors::kDialogTestsInterface, VEKR_MODULE_VERSION, checkDisplay,
-    GyrometerTest,                       MagnetometerTest,    ProximitySensorTest,
+    vekrsensors::kDialogTestsInterface,
+    VEKR_MODULE_VERSION,
+    checkDisplay,
+    GyrometerTest,
+    MagnetometerTest,
+    ProximitySensorTest,
+    vekrsensors::runOrientationDialog,
 };
 
 const bool s_provided = [] {

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "Orientation/OrientationSession.h"
 #include "kiva5/DiagDevice.h"
 #include "kiva5/TestResult.h"
 
@@ -25,9 +26,12 @@ struct DialogTests {
     kiva5::TestResult (*gyrometerTest)(const kiva5::DiagDevice& device) = nullptr;
     kiva5::TestResult (*magnetometerTest)(const kiva5::DiagDevice& device) = nullptr;
     kiva5::TestResult (*proximitySensorTest)(const kiva5::DiagDevice& device) = nullptr;
+    // The orientation check's window: shows the pose `session` asks for until the check is
+    // finished or the person cancels (then sets `cancelled`). Main thread, modal.
+    void (*orientationDialog)(OrientationSession& session) = nullptr;
 };
 
-inline constexpr int kDialogTestsInterface = 1;
+inline constexpr int kDialogTestsInterface = 2;
 
 // Called by the plugin's static initialisation as it is loaded (or by a program that links
 // the dialogs in directly): from then on the module calls these.

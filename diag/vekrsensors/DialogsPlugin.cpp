@@ -45,9 +45,9 @@ const std::string& loadProblem() {
     return problem;
 }
 
-kiva5::TestResult forward(kiva5::TestResult (*vekrsensors::DialogTests::*test)(
-                              const kiva5::DiagDevice&),
-                          const kiva5::DiagDevice& device) {
+kiva5::TestResult forward(
+    kiva5::TestResult (*vekrsensors::DialogTests::*test)(const kiva5::DiagDevice&),
+    const kiva5::DiagDevice& device) {
     // The host asked check() first; a test called without it (or after a failed load) cannot
     // show its dialog.
     if (!loadProblem().empty())
@@ -82,7 +82,15 @@ kiva5::TestResult vekrsensors::DialogsPlugin::magnetometerTest(const kiva5::Diag
     return forward(&DialogTests::magnetometerTest, device);
 }
 
-kiva5::TestResult vekrsensors::DialogsPlugin::proximitySensorTest(
-    const kiva5::DiagDevice& device) {
+kiva5::TestResult vekrsensors::DialogsPlugin::proximitySensorTest(const kiva5::DiagDevice& device) {
     return forward(&DialogTests::proximitySensorTest, device);
+}
+
+bool vekrsensors::DialogsPlugin::hasOrientationDialog() {
+    return loadProblem().empty() && s_tests.load()->orientationDialog;
+}
+
+void vekrsensors::DialogsPlugin::orientationDialog(OrientationSession& session) {
+    if (hasOrientationDialog())
+        s_tests.load()->orientationDialog(session);
 }

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+#include "Orientation/OrientationSession.h"
 #include "kiva5/DiagDevice.h"
 #include "kiva5/TestResult.h"
 
@@ -23,6 +24,9 @@ public:
     static kiva5::TestResult gyrometerTest(const kiva5::DiagDevice& device);
     static kiva5::TestResult magnetometerTest(const kiva5::DiagDevice& device);
     static kiva5::TestResult proximitySensorTest(const kiva5::DiagDevice& device);
+    // The orientation check's window, once check() has answered "" (loaded, a display).
+    static bool hasOrientationDialog();
+    static void orientationDialog(OrientationSession& session);
 };
 
 }  // namespace vekrsensors

@@ -1,6 +1,7 @@
 #include "vekrsensors.h"
 
 #include "DialogsPlugin.h"
+#include "Orientation/OrientationCheck.h"
 #include "libLumo/CommandLineParser.h"
 #include "vek/ErrorStream.h"
 #include "vek/Exception.h"
@@ -17,8 +18,7 @@ kiva5::LocalizedString* key(const char* name) {
 kiva5::Event* event(const char* name) {
     return kiva5::DiagModule::createEvent(kiva5::KivaString(name));
 }
-kiva5::Parameter* parameter(const char* name, const kiva5::DataType& type,
-                            const char* unit = "") {
+kiva5::Parameter* parameter(const char* name, const kiva5::DataType& type, const char* unit = "") {
     return kiva5::DiagModule::createParameter(kiva5::KivaString(name), type, kiva5::KivaString(""),
                                               false, true)
         ->setUnit(unit);
@@ -52,7 +52,8 @@ kiva5::LocalizedString* strFailButton = key("FailButton");
 kiva5::LocalizedString* strCancelButton = key("CancelButton");
 kiva5::Parameter* paramLuxValueThreshold =
     parameter("LuxValueThreshold", kiva5::DataType::DOUBLE(), "lux");
-kiva5::Parameter* paramLuxValueWaitTime = parameter("LuxValueWaitTime", kiva5::DataType::DOUBLE(), "s");
+kiva5::Parameter* paramLuxValueWaitTime =
+    parameter("LuxValueWaitTime", kiva5::DataType::DOUBLE(), "s");
 kiva5::Parameter* paramWarnOnBelowThreshold =
     parameter("WarnOnBelowThreshold", kiva5::DataType::BOOLEAN());
 kiva5::Parameter* paramAccelerometerThreshold =
@@ -61,7 +62,8 @@ kiva5::Parameter* paramAccelerometerWaitTime =
     parameter("AccelerometerWaitTime", kiva5::DataType::DOUBLE(), "s");
 kiva5::Parameter* paramAccelerometerTarget =
     parameter("AccelerometerTarget", kiva5::DataType::DOUBLE(), "g");
-kiva5::Parameter* paramDegreesThreshold = parameter("DegreesThreshold", kiva5::DataType::DOUBLE(), "degrees");
+kiva5::Parameter* paramDegreesThreshold =
+    parameter("DegreesThreshold", kiva5::DataType::DOUBLE(), "degrees");
 kiva5::Parameter* paramMagnetometerWaitTime =
     parameter("MagnetometerWaitTime", kiva5::DataType::DOUBLE(), "s");
 kiva5::Parameter* paramIncludeFailButton =
@@ -116,6 +118,8 @@ const bool s_testsDeclared = [] {
         ->setInstruction(strPleaseHoldSteady);
     // The interactive tests live in the dialogs plugin, loaded when the first of them runs.
     DiagModule::setInteractiveCheck(DialogsPlugin::check);
+    // Beside the catalogue: --orientation.
+    DiagModule::setOrientationCheck(&orientationCheck());
     return true;
 }();
 }  // namespace

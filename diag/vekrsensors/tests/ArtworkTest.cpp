@@ -33,6 +33,9 @@ TEST(Artwork, EveryImageIsShippedFromItsSourceAtTheSizeTheDialogLoads) {
         {"proxHoldSteady", {394, 336}},
         {"proxNowMove", {394, 336}},
         {"close", {32, 32}},
+        {"orientation_upright", {240, 240}},
+        {"orientation_left_up", {240, 240}},
+        {"orientation_face_up", {240, 240}},
     };
     const std::filesystem::path shipped = "bin/resources/vekrsensors";
     const std::filesystem::path sources = VEKR_SOURCE_DIR "/resources/vekrsensors/artwork";

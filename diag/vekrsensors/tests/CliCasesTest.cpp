@@ -19,7 +19,7 @@
 //    "report": {...},                  a subset of the report's top level
 //    "within": {"/json/pointer": "part of that text in the report"},
 //    "out", "err", "log": "text" or ["text", "!text that must not be there"],
-//    "outFile": "list.txt" (stdout exactly), "after": {"path": "symlink|char device|absent"},
+//    "outFile": "list.txt" (stdout exactly), "after": {"path": "symlink|file|char device|absent"},
 //    "exit": 64 or [130, 143]}
 //
 // Every case also holds the host's promises: the exit code is the report's code, nothing
@@ -244,6 +244,7 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
     for (const auto& [path, kind] : part("after").items()) {
         const fs::path p = scratch_ / path;  // an absolute path stays as it is
         const std::map<std::string, bool> holds{{"symlink", fs::is_symlink(p)},
+                                                {"file", fs::is_regular_file(p)},
                                                 {"char device", fs::is_character_file(p)},
                                                 {"absent", !fs::exists(fs::symlink_status(p))}};
         EXPECT_TRUE(holds.at(kind)) << path << " is no longer a " << kind.get<std::string>();

@@ -43,6 +43,11 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
                  "With --devices: where each value, scale, offset, matrix, frequency and near "
                  "level comes from, and one reading with its verdict");
     app.add_flag("--quiet", o.quiet, "Only the summary on the terminal, no progress lines");
+    app.add_flag("--orientation", o.orientation,
+                 "Check the accelerometer's axes against the screen in three poses, instead of "
+                 "the tests");
+    CLI::Option* hwdb = app.add_option(
+        "--hwdb", o.hwdb, "With --orientation: write a proposed hwdb entry to this file");
     app.add_option("--test", o.tests, "Run this test (repeatable; default: all)");
     app.add_option("--device", o.device, "Run only on the device with this locator");
     app.add_option("--param", o.params, "Set a parameter, NAME=VALUE (repeatable)");
@@ -89,6 +94,11 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
     }
     o.reportGiven = report->count() > 0;
     o.junitGiven = junit->count() > 0;
+    o.hwdbGiven = hwdb->count() > 0;
+    if (o.orientation && !o.tests.empty())
+        return usage("--orientation runs on its own, without --test");
+    if (o.hwdbGiven && !o.orientation)
+        return usage("--hwdb goes with --orientation");
     if (o.reportGiven && o.junitGiven && o.report == "-" && o.junit == "-")
         return usage("--report and --junit cannot both go to stdout");
     if (log->count() > 0 && (o.log.empty() || o.log == "-"))

@@ -14,6 +14,7 @@ struct ModuleState {
     DeviceSourceFactory devices;
     InteractiveCheck interactiveCheck;
     std::function<int()> startOverride;
+    Test* orientationCheck = nullptr;
 };
 
 ModuleState& state() {
@@ -59,6 +60,7 @@ int DiagModule::start() {
               s.devices ? s.devices : DeviceSourceFactory(makeSensorDeviceSource), std::cout,
               std::cerr);
     host.setInteractiveCheck(s.interactiveCheck);
+    host.setOrientationCheck(s.orientationCheck);
     return host.start(s.args);
 }
 
@@ -82,6 +84,18 @@ void DiagModule::handleStopSignals() {
 
 void DiagModule::setRunDetail(const KivaString& name, const Value& value) {
     RunContext::addDetail(name.str(), value);
+}
+
+void DiagModule::addRunNote(const std::string& text) {
+    RunContext::addNote(text);
+}
+
+void DiagModule::tellPerson(const std::string& text) {
+    RunContext::say(text);
+}
+
+void DiagModule::setOrientationCheck(Test* check) {
+    state().orientationCheck = check;
 }
 
 void DiagModule::captureEventsForTesting(RunRecord* run) {

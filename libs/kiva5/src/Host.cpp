@@ -161,6 +161,32 @@ Host::Host(Catalogue& catalogue, std::string moduleFile, ModuleVersion version,
 namespace {
 
 // The tests to run, in the order asked for (each once); all of them by default.
+// The orientation check turns with the screen: on a convertible with an accelerometer in the
+// display and one in the base, the base's is left out. Its matrix is set so that it reads as
+// the display's with the lid closed (systemd's hwdb notes), not by poses of the screen. Returns
+// a note for each one left out.
+std::vector<std::string> keepDisplayAccelerometers(std::vector<DiagDevice>& devices) {
+    const auto isBase = [](const DiagDevice& d) {
+        return d.capability() == DeviceCapability::Accelerometer() &&
+               d.name().str().find("(accel-base)") != std::string::npos;
+    };
+    const bool another = std::any_of(devices.begin(), devices.end(), [&](const DiagDevice& d) {
+        return d.capability() == DeviceCapability::Accelerometer() && !isBase(d);
+    });
+    std::vector<std::string> notes;
+    if (!another)
+        return notes;
+    for (const DiagDevice& d : devices) {
+        if (isBase(d)) {
+            notes.push_back(d.osLocator().str() + " (" + d.name().str() +
+                            ") left alone: a base accelerometer does not turn with the screen; "
+                            "its matrix makes it read as the display's with the lid closed");
+        }
+    }
+    std::erase_if(devices, isBase);
+    return notes;
+}
+
 std::vector<Test*> selectTests(const Catalogue& catalogue, const CommandLine& o) {
     std::vector<Test*> tests;
     for (const auto& name : o.tests) {
@@ -360,9 +386,11 @@ int Host::start(const std::vector<std::string>& args) {
         // Where the evidence goes is settled before anything runs.
         std::optional<ReportDestination> destination;
         std::optional<ReportDestination> junitDestination;
+        std::optional<ReportDestination> hwdbDestination;
         for (auto [given, option, name, into] :
              {std::tuple(o.reportGiven, "--report", &o.report, &destination),
-              std::tuple(o.junitGiven, "--junit", &o.junit, &junitDestination)}) {
+              std::tuple(o.junitGiven, "--junit", &o.junit, &junitDestination),
+              std::tuple(o.hwdbGiven, "--hwdb", &o.hwdb, &hwdbDestination)}) {
             if (!given)
                 continue;
             std::string problem;
@@ -371,7 +399,10 @@ int Host::start(const std::vector<std::string>& args) {
                 throw UsageError{problem};
         }
         // The command line is checked against the catalogue before anything is read.
-        const std::vector<Test*> tests = selectTests(catalogue_, o);
+        if (o.orientation && !orientationCheck_)
+            throw UsageError{"--orientation is not available in this module"};
+        const std::vector<Test*> tests =
+            o.orientation ? std::vector<Test*>{orientationCheck_} : selectTests(catalogue_, o);
         const auto overrides = parameterOverrides(catalogue_, o);
 
         loadResources(catalogue_, tests, language, module);
@@ -385,7 +416,9 @@ int Host::start(const std::vector<std::string>& args) {
         }
         std::unique_ptr<DeviceSource> source =
             devices_ ? devices_(selection) : std::make_unique<EmptySource>();
-        const std::vector<DiagDevice> devices = source->devices();
+        std::vector<DiagDevice> devices = source->devices();
+        const std::vector<std::string> leftAlone =
+            o.orientation ? keepDisplayAccelerometers(devices) : std::vector<std::string>{};
         if (o.devices) {
             if (devices.empty()) {
                 const std::string where = source->lookedIn();
@@ -425,6 +458,8 @@ int Host::start(const std::vector<std::string>& args) {
         std::exception_ptr escaped =
             runTests(tests, devices, o.device, *source, report, o.quiet ? nullptr : &terminal);
 
+        for (RunRecord& run : report.runs)
+            run.notes.insert(run.notes.end(), leftAlone.begin(), leftAlone.end());
         report.ended = std::chrono::system_clock::now();
         report.settleResult();
         // The reports first, then the summary, which can then tell the real exit code.
@@ -441,6 +476,19 @@ int Host::start(const std::vector<std::string>& args) {
                 err_ << moduleFile_ << ": " << problem << "\n";
                 code = TestResult::EXITEDABNORMALLY().value();
                 written = false;
+            }
+        }
+        if (hwdbDestination) {
+            for (const RunRecord& run : report.runs) {
+                for (const auto& [name, value] : run.details) {
+                    if (name != "hwdb")
+                        continue;
+                    if (const std::string problem = hwdbDestination->write(value.text(), out_);
+                        !problem.empty()) {
+                        err_ << moduleFile_ << ": " << problem << "\n";
+                        code = TestResult::EXITEDABNORMALLY().value();
+                    }
+                }
             }
         }
         report.printSummary(terminal, written ? "" : "report not written", code);
@@ -537,6 +585,8 @@ std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
         RunContext::begin(&current);
         RunContext::setSource(&source);
         source.testStarting(test->name(), *device);
+        if (progress)
+            RunContext::setSpeaker([&said, i](const std::string& text) { said(i, "  " + text); });
         vek::Stopwatch watch;
         try {
             current.result = test->function()(*device);
@@ -546,6 +596,7 @@ std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
             current.notes.push_back("the test ended by an exception");
         }
         current.seconds = watch.getElapsed();
+        RunContext::setSpeaker(nullptr);
         source.testFinished();
         settleWithSourceNotes(current, source.takeNotes(*device));
         RunContext::setSource(nullptr);

@@ -303,6 +303,9 @@ std::string Report::keyMeasurement(const RunRecord& run) {
         }
         return nullptr;
     };
+    // A check that words its own finding (the orientation check's axes and proposal).
+    if (const Value* finding = detail("finding"))
+        return finding->text();
     std::string text;
     const Value* last = detail("last");
     const Value* unit = detail("unit");

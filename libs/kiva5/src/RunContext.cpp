@@ -16,6 +16,7 @@ constexpr const char* kLoggerName = "kiva5";
 std::mutex s_mutex;
 RunRecord* s_run = nullptr;
 const DeviceSource* s_source = nullptr;
+std::function<void(const std::string&)> s_speaker;
 
 // Lock-free, so the signal handler may use them.
 std::atomic<bool> s_requested{false};
@@ -63,6 +64,23 @@ void RunContext::raise(Event* event, const char* severity, const char* file, int
     std::lock_guard lock(s_mutex);
     if (s_run)
         s_run->events.push_back(std::move(record));
+}
+
+void RunContext::addNote(const std::string& text) {
+    std::lock_guard lock(s_mutex);
+    if (s_run)
+        s_run->notes.push_back(text);
+}
+
+void RunContext::setSpeaker(std::function<void(const std::string&)> speaker) {
+    std::lock_guard lock(s_mutex);
+    s_speaker = std::move(speaker);
+}
+
+void RunContext::say(const std::string& text) {
+    std::lock_guard lock(s_mutex);
+    if (s_speaker)
+        s_speaker(text);
 }
 
 void RunContext::addDetail(const std::string& name, const Value& value) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <functional>
+#include <string>
+
 #include "kiva5/Catalogue.h"
 #include "kiva5/DeviceSource.h"
 #include "kiva5/Report.h"
@@ -17,6 +20,10 @@ public:
     // run the event is only logged.
     static void raise(Event* event, const char* severity, const char* file, int line);
     static void addDetail(const std::string& name, const Value& value);
+    static void addNote(const std::string& text);
+    // Where a running test's words to the person go (the host's progress lines; null: none).
+    static void setSpeaker(std::function<void(const std::string&)> speaker);
+    static void say(const std::string& text);
     // The source asked whether the machine requests a stop (null: none).
     static void setSource(const DeviceSource* source);
     static bool sourceStopDue();

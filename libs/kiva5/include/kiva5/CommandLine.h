@@ -13,6 +13,9 @@ struct CommandLine {
     bool devices = false;
     bool verbose = false;  // with --devices: where each value comes from, one reading
     bool quiet = false;
+    bool orientation = false;  // the orientation check instead of the catalogue's tests
+    std::string hwdb;          // where a proposed hwdb entry goes
+    bool hwdbGiven = false;
     std::vector<std::string> tests;
     std::string device;
     std::vector<std::string> params;

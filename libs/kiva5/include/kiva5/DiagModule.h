@@ -35,6 +35,14 @@ public:
     // Records a measurement beside the running test's verdict (it never changes the verdict):
     // the report's "details".
     static void setRunDetail(const KivaString& name, const Value& value);
+    // A remark for the person beside the running test's verdict (the report's "notes").
+    static void addRunNote(const std::string& text);
+    // Tells the person at the device what to do now, on the terminal, as a progress line of
+    // the running test (nothing under --quiet). Any thread.
+    static void tellPerson(const std::string& text);
+    // The orientation check, run instead of the catalogue's tests by --orientation; not one of
+    // the declared tests (--list does not show it). Set once before start().
+    static void setOrientationCheck(Test* check);
 
     // Asks the running test, and the run, to stop (a scenario's stop time, the host itself).
     static void requestStop();

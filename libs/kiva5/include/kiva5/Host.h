@@ -35,6 +35,8 @@ public:
     int start(const std::vector<std::string>& args);
     // Without one, interactive tests run as any other.
     void setInteractiveCheck(InteractiveCheck check) { interactiveCheck_ = std::move(check); }
+    // The check --orientation runs; without one the option is a usage error.
+    void setOrientationCheck(Test* check) { orientationCheck_ = check; }
 
 private:
     // Calls each test once per matching device, in order, into `report`, saying on
@@ -42,14 +44,15 @@ private:
     // test, if one did (the runs after it are not started).
     std::exception_ptr runTests(const std::vector<Test*>& tests,
                                 const std::vector<DiagDevice>& devices,
-                                const std::string& onlyDevice, DeviceSource& source,
-                                Report& report, std::ostream* progress);
+                                const std::string& onlyDevice, DeviceSource& source, Report& report,
+                                std::ostream* progress);
 
     Catalogue& catalogue_;
     std::string moduleFile_;
     ModuleVersion version_;
     DeviceSourceFactory devices_;
     InteractiveCheck interactiveCheck_;
+    Test* orientationCheck_ = nullptr;
     // The check's answer for this start(), once asked.
     std::optional<std::string> interactiveProblem_;
     bool simulatedMachine_ = false;

@@ -47,8 +47,8 @@ struct Report {
     std::string version;  // "6.5"
     std::string build;
     std::string backend;
-    std::string language;               // the string table the texts came from
-    std::vector<std::string> profiles;  // the profile files read, in the order laid over
+    std::string language;                  // the string table the texts came from
+    std::vector<std::string> profiles;     // the profile files read, in the order laid over
     std::vector<std::string> commandLine;  // as the module received it, program first
     std::optional<MachineIdentity> machine;
     std::chrono::system_clock::time_point started;

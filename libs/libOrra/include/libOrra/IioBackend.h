@@ -38,6 +38,7 @@ public:
     std::vector<DeviceNote> takeNotes(const std::string& locator) override;
     std::string lookedIn() const override;
     std::vector<std::string> explain(SensorKind kind, const std::string& locator) override;
+    std::optional<Mounting> mounting(const std::string& locator) override;
 
     static std::filesystem::path defaultSysfsRoot();
     static std::filesystem::path defaultDevRoot();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
@@ -47,6 +48,13 @@ struct ScenarioFaults {
     bool silent = false;  // never raises a data event
 };
 
+// A pose the simulated person holds the device in from `at` seconds on: "upright",
+// "left-up", "face-up", their opposites "upside-down", "right-up", "face-down", or "moving".
+struct PoseStep {
+    double at = 0.0;
+    std::string hold;
+};
+
 struct ScenarioSensor {
     SensorKind kind = SensorKind::Accelerometer;
     std::string locator;
@@ -58,6 +66,13 @@ struct ScenarioSensor {
     std::vector<ProximityReading> readings;
     std::optional<double> errorAt;
     ScenarioFaults faults;
+    // Accelerometers held in poses: how the sensor sits in its case (raw = mounting x device)
+    // and the matrix the system applies to it (as udev or the kernel would); the parent
+    // device's modalias, as a hwdb entry matches it.
+    std::vector<PoseStep> poses;
+    std::optional<std::array<double, 9>> mounting;
+    std::optional<std::array<double, 9>> matrix;
+    std::string modalias = "sim:accelerometer";
 };
 
 struct OperatorAction {
@@ -79,6 +94,9 @@ struct Scenario {
     std::optional<std::vector<ScenarioDevice>> devices;
     std::vector<SensorKind> failEnumeration;
     std::optional<double> stopAt;
+    // The machine's DMI vendor and product as the kernel's modalias gives them (svn, pn).
+    std::string dmiVendor = "Simulated";
+    std::string dmiProduct = "Tablet";
 };
 
 // A scenario that does not say what it must: the message names the file, the place (line and
@@ -89,6 +107,9 @@ public:
 };
 
 Scenario parseScenario(std::string_view text, const std::string& fileName);
+// The reading of a correctly mounted accelerometer held in pose `hold`; nullopt for a name
+// that is no pose.
+std::optional<std::array<double, 3>> poseDirection(std::string_view hold);
 Scenario loadScenario(const std::string& path);
 // The embedded demo: one healthy sensor of each kind and a cooperative operator.
 std::string_view demoScenarioText();

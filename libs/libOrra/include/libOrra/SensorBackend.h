@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -62,6 +63,17 @@ struct DeviceNote {
     bool heldElsewhere = false;
 };
 
+// How an accelerometer's readings are turned to the screen, and what udev's hwdb matches it
+// by: for a person told to fix its matrix.
+struct Mounting {
+    std::array<double, 9> applied{1, 0, 0, 0, 1, 0, 0, 0, 1};  // corrected = applied x raw
+    std::string source;          // "udev ACCEL_MOUNT_MATRIX", "in_mount_matrix", "none"
+    std::string parentModalias;  // the sensor's parent device, e.g. "acpi:BOSC0200:BOSC0200:"
+    std::string dmiVendor;       // as /sys/class/dmi/id/modalias writes them (svn, pn)
+    std::string dmiProduct;
+    std::string node;  // the device node udev knows the sensor by, e.g. "/dev/iio:device0"
+};
+
 // A device the framework hands to the tests.
 struct DeviceEntry {
     std::string capability;
@@ -96,6 +108,10 @@ public:
     // each value comes from and one bounded reading with its verdict.
     virtual std::vector<std::string> explain(SensorKind /*kind*/, const std::string& /*locator*/) {
         return {};
+    }
+    // The accelerometer at `locator`: its matrix in force and how to match it in the hwdb.
+    virtual std::optional<Mounting> mounting(const std::string& /*locator*/) {
+        return std::nullopt;
     }
 };
 

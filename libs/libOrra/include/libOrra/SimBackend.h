@@ -27,6 +27,7 @@ public:
     void testStarting() override;
     bool stopDue() const override;
     std::string lookedIn() const override { return "the scenario"; }
+    std::optional<Mounting> mounting(const std::string& locator) override;
     std::vector<std::string> explain(SensorKind, const std::string&) override {
         return {"simulated: its states and readings come from the scenario"};
     }

@@ -787,4 +787,53 @@ std::vector<std::string> IioBackend::explain(SensorKind kind, const std::string&
     return lines;
 }
 
+namespace {
+
+// A field of the firmware's DMI modalias ("dmi:bvn...:svnASUSTeKCOMPUTERINC.:pnT100TA:..."),
+// which is what the hwdb's "dmi:" part is matched against: the kernel has already dropped the
+// spaces and colons of the plain attributes there.
+std::string dmiField(const std::string& modalias, const std::string& prefix) {
+    std::size_t at = 0;
+    while ((at = modalias.find(":" + prefix, at)) != std::string::npos) {
+        at += 1 + prefix.size();
+        return modalias.substr(at, modalias.find(':', at) - at);
+    }
+    return {};
+}
+
+}  // namespace
+
+std::optional<Mounting> IioBackend::mounting(const std::string& locator) {
+    for (const auto& f : scan()) {
+        if (f.kind != SensorKind::Accelerometer || f.locator != locator)
+            continue;
+        auto ch = channelsFor(f.dir, f.locator, f.name, f.node, f.plan, notes_);
+        auto* sensor = new IioSensorObject(ch);  // counted: Release() below deletes it
+        Sample s;
+        const bool read = sensor->sample(s).has_value();
+        sensor->close();
+        sensor->Release();
+        Mounting m;
+        if (read) {
+            m.applied = ch->mount;
+            m.source = ch->mountSource;
+        }
+        const auto identity =
+            vek::callWithin(readTimeout(), [dir = fs::path(f.locator), root = root_] {
+                int err = 0;
+                return std::make_pair(
+                    iio::readAttribute(dir.parent_path() / "modalias", err).value_or(""),
+                    iio::readAttribute(root / "class/dmi/id/modalias", err).value_or(""));
+            });
+        if (identity) {
+            m.parentModalias = identity->first;
+            m.dmiVendor = dmiField(identity->second, "svn");
+            m.dmiProduct = dmiField(identity->second, "pn");
+        }
+        m.node = "/dev/" + f.dir.filename().string();
+        return m;
+    }
+    return std::nullopt;
+}
+
 }  // namespace libOrra

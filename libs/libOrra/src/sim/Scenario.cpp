@@ -1,10 +1,13 @@
 #include "libOrra/Scenario.h"
 
+#include "libOrra/IioAttribute.h"
+
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
 #include <sstream>
+#include "libOrra/IioAttribute.h"
 #include "vek/Json.h"
 
 namespace libOrra {
@@ -100,8 +103,8 @@ public:
             {"READY", 0},        {"NOT_AVAILABLE", 1}, {"NO_DATA", 2},
             {"INITIALIZING", 3}, {"ACCESS_DENIED", 4}, {"ERROR", 5}};
         if (v.is_number_integer())
-            return static_cast<std::int32_t>(integer(v, where, INT32_MIN, INT32_MAX,
-                                                     "a 32-bit state value"));
+            return static_cast<std::int32_t>(
+                integer(v, where, INT32_MIN, INT32_MAX, "a 32-bit state value"));
         if (v.is_string()) {
             for (const auto& [n, s] : names) {
                 if (n == v.get<std::string>())
@@ -144,7 +147,7 @@ public:
         object(v, where);
         keys(v, where,
              {"kind", "locator", "name", "states", "updates", "motion", "heading", "readings",
-              "error", "faults"});
+              "error", "faults", "poses", "mounting", "matrix", "modalias"});
         ScenarioSensor s;
         if (!v.contains("kind"))
             fail(where + "/kind", "the sensor's kind");
@@ -253,6 +256,7 @@ public:
                 fail(w + "/at", "the error's time in seconds");
             s.errorAt = seconds(v["error"]["at"], w + "/at");
         }
+        poses(v, where, s);
         if (v.contains("faults")) {
             const std::string w = where + "/faults";
             const auto& f = object(v["faults"], w);
@@ -281,9 +285,50 @@ public:
         return s;
     }
 
+    // An accelerometer's poses, how it sits in its case, the matrix applied, its modalias.
+    void poses(const json& v, const std::string& where, ScenarioSensor& s) const {
+        for (const char* key : {"poses", "mounting", "matrix", "modalias"}) {
+            if (v.contains(key) && s.kind != SensorKind::Accelerometer)
+                fail(where + "/" + key, std::string("no ") + key + " (accelerometers)");
+        }
+        for (auto [key, into] :
+             {std::pair{"mounting", &s.mounting}, std::pair{"matrix", &s.matrix}}) {
+            if (!v.contains(key))
+                continue;
+            const std::string w = where + "/" + key;
+            *into = iio::parseMountMatrix(text(v[key], w));
+            if (!*into)
+                fail(w, "a matrix as the kernel writes it (\"0, -1, 0; 1, 0, 0; 0, 0, 1\")");
+        }
+        if (v.contains("modalias"))
+            s.modalias = text(v["modalias"], where + "/modalias");
+        if (!v.contains("poses"))
+            return;
+        const auto& a = array(v["poses"], where + "/poses");
+        for (std::size_t i = 0; i < a.size(); ++i) {
+            const std::string w = where + "/poses/" + std::to_string(i);
+            object(a[i], w);
+            keys(a[i], w, {"at", "hold"});
+            PoseStep p;
+            if (!a[i].contains("at"))
+                fail(w + "/at", "the pose's time in seconds");
+            p.at = seconds(a[i]["at"], w + "/at");
+            if (!a[i].contains("hold"))
+                fail(w + "/hold", "the pose held");
+            p.hold = text(a[i]["hold"], w + "/hold");
+            if (!poseDirection(p.hold))
+                fail(w + "/hold",
+                     "upright, left-up, face-up, upside-down, right-up, face-down or moving");
+            if (!s.poses.empty() && p.at < s.poses.back().at)
+                fail(w + "/at", "times in ascending order");
+            s.poses.push_back(p);
+        }
+    }
+
     Scenario scenario(const json& doc) const {
         object(doc, "");
-        keys(doc, "", {"display", "sensors", "operator", "devices", "failEnumeration", "stop"});
+        keys(doc, "",
+             {"display", "sensors", "operator", "devices", "failEnumeration", "stop", "dmi"});
         Scenario sc;
         if (doc.contains("display")) {
             const auto& d = object(doc["display"], "/display");
@@ -318,12 +363,12 @@ public:
                 // The dialogs the module opens, by the names they give the operator.
                 act.dialog = oneOf(a[i]["dialog"], w + "/dialog",
                                    {"GyrometerTest", "MagnetometerTest", "ProximitySensorTest",
-                                    "DetectionProblem"});
+                                    "DetectionProblem", "OrientationCheck"});
                 if (!a[i].contains("press"))
                     fail(w + "/press", "the control to press");
-                act.press = oneOf(a[i]["press"], w + "/press",
-                                  {"Fail", "Cancel", "Close", "Escape", "Enter", "Space",
-                                   "Restart", "Exit"});
+                act.press = oneOf(
+                    a[i]["press"], w + "/press",
+                    {"Fail", "Cancel", "Close", "Escape", "Enter", "Space", "Restart", "Exit"});
                 sc.operatorActions.push_back(act);
             }
         }
@@ -361,6 +406,14 @@ public:
                 sc.failEnumeration.push_back(*kind);
             }
         }
+        if (doc.contains("dmi")) {
+            const auto& d = object(doc["dmi"], "/dmi");
+            keys(d, "/dmi", {"vendor", "product"});
+            if (d.contains("vendor"))
+                sc.dmiVendor = text(d["vendor"], "/dmi/vendor");
+            if (d.contains("product"))
+                sc.dmiProduct = text(d["product"], "/dmi/product");
+        }
         if (doc.contains("stop")) {
             const auto& s = object(doc["stop"], "/stop");
             keys(s, "/stop", {"at"});
@@ -376,6 +429,25 @@ private:
 };
 
 }  // namespace
+
+std::optional<std::array<double, 3>> poseDirection(std::string_view hold) {
+    // What a correctly mounted accelerometer reads in each pose, in g (the kernel's
+    // convention: upright reads -y, standing on its right-hand edge +x, flat screen up +z).
+    // Moving: no axis near gravity.
+    static const std::pair<std::string_view, std::array<double, 3>> kPoses[] = {
+        {"upright", {0, -1, 0}},
+        {"left-up", {1, 0, 0}},
+        {"face-up", {0, 0, 1}},
+        {"upside-down", {0, 1, 0}},
+        {"right-up", {-1, 0, 0}},
+        {"face-down", {0, 0, -1}},
+        {"moving", {0.57735, 0.57735, 0.57735}}};
+    for (const auto& [name, g] : kPoses) {
+        if (name == hold)
+            return g;
+    }
+    return std::nullopt;
+}
 
 Scenario parseScenario(std::string_view text, const std::string& fileName) {
     vek::JsonSyntaxError error;
@@ -406,7 +478,10 @@ std::string_view demoScenarioText() {
      "updates": [{"lux": 4.0}, {"lux": 120.5}]},
     {"kind": "accelerometer", "locator": "SIM\\ACCEL\\0", "name": "Simulated accelerometer",
      "states": ["READY"],
-     "updates": [{"fail": true}, {"x": 0.01, "y": -0.02, "z": 0.99}]},
+     "updates": [{"fail": true}, {"x": 0.01, "y": -0.02, "z": 0.99}],
+     "poses": [{"at": 0.5, "hold": "upright"}, {"at": 2.0, "hold": "moving"},
+               {"at": 2.3, "hold": "left-up"}, {"at": 3.8, "hold": "moving"},
+               {"at": 4.1, "hold": "face-up"}]},
     {"kind": "magnetometer", "locator": "SIM\\COMPASS\\0", "name": "Simulated compass",
      "heading": {"start": 10, "follow": "target", "degreesPerSecond": 90}},
     {"kind": "gyrometer", "locator": "SIM\\GYRO\\0", "name": "Simulated gyrometer",

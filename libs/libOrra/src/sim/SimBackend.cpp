@@ -6,6 +6,7 @@
 
 #include "../SensorObject.h"
 #include "../StoppableThread.h"
+#include "libOrra/IioAttribute.h"
 #include "platform/Display.h"
 #include "platform/Screen.h"
 #include "vek/Clock.h"
@@ -19,9 +20,17 @@ struct SimBackend::SensorState {
     double heading = 0.0;
     double headingAt = 0.0;             // test time of the last heading step
     std::optional<double> motionStart;  // test time of the first gyrometer sample
+    std::optional<double> posesStart;   // test time of the first accelerometer sample
+    std::size_t pose = 0;               // the pose held now
+    std::optional<double> poseReadFrom;  // test time of the first reading in that pose
 };
 
 namespace {
+
+// How long the simulated person keeps a pose as read by the sensor before taking the next:
+// longer than the second a pose must be held still, so no pose is missed however slowly the
+// machine reads.
+constexpr double kPoseKeptSeconds = 1.2;
 
 // A simulated sensor's COM face: its state comes from the scenario's sequence.
 class SimSensorObject final : public SensorObject {
@@ -253,6 +262,22 @@ std::unique_ptr<ProximityStream> SimBackend::openProximity(const std::string& lo
     return nullptr;
 }
 
+std::optional<Mounting> SimBackend::mounting(const std::string& locator) {
+    for (const auto& s : scenario_.sensors) {
+        if (s.kind != SensorKind::Accelerometer || s.locator != locator)
+            continue;
+        Mounting m;
+        m.applied = s.matrix.value_or(iio::kIdentity);
+        m.source = s.matrix ? "the scenario's matrix" : "none";
+        m.parentModalias = s.modalias;
+        m.dmiVendor = scenario_.dmiVendor;
+        m.dmiProduct = scenario_.dmiProduct;
+        m.node = "/dev/iio:device0";
+        return m;
+    }
+    return std::nullopt;
+}
+
 std::int32_t SimBackend::nextState(std::size_t index) {
     const auto& s = scenario_.sensors[index];
     if (s.faults.disappearAt && now() >= *s.faults.disappearAt)
@@ -276,7 +301,33 @@ bool SimBackend::nextSample(std::size_t index, Sample& out) {
     if (s.faults.failEvery > 0 && (call + 1) % static_cast<std::size_t>(s.faults.failEvery) == 0) {
         return false;
     }
-    if (!s.motion.empty()) {
+    if (!st.posesStart && !s.poses.empty())
+        st.posesStart = t;
+    if (!s.poses.empty() && t - *st.posesStart >= s.poses.front().at) {
+        // The person's poses, timed from the first reading, as the gyrometer's motion is: the
+        // next is taken at its time, but not before the sensor has been read throughout the
+        // one held now. The pose is read by a sensor sitting in the case as `mounting` says,
+        // through the matrix the system applies.
+        const double since = t - *st.posesStart;
+        while (st.pose + 1 < s.poses.size() && since >= s.poses[st.pose + 1].at &&
+               (s.poses[st.pose].hold == "moving" ||
+                (st.poseReadFrom && t - *st.poseReadFrom >= kPoseKeptSeconds))) {
+            ++st.pose;
+            st.poseReadFrom.reset();
+        }
+        if (!st.poseReadFrom)
+            st.poseReadFrom = t;
+        const auto d = *poseDirection(s.poses[st.pose].hold);
+        const auto m = s.mounting.value_or(iio::kIdentity);
+        const auto a = s.matrix.value_or(iio::kIdentity);
+        double raw[3], v[3];
+        for (int r = 0; r < 3; ++r)
+            raw[r] = m[r * 3] * d[0] + m[r * 3 + 1] * d[1] + m[r * 3 + 2] * d[2];
+        for (int r = 0; r < 3; ++r)
+            v[r] = a[r * 3] * raw[0] + a[r * 3 + 1] * raw[1] + a[r * 3 + 2] * raw[2];
+        out.x = v[0], out.y = v[1], out.z = v[2];
+        out.kind = 2;
+    } else if (!s.motion.empty()) {
         // Rate of the segment that holds t; at rest once the script has run out. The person
         // starts to turn the device when the test first reads the sensor, that is once the
         // dialog is up: however long the windowing system takes to show it, no turn is missed.

@@ -1,0 +1,185 @@
+#include "OrientationCheck.h"
+
+#include <array>
+#include <chrono>
+#include <memory>
+#include <thread>
+
+#include "DialogsPlugin.h"
+#include "MountVerdict.h"
+#include "OrientationSession.h"
+#include "PoseTracker.h"
+#include "kiva5/DiagModule.h"
+#include "libOrra/Records.h"
+#include "libOrra/SensorBackend.h"
+#include "vek/Logging.h"
+#include "vek/Stopwatch.h"
+#include "vek/System.h"
+
+namespace vekrsensors {
+namespace {
+
+using kiva5::TestResult;
+
+std::atomic<vek::Logger*> s_logger{nullptr};
+constexpr const char* kLoggerName = "vekrsensors.orientation";
+
+// Outside the catalogue: --list shows the five tests' events only.
+kiva5::Event evOrientationWrong("Orientation_Wrong");
+kiva5::Event evOrientationTiltInverted("Orientation_TiltInverted");
+kiva5::Event evOrientationPoseNotHeld("Orientation_PoseNotHeld");
+
+constexpr double kPoseSeconds = 60.0;  // a person who has not managed a pose by then won't
+constexpr int kReadEveryMs = 50;
+
+constexpr std::array<const char*, 3> kAsk{
+    "Hold the device upright in its normal orientation, screen facing you, and keep it still.",
+    "Now stand it on its right-hand edge, left edge up, screen still facing you, and keep it "
+    "still.",
+    "Now lay it flat, screen up, and keep it still."};
+constexpr std::array<const char*, 3> kPoseNames{"upright", "on its right-hand edge", "flat"};
+
+std::string axisName(SignedAxis a) {
+    return std::string(a.sign < 0 ? "-" : "+") + "xyz"[a.axis];
+}
+
+// The three axes the poses read against the ones they should, e.g. "+x -y -z, wanted -y +x +z".
+std::string readings(const std::array<SignedAxis, 3>& read) {
+    std::string got, wanted;
+    for (int i = 0; i < 3; ++i) {
+        got += (i ? " " : "") + axisName(read[i]);
+        wanted += (i ? " " : "") + axisName(kExpectedPoses[i]);
+    }
+    return got + ", wanted " + wanted;
+}
+
+struct Outcome {
+    TestResult result = TestResult::USERABORTED();
+    std::array<SignedAxis, 3> read{};
+};
+
+// Takes the three poses from `record`, telling the person what to do next. Runs on the
+// calling thread (the main thread, or the worker while a dialog is up).
+Outcome takePoses(libOrra::Accelerometer& record, OrientationSession& session) {
+    Outcome out;
+    PoseTracker tracker;
+    vek::Stopwatch clock;
+    double askedAt = 0.0;
+    kiva5::DiagModule::tellPerson(kAsk[0]);
+    while (true) {
+        if (kiva5::DiagModule::checkForStop() || session.cancelled.load())
+            return out;
+        const double now = clock.getElapsed();
+        if (now - askedAt > kPoseSeconds) {
+            VEK_LOG(s_logger, kLoggerName, 4,
+                    "Pose " << tracker.taken().size() + 1 << " not held within " << kPoseSeconds
+                            << " s");
+            kiva5::DiagModule::error(&evOrientationPoseNotHeld, __FILE__, __LINE__);
+            out.result = TestResult::TIMEDOUT();
+            return out;
+        }
+        if (record.update()) {
+            if (const auto axis = tracker.feed(now, {record.x, record.y, record.z})) {
+                const std::size_t n = tracker.taken().size();
+                VEK_LOG(s_logger, kLoggerName, 1,
+                        "Pose " << n << " (" << kPoseNames[n - 1] << ") reads " << axisName(*axis));
+                kiva5::DiagModule::tellPerson(std::string("Pose ") + std::to_string(n) + " of 3 (" +
+                                              kPoseNames[n - 1] + ") taken: gravity along " +
+                                              axisName(*axis) + ".");
+                if (n == 3) {
+                    std::copy(tracker.taken().begin(), tracker.taken().end(), out.read.begin());
+                    out.result = TestResult::PASS();
+                    return out;
+                }
+                session.pose.store(static_cast<int>(n));
+                kiva5::DiagModule::tellPerson(kAsk[n]);
+                askedAt = now;
+            }
+        }
+        vek::System::mssleep(kReadEveryMs);
+    }
+}
+
+// The verdict on three poses taken, with the entry that fixes a wrong matrix.
+TestResult judge(const std::array<SignedAxis, 3>& read, const libOrra::Mounting& mounting) {
+    const MountVerdict v = judgeMount(read, mounting.applied);
+    kiva5::DiagModule::addRunNote("matrix in force: " + mounting.source);
+    if (v.kind == MountVerdict::Kind::Pass) {
+        kiva5::DiagModule::setRunDetail(kiva5::KivaString("finding"),
+                                        kiva5::Value("the axes turn with the screen"));
+        return TestResult::PASS();
+    }
+    const std::string matrix = "ACCEL_MOUNT_MATRIX=" + matrixText(v.proposed);
+    const std::string stanza =
+        hwdbStanza({mounting.parentModalias, mounting.dmiVendor, mounting.dmiProduct}, v.proposed);
+    const bool warn = v.kind == MountVerdict::Kind::Warn;
+    kiva5::Event* event = warn ? &evOrientationTiltInverted : &evOrientationWrong;
+    event->setVariable(kiva5::KivaString("Proposed"), kiva5::Value(matrix));
+    if (warn) {
+        kiva5::DiagModule::warning(event, __FILE__, __LINE__);
+    } else {
+        kiva5::DiagModule::error(event, __FILE__, __LINE__);
+    }
+    kiva5::DiagModule::setRunDetail(
+        kiva5::KivaString("finding"),
+        kiva5::Value((warn ? "screen rotation right, tilt inverted (" : "read ") + readings(read) +
+                     (warn ? ")" : "") + ": " + matrix + " fixes it"));
+    kiva5::DiagModule::setRunDetail(kiva5::KivaString("hwdb"), kiva5::Value(stanza));
+    std::string oneLine = stanza;
+    oneLine.pop_back();
+    oneLine.replace(oneLine.find('\n'), 2, " ");
+    kiva5::DiagModule::addRunNote(
+        "put this entry in /etc/udev/hwdb.d/61-sensor-local.hwdb "
+        "(--hwdb FILE writes it): " +
+        oneLine);
+    kiva5::DiagModule::addRunNote(
+        "then, as root: systemd-hwdb update && udevadm trigger -v -p "
+        "DEVNAME=" +
+        mounting.node);
+    return warn ? TestResult::WARN() : TestResult::FAIL();
+}
+
+TestResult run(const kiva5::DiagDevice& device) {
+    const auto backend = libOrra::installedBackend();
+    vek::Array<std::unique_ptr<libOrra::Accelerometer>> records;
+    if (!backend || !libOrra::getAccelerometers(records))
+        return TestResult::CANNOTRUN();
+    libOrra::Accelerometer* record = nullptr;
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        if (records[i]->osLocator().equalNoCase(vek::String(device.osLocator().str())))
+            record = records[i].get();
+    }
+    const auto mounting = backend->mounting(device.osLocator().str());
+    if (!record || !mounting) {
+        kiva5::DiagModule::addRunNote("the accelerometer could not be opened");
+        return TestResult::CANNOTRUN();
+    }
+    OrientationSession session;
+    Outcome outcome;
+    // Where a display exists the person also sees the pose in a window; the sensor is read on
+    // a worker meanwhile. Without one, the terminal alone guides, on this thread.
+    const std::string noDialog = DialogsPlugin::check(backend->name() == "sim");
+    if (noDialog.empty() && DialogsPlugin::hasOrientationDialog()) {
+        std::thread worker([&] {
+            outcome = takePoses(*record, session);
+            session.finished.store(true);
+        });
+        DialogsPlugin::orientationDialog(session);
+        worker.join();
+    } else {
+        VEK_LOG(s_logger, kLoggerName, 1, "Poses asked on the terminal only: " << noDialog);
+        outcome = takePoses(*record, session);
+    }
+    if (outcome.result != TestResult::PASS())
+        return outcome.result;
+    return judge(outcome.read, *mounting);
+}
+
+}  // namespace
+
+kiva5::Test& orientationCheck() {
+    static kiva5::Test check("OrientationCheck", kiva5::DeviceCapability::Accelerometer(), run);
+    return check;
+}
+
+}  // namespace vekrsensors
