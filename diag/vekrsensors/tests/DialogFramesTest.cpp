@@ -16,6 +16,7 @@
 
 #include "GyrometerTest/GyrometerTestDlg.h"
 #include "MagnetometerTest/MagnetometerTestDlg.h"
+#include "Orientation/OrientationDlg.h"
 #include "ProximitySensorTest/ProximitySensorTestDlg.h"
 #include "ProximitySensorTest/TimeoutPromptDlg.h"
 #include "kiva5/Localization.h"
@@ -188,5 +189,31 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Shipped, Frames, ::testing::Values("en", "de", "fr"));
+
+// The orientation check's window draws the pose the check asks for, and closes by itself once
+// the check is finished.
+TEST(OrientationWindow, ShowsThePoseAskedForAndClosesWhenTheCheckIsDone) {
+    libLumo::GdiResourceManager gui;
+    ASSERT_TRUE(gui.ready());
+    std::filesystem::create_directories("frames");
+    vekrsensors::OrientationSession session;
+    std::vector<QImage> frames, drawn;
+    {
+        vekrsensors::OrientationDlg dialog(nullptr, session);
+        runAndShoot(dialog,
+                    {{"orientation_upright", nullptr},
+                     {"orientation_left_up", [&] { session.pose = 1; }},
+                     {"orientation_face_up", [&] { session.pose = 2; }}},
+                    frames, [&] { drawn.push_back(dialog.grab().toImage()); });
+    }
+    ASSERT_EQ(drawn.size(), 3u);
+    EXPECT_NE(drawn[0], drawn[1]);
+    EXPECT_NE(drawn[1], drawn[2]);
+    session.finished = true;
+    vekrsensors::OrientationDlg done(nullptr, session);
+    QTimer::singleShot(60000, &done, [&done] { done.EndDialog(-1); });  // only if it hangs
+    EXPECT_EQ(done.DoModal(), 0);
+    EXPECT_FALSE(session.cancelled);
+}
 
 }  // namespace

@@ -5,8 +5,8 @@
 
 #include "DisplayRotation.h"
 #include "ScratchDir.h"
-#include "platform/Environment.h"
 #include "platform/Display.h"
+#include "platform/Environment.h"
 #include "vek/DynamicLibrary.h"
 
 namespace {
