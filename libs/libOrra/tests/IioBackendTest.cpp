@@ -245,6 +245,27 @@ TEST_F(Iio, UnreadableAttributeIsAccessDenied) {
     EXPECT_EQ(stateOf(accel()), SENSOR_STATE_ACCESS_DENIED);
 }
 
+// What the orientation check matches its hwdb entry by: the matrix in force (the driver's
+// here), the parent device's modalias, and the svn and pn fields of a real DMI modalias
+// (an ASUS T100TA's).
+TEST_F(Iio, MountingNamesTheMatrixTheParentAndTheMachine) {
+    sysfs_.add(0, layouts::named("bmc150"));
+    std::ofstream(sysfs_.device(0).parent_path() / "modalias") << "acpi:BOSC0200:BOSC0200:\n";
+    std::filesystem::create_directories(sysfs_.root() / "class/dmi/id");
+    std::ofstream(sysfs_.root() / "class/dmi/id/modalias")
+        << "dmi:bvnAmericanMegatrendsInc.:bvrT100TA.307:bd07/20/2015:br5.6:"
+           "svnASUSTeKCOMPUTERINC.:pnT100TA:pvr1.0:rvnASUSTeKCOMPUTERINC.:rnT100TA:rvr1.0:"
+           "cvnASUSTeKCOMPUTERINC.:ct10:cvr:\n";
+    const auto m = backend_->mounting(backend_->sensors().at(0).locator);
+    ASSERT_TRUE(m);
+    EXPECT_EQ(m->applied, (std::array<double, 9>{0, 1, 0, -1, 0, 0, 0, 0, 1}));
+    EXPECT_EQ(m->source, "in_mount_matrix \"0, 1, 0; -1, 0, 0; 0, 0, 1\"");
+    EXPECT_EQ(m->parentModalias, "acpi:BOSC0200:BOSC0200:");
+    EXPECT_EQ(m->dmiVendor, "ASUSTeKCOMPUTERINC.");
+    EXPECT_EQ(m->dmiProduct, "T100TA");
+    EXPECT_EQ(m->node, "/dev/iio:device0");
+}
+
 TEST_F(Iio, NoIioBusIsAMachineWithoutSensors) {
     vek::Array<std::unique_ptr<Gyrometer>> gyros;
     EXPECT_TRUE(getGyrometers(gyros));
