@@ -46,9 +46,13 @@ std::string axisName(SignedAxis a) {
 // The three axes the poses read against the ones they should, e.g. "+x -y -z, wanted -y +x +z".
 std::string readings(const std::array<SignedAxis, 3>& read) {
     std::string got, wanted;
-    for (int i = 0; i < 3; ++i) {
-        got += (i ? " " : "") + axisName(read[i]);
-        wanted += (i ? " " : "") + axisName(kExpectedPoses[i]);
+    for (std::size_t i = 0; i < 3; ++i) {
+        if (i) {
+            got += ' ';
+            wanted += ' ';
+        }
+        got += axisName(read[i]);
+        wanted += axisName(kExpectedPoses[i]);
     }
     return got + ", wanted " + wanted;
 }
@@ -125,9 +129,12 @@ TestResult judge(const std::array<SignedAxis, 3>& read, const libOrra::Mounting&
         kiva5::Value((warn ? "screen rotation right, tilt inverted (" : "read ") + readings(read) +
                      (warn ? ")" : "") + ": " + matrix + " fixes it"));
     kiva5::DiagModule::setRunDetail(kiva5::KivaString("hwdb"), kiva5::Value(stanza));
-    std::string oneLine = stanza;
-    oneLine.pop_back();
-    oneLine.replace(oneLine.find('\n'), 2, " ");
+    // The stanza's two lines as one: its second begins with the space the hwdb wants.
+    std::string oneLine;
+    for (const char c : stanza) {
+        if (c != '\n')
+            oneLine += c;
+    }
     kiva5::DiagModule::addRunNote(
         "put this entry in /etc/udev/hwdb.d/61-sensor-local.hwdb "
         "(--hwdb FILE writes it): " +

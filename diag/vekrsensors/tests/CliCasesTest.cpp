@@ -20,7 +20,9 @@
 //    "within": {"/json/pointer": "part of that text in the report"},
 //    "out", "err", "log": "text" or ["text", "!text that must not be there"],
 //    "outFile": "list.txt" (stdout exactly), "after": {"path": "symlink|file|char device|absent"},
-//    "exit": 64 or [130, 143]}
+//    "exit": 64 or [130, 143],
+//    "replay": ["--test", "..."]}      the run again from its recording rec.json (--record
+//                                      rec.json in "args"): same verdicts, events, key values
 //
 // Every case also holds the host's promises: the exit code is the report's code, nothing
 // reaches stderr unless "err" says what, a case without "runs" leaves no report, and a usage
@@ -139,6 +141,34 @@ void buildTree(std::optional<FakeSysfs>& sysfs, std::ifstream& holder, const jso
 
 class CliCase : public ::testing::TestWithParam<TableRow> {
 protected:
+    // Runs the module again from the recording rec.json, with `args` besides: each run must
+    // end as `first`'s did, with the same events in order and its key value within 1 %.
+    void expectReplay(const json& args, const json& first) {
+        std::vector<std::string> again = args.get<std::vector<std::string>>();
+        again.insert(again.end(), {"--scenario", "rec.json", "--report", "replay.json"});
+        const ModuleOutcome o = ModuleRun(again, scratch_.path().string(), {}).finish();
+        std::ifstream in(scratch_ / "replay.json");
+        ASSERT_TRUE(in) << o.out << o.err;
+        const json second = json::parse(in);
+        ASSERT_EQ(second["runs"].size(), first["runs"].size()) << second["runs"].dump(1);
+        for (std::size_t i = 0; i < first["runs"].size(); ++i) {
+            const json &a = first["runs"][i], &b = second["runs"][i];
+            EXPECT_EQ(b["result"], a["result"]) << a["test"];
+            const auto names = [](const json& run) {
+                std::vector<std::string> n;
+                for (const auto& e : run["events"])
+                    n.push_back(e["name"]);
+                return n;
+            };
+            EXPECT_EQ(names(b), names(a)) << a["test"];
+            if (a.contains("details") && a["details"].contains("last")) {
+                const double want = a["details"]["last"];
+                EXPECT_NEAR(b["details"]["last"].get<double>(), want, 0.01 * std::abs(want))
+                    << a["test"];
+            }
+        }
+    }
+
     vekr::testing::ScratchDir scratch_{"vekr-cli-case"};
 };
 
@@ -290,6 +320,8 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
             }
             notes += run.value("notes", json::array()).dump();
         }
+        if (entry.contains("replay"))
+            expectReplay(entry["replay"], report);
     }
     if (entry.contains("log")) {
         std::ifstream logFile(scratch_ / "log.txt");

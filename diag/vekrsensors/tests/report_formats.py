@@ -1,9 +1,10 @@
 #!/usr/bin/python3
 """The module's reports as a fleet collects them: every JSON report validates against
 docs/report.schema.json (python3-jsonschema), and the JUnit XML of the same runs parses with a
-real XML parser and tells the same verdicts.
+real XML parser and tells the same verdicts. The recording of each run validates against
+docs/scenario.schema.json.
 
-Usage: report_formats.py MODULE SCHEMA
+Usage: report_formats.py MODULE SCHEMA SCENARIO_SCHEMA
 """
 import json
 import os
@@ -14,7 +15,7 @@ import xml.etree.ElementTree as ET
 
 import jsonschema
 
-MODULE, SCHEMA = sys.argv[1], sys.argv[2]
+MODULE, SCHEMA, SCENARIO_SCHEMA = sys.argv[1], sys.argv[2], sys.argv[3]
 
 ACCEL_OUT_OF_BAND = {"sensors": [{"kind": "accelerometer", "locator": "A\u00e9<&>\"'",
                                   "name": "bell\u0007 & <tab>\t", "updates": [{"z": 1.5}]}]}
@@ -35,10 +36,12 @@ CASES = [
 ]
 
 validator = jsonschema.Draft202012Validator(json.load(open(SCHEMA)))
+scenarios = jsonschema.Draft202012Validator(json.load(open(SCENARIO_SCHEMA)))
 failures = []
 with tempfile.TemporaryDirectory(prefix="vekr-report-formats-") as scratch:
     for label, scenario, extra, expected in CASES:
-        args = [MODULE, "--backend", "sim", "--quiet", "--report", "r.json", "--junit", "r.xml"]
+        args = [MODULE, "--backend", "sim", "--quiet", "--report", "r.json", "--junit", "r.xml",
+                "--record", "rec.json"]
         if scenario is not None:
             with open(os.path.join(scratch, "s.json"), "w") as f:
                 json.dump(scenario, f)
@@ -51,6 +54,11 @@ with tempfile.TemporaryDirectory(prefix="vekr-report-formats-") as scratch:
         errors = sorted(validator.iter_errors(report), key=str)
         if errors:
             failures.append(f"{label}: report does not validate: {errors[0].message} at "
+                            f"{list(errors[0].absolute_path)}")
+        recording = json.load(open(os.path.join(scratch, "rec.json"), encoding="utf-8"))
+        errors = sorted(scenarios.iter_errors(recording), key=str)
+        if errors:
+            failures.append(f"{label}: recording does not validate: {errors[0].message} at "
                             f"{list(errors[0].absolute_path)}")
         if report["code"] != done.returncode:
             failures.append(f"{label}: exit code {done.returncode}, report says {report['code']}")

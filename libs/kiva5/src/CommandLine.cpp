@@ -46,6 +46,13 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
     app.add_flag("--orientation", o.orientation,
                  "Check the accelerometer's axes against the screen in three poses, instead of "
                  "the tests");
+    CLI::Option* record = app.add_option(
+        "--record", o.record,
+        "Write what the sensors did and the person pressed as a scenario, replayable with "
+        "--scenario");
+    app.add_flag("--fast", o.fast,
+                 "With --scenario: run the sensor clock, and with it the tests' waits, ten times "
+                 "faster (a recording replays in a tenth of its time)");
     CLI::Option* hwdb = app.add_option(
         "--hwdb", o.hwdb, "With --orientation: write a proposed hwdb entry to this file");
     app.add_option("--test", o.tests, "Run this test (repeatable; default: all)");
@@ -95,8 +102,13 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
     o.reportGiven = report->count() > 0;
     o.junitGiven = junit->count() > 0;
     o.hwdbGiven = hwdb->count() > 0;
+    o.recordGiven = record->count() > 0;
+    if (o.recordGiven && (o.record.empty() || o.record == "-"))
+        return usage("--record needs a file name (a recording is rewritten after each test)");
     if (o.orientation && !o.tests.empty())
         return usage("--orientation runs on its own, without --test");
+    if (o.fast && o.scenario.empty())
+        return usage("--fast goes with --scenario");
     if (o.hwdbGiven && !o.orientation)
         return usage("--hwdb goes with --orientation");
     if (o.reportGiven && o.junitGiven && o.report == "-" && o.junit == "-")

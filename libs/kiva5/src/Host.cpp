@@ -19,6 +19,7 @@
 #include "kiva5/MachineIdentity.h"
 #include "kiva5/Report.h"
 #include "kiva5/ReportDestination.h"
+#include "vek/Clock.h"
 #include "vek/Exception.h"
 #include "vek/Json.h"
 #include "vek/Logging.h"
@@ -161,6 +162,35 @@ Host::Host(Catalogue& catalogue, std::string moduleFile, ModuleVersion version,
 namespace {
 
 // The tests to run, in the order asked for (each once); all of them by default.
+// What a recording says about itself, for the person who reads it: the module, the command
+// line, and each run so far with its parameters and verdict. Replay leaves it alone; no host
+// identity, so a recording can be shared.
+std::string recordingBlock(const Report& report) {
+    nlohmann::json block;
+    block["module"] = report.moduleFile + " " + report.version + " (build " + report.build + ")";
+    block["backend"] = report.backend;
+    block["commandLine"] = report.commandLine;
+    nlohmann::json runs = nlohmann::json::array();
+    for (const RunRecord& run : report.runs) {
+        nlohmann::json r{{"test", run.test}, {"result", run.result.name()}};
+        if (run.device)
+            r["device"] = run.device->osLocator().str();
+        nlohmann::json parameters = nlohmann::json::object();
+        for (const auto& [name, value] : run.parameters)
+            parameters[name] = value;
+        r["parameters"] = std::move(parameters);
+        nlohmann::json events = nlohmann::json::array();
+        for (const auto& e : run.events)
+            events.push_back(e.name);
+        r["events"] = std::move(events);
+        if (const std::string key = Report::keyMeasurement(run); !key.empty())
+            r["key"] = key;
+        runs.push_back(std::move(r));
+    }
+    block["runs"] = std::move(runs);
+    return block.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
 // The orientation check turns with the screen: on a convertible with an accelerometer in the
 // display and one in the base, the base's is left out. Its matrix is set so that it reads as
 // the display's with the lid closed (systemd's hwdb notes), not by poses of the screen. Returns
@@ -387,10 +417,12 @@ int Host::start(const std::vector<std::string>& args) {
         std::optional<ReportDestination> destination;
         std::optional<ReportDestination> junitDestination;
         std::optional<ReportDestination> hwdbDestination;
+        std::optional<ReportDestination> recordDestination;
         for (auto [given, option, name, into] :
              {std::tuple(o.reportGiven, "--report", &o.report, &destination),
               std::tuple(o.junitGiven, "--junit", &o.junit, &junitDestination),
-              std::tuple(o.hwdbGiven, "--hwdb", &o.hwdb, &hwdbDestination)}) {
+              std::tuple(o.hwdbGiven, "--hwdb", &o.hwdb, &hwdbDestination),
+              std::tuple(o.recordGiven, "--record", &o.record, &recordDestination)}) {
             if (!given)
                 continue;
             std::string problem;
@@ -410,6 +442,12 @@ int Host::start(const std::vector<std::string>& args) {
 
         BackendSelection selection;
         selection.backend = o.backend.empty() ? "iio" : o.backend;
+        selection.record = recordDestination.has_value();
+        // Only the simulated machine's time can be hurried; the dialogs' own timers (the
+        // person's presses, the frame clock) keep real time.
+        static vek::FastClock fast(10.0);
+        if (o.fast)
+            vek::Clock::install(&fast);
         if (!o.scenario.empty()) {
             selection.backend = "sim";
             selection.scenario = o.scenario;
@@ -455,8 +493,22 @@ int Host::start(const std::vector<std::string>& args) {
         };
         const bool reportToStdout = toStdout(destination) || toStdout(junitDestination);
         std::ostream& terminal = reportToStdout ? err_ : out_;
+        // A recording is complete after every run: rewritten whole (a regular file atomically),
+        // so a stop leaves one that replays up to it and a crash loses at most one test.
+        bool recorded = true;
+        runEnded_ = [&](int) {
+            if (!recordDestination)
+                return;
+            const std::string problem =
+                recordDestination->write(source->recording(recordingBlock(report)), out_);
+            if (!problem.empty() && recorded) {
+                err_ << moduleFile_ << ": " << problem << "\n";
+                recorded = false;
+            }
+        };
         std::exception_ptr escaped =
             runTests(tests, devices, o.device, *source, report, o.quiet ? nullptr : &terminal);
+        runEnded_ = nullptr;
 
         for (RunRecord& run : report.runs)
             run.notes.insert(run.notes.end(), leftAlone.begin(), leftAlone.end());
@@ -491,6 +543,8 @@ int Host::start(const std::vector<std::string>& args) {
                 }
             }
         }
+        if (!recorded)
+            code = TestResult::EXITEDABNORMALLY().value();
         report.printSummary(terminal, written ? "" : "report not written", code);
         if (escaped)
             std::rethrow_exception(escaped);
@@ -542,6 +596,7 @@ std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
     };
 
     std::exception_ptr escaped;
+    int started = 0;
     for (std::size_t i = 0; i < plan.size(); ++i) {
         Test* test = plan[i].first;
         const DiagDevice* device = plan[i].second;
@@ -554,6 +609,8 @@ std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
                                 (onlyDevice.empty() ? "" : " with locator " + onlyDevice));
             ended(i, run);
             report.runs.push_back(std::move(run));
+            if (runEnded_)
+                runEnded_(started);
             continue;
         }
         run.device = *device;
@@ -572,6 +629,8 @@ std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
             run.notes.push_back(refused);
             ended(i, run);
             report.runs.push_back(std::move(run));
+            if (runEnded_)
+                runEnded_(started);
             continue;
         }
         said(i,
@@ -585,6 +644,7 @@ std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
         RunContext::begin(&current);
         RunContext::setSource(&source);
         source.testStarting(test->name(), *device);
+        ++started;
         if (progress)
             RunContext::setSpeaker([&said, i](const std::string& text) { said(i, "  " + text); });
         vek::Stopwatch watch;
@@ -604,6 +664,10 @@ std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
         VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
                 test->name() << " result " << current.result.name());
         ended(i, current);
+        if (StopFlag::isSet() || source.stopDue())
+            source.stopSeen(started);
+        if (runEnded_)
+            runEnded_(started);
     }
     return escaped;
 }

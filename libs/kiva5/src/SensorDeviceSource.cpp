@@ -3,6 +3,7 @@
 #include "kiva5/DeviceSource.h"
 #include "kiva5/KivaException.h"
 #include "libOrra/Backends.h"
+#include "libOrra/Recorder.h"
 #include "libOrra/Scenario.h"
 
 namespace kiva5 {
@@ -10,8 +11,11 @@ namespace {
 
 class SensorDeviceSource : public DeviceSource {
 public:
-    explicit SensorDeviceSource(std::shared_ptr<libOrra::SensorBackend> backend)
-        : backend_(std::move(backend)) {
+    SensorDeviceSource(std::shared_ptr<libOrra::SensorBackend> backend,
+                       std::shared_ptr<libOrra::Recorder> recorder)
+        : backend_(recorder ? libOrra::recordingBackend(std::move(backend), recorder)
+                            : std::move(backend)),
+          recorder_(std::move(recorder)) {
         libOrra::installBackend(backend_);
     }
     ~SensorDeviceSource() override { libOrra::installBackend(nullptr); }
@@ -35,6 +39,13 @@ public:
     }
 
     std::string lookedIn() const override { return backend_->lookedIn(); }
+    std::string recording(const std::string& block) const override {
+        return recorder_ ? recorder_->scenarioText(block) : std::string();
+    }
+    void stopSeen(int run) override {
+        if (recorder_)
+            recorder_->stop(run);
+    }
     std::vector<std::string> explain(const DiagDevice& device) override {
         const auto kind = libOrra::kindFromCapability(device.capability().name());
         return kind ? backend_->explain(*kind, device.osLocator().str())
@@ -43,6 +54,7 @@ public:
 
 private:
     std::shared_ptr<libOrra::SensorBackend> backend_;
+    std::shared_ptr<libOrra::Recorder> recorder_;
 };
 
 }  // namespace
@@ -50,7 +62,8 @@ private:
 std::unique_ptr<DeviceSource> makeSensorDeviceSource(const BackendSelection& selection) {
     try {
         return std::make_unique<SensorDeviceSource>(
-            libOrra::makeBackend(selection.backend, selection.scenario));
+            libOrra::makeBackend(selection.backend, selection.scenario),
+            selection.record ? std::make_shared<libOrra::Recorder>() : nullptr);
     } catch (const libOrra::ScenarioError& e) {
         throw InputError(e.what());
     } catch (const std::invalid_argument& e) {

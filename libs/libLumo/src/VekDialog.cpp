@@ -63,6 +63,8 @@ VekDialog::~VekDialog() = default;
 
 int VekDialog::DoModal() {
     open_ = true;
+    opened_.start();
+    logPresses();
     OnInitDialog();
     for (const platform::OperatorPress& press : platform::operatorPresses(operatorName_)) {
         const int ms = static_cast<int>(std::lround(press.at * 1000.0));
@@ -110,6 +112,35 @@ void VekDialog::SetWindowText(const vek::String& text) {
     setWindowTitle(toQString(text));
 }
 
+void VekDialog::logPresses() {
+    if (pressesLogged_)
+        return;
+    pressesLogged_ = true;
+    for (const char* press : {"Fail", "Cancel", "Restart", "Exit", "Close"}) {
+        if (QAbstractButton* button = operatorControl(press)) {
+            QObject::connect(button, &QAbstractButton::clicked, this, [this, press] {
+                platform::logPress(operatorName_, press, secondsOpen());
+            });
+        }
+    }
+}
+
+double VekDialog::secondsOpen() const {
+    return opened_.isValid() ? static_cast<double>(opened_.elapsed()) / 1000.0 : 0.0;
+}
+
+void VekDialog::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Escape && open_)
+        platform::logPress(operatorName_, "Escape", secondsOpen());
+    QDialog::keyPressEvent(event);
+}
+
+void VekDialog::closeEvent(QCloseEvent* event) {
+    if (open_ && isVisible())
+        platform::logPress(operatorName_, "Close", secondsOpen());
+    QDialog::closeEvent(event);
+}
+
 QAbstractButton* VekDialog::operatorControl(const std::string& press) {
     if (press == "Fail")
         return GetDlgItem(1000);
@@ -127,7 +158,7 @@ void VekDialog::pressAsOperator(const std::string& control) {
     if (control == "Escape" || control == "Enter" || control == "Space") {
         // Keys go where a person's would: to the control with the focus, which hands Escape and
         // Enter on to the dialog (Enter presses the default button).
-        const Qt::Key key = control == "Escape" ? Qt::Key_Escape
+        const Qt::Key key = control == "Escape"  ? Qt::Key_Escape
                             : control == "Enter" ? Qt::Key_Return
                                                  : Qt::Key_Space;
         QWidget* target = focusWidget() ? focusWidget() : this;

@@ -1,6 +1,7 @@
 #include "platform/Screen.h"
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 
 #include "InstalledHook.h"
@@ -11,6 +12,7 @@ std::mutex s_problemMutex;
 std::string s_problem;
 platform::InstalledHook<platform::OperatorScript> s_script;
 platform::InstalledHook<platform::OperatorWatcher> s_watcher;
+platform::InstalledHook<std::shared_ptr<const platform::OperatorLog>> s_log;
 
 }  // namespace
 
@@ -65,4 +67,19 @@ void platform::clearOperatorWatcher(unsigned token) {
 void platform::showToOperator(const std::string& dialog, const std::string& item, double value) {
     if (const OperatorWatcher watcher = s_watcher.get())
         watcher(dialog, item, value);
+    if (const auto log = s_log.get(); log && log->shown)
+        log->shown(dialog, item, value);
+}
+
+unsigned platform::setOperatorLog(OperatorLog log) {
+    return s_log.set(std::make_shared<const OperatorLog>(std::move(log)));
+}
+
+void platform::clearOperatorLog(unsigned token) {
+    s_log.clear(token);
+}
+
+void platform::logPress(const std::string& dialog, const std::string& control, double at) {
+    if (const auto log = s_log.get(); log && log->press)
+        log->press(dialog, control, at);
 }

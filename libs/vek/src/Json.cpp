@@ -35,7 +35,8 @@ std::optional<nlohmann::json> parseJson(std::string_view text, JsonSyntaxError& 
     return std::nullopt;
 }
 
-std::optional<std::string> readTextFile(const std::filesystem::path& path, std::string* problem) {
+std::optional<std::string> readTextFile(const std::filesystem::path& path, std::string* problem,
+                                        std::size_t maxBytes) {
     const auto refuse = [&](std::string why) -> std::optional<std::string> {
         if (problem)
             *problem = std::move(why);
@@ -64,9 +65,9 @@ std::optional<std::string> readTextFile(const std::filesystem::path& path, std::
         if (n == 0)
             break;
         // The size is checked as the text grows: the file may be larger than fstat said.
-        if (text.size() + static_cast<std::size_t>(n) > kMaxInputFileBytes) {
+        if (text.size() + static_cast<std::size_t>(n) > maxBytes) {
             ::close(fd);
-            return refuse(std::string("is larger than ") + kMaxInputFileText);
+            return refuse("is larger than " + std::to_string(maxBytes >> 20) + " MiB");
         }
         text.append(buffer, static_cast<std::size_t>(n));
     }

@@ -16,6 +16,9 @@ struct CommandLine {
     bool orientation = false;  // the orientation check instead of the catalogue's tests
     std::string hwdb;          // where a proposed hwdb entry goes
     bool hwdbGiven = false;
+    std::string record;  // where the run's sensor data goes, as a scenario
+    bool recordGiven = false;
+    bool fast = false;  // a replay's sensor time ten times faster
     std::vector<std::string> tests;
     std::string device;
     std::vector<std::string> params;

@@ -29,6 +29,11 @@ public:
     virtual bool stopDue() const { return false; }
     // What the source noticed about `device` during the run that just ended.
     virtual std::vector<SourceNote> takeNotes(const DiagDevice& /*device*/) { return {}; }
+    // A run recorded so far (see BackendSelection::record) as a scenario's JSON text, with
+    // `block` (JSON) as what it says about itself; "" when not recording.
+    virtual std::string recording(const std::string& /*block*/) const { return {}; }
+    // A stop request ended the run that is ending: the recording replays it in that run.
+    virtual void stopSeen(int /*run*/) {}
     // Where the source looked for devices ("" when it cannot say).
     virtual std::string lookedIn() const { return {}; }
     // For a bug report: where each of the device's values comes from and one reading, a line
@@ -39,6 +44,7 @@ public:
 struct BackendSelection {
     std::string backend;                  // "iio" or "sim"
     std::optional<std::string> scenario;  // a scenario file for "sim"
+    bool record = false;                  // keep what the sensors do, for recording()
 };
 
 // Builds the source for a selection; throws KivaException when it cannot (e.g. a malformed

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <functional>
 #include <iosfwd>
 #include <optional>
 #include <string>
@@ -46,6 +47,10 @@ private:
                                 const std::vector<DiagDevice>& devices,
                                 const std::string& onlyDevice, DeviceSource& source, Report& report,
                                 std::ostream* progress);
+
+    // Called after each run has settled (refused or not), with the number of runs started so
+    // far; the recording is rewritten there.
+    std::function<void(int started)> runEnded_;
 
     Catalogue& catalogue_;
     std::string moduleFile_;

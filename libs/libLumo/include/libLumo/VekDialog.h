@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QElapsedTimer>
 #include <atomic>
 #include <functional>
 #include <map>
@@ -66,8 +67,18 @@ protected:
     virtual QAbstractButton* operatorControl(const std::string& press);
 
     void reject() override { OnCancel(); }
+    // Escape and the window's close are presses too, for a recording of the run.
+    void keyPressEvent(QKeyEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
+    // Tells platform::logPress of each press of a control the person can make, with its time
+    // since the dialog opened; connected on the first DoModal.
+    void logPresses();
+    double secondsOpen() const;
+
+    QElapsedTimer opened_;
+    bool pressesLogged_ = false;
     int resourceId_;
     std::string operatorName_;
     DialogBaseUnits units_;

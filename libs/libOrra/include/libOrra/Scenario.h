@@ -16,6 +16,10 @@ namespace libOrra {
 // request. Built by parseScenario; plain data.
 struct ScenarioUpdate {
     bool fail = false;
+    std::optional<double> at;  // when it was read, in a recording (replay goes by call)
+    // A compass heading relative to the target the dialog showed: replayed against the
+    // target the replay's dialog shows, so a recorded turn reaches a target drawn anew.
+    std::optional<double> fromTarget;
     std::optional<double> x, y, z, lux, heading;
     std::optional<bool> valid;
     std::optional<int> kind;
@@ -94,6 +98,9 @@ struct Scenario {
     std::optional<std::vector<ScenarioDevice>> devices;
     std::vector<SensorKind> failEnumeration;
     std::optional<double> stopAt;
+    // Only from this test run (from 1) on, as a recording has it: in that run at stopAt, in
+    // the later ones at once.
+    std::optional<int> stopRun;
     // The machine's DMI vendor and product as the kernel's modalias gives them (svn, pn).
     std::string dmiVendor = "Simulated";
     std::string dmiProduct = "Tablet";

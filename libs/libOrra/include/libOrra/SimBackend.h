@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -50,6 +51,7 @@ private:
     std::vector<std::unique_ptr<SensorState>> states_;
     std::int64_t originNs_ = 0;
     std::optional<double> headingTarget_;
+    std::atomic<int> runs_{0};  // test runs started
     unsigned rotationToken_ = 0;
     unsigned operatorToken_ = 0;
     unsigned watcherToken_ = 0;

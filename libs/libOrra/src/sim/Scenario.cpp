@@ -118,10 +118,18 @@ public:
 
     ScenarioUpdate update(const json& v, const std::string& where, SensorKind kind) const {
         object(v, where);
-        keys(v, where, {"fail", "x", "y", "z", "lux", "heading", "valid", "kind"});
+        keys(v, where,
+             {"fail", "x", "y", "z", "lux", "heading", "valid", "kind", "at", "fromTarget"});
         ScenarioUpdate u;
         if (v.contains("fail"))
             u.fail = boolean(v["fail"], where + "/fail");
+        if (v.contains("at"))
+            u.at = seconds(v["at"], where + "/at");
+        if (v.contains("fromTarget")) {
+            if (kind != SensorKind::Magnetometer || !v.contains("heading"))
+                fail(where + "/fromTarget", "no fromTarget (magnetometer headings only)");
+            u.fromTarget = number(v["fromTarget"], where + "/fromTarget");
+        }
         for (auto [key, field] : {std::pair{"x", &u.x}, std::pair{"y", &u.y}, std::pair{"z", &u.z},
                                   std::pair{"lux", &u.lux}, std::pair{"heading", &u.heading}}) {
             if (v.contains(key))
@@ -327,8 +335,13 @@ public:
 
     Scenario scenario(const json& doc) const {
         object(doc, "");
+        // "recording": what a recording says about itself (module, command line, verdicts);
+        // replay leaves it alone.
         keys(doc, "",
-             {"display", "sensors", "operator", "devices", "failEnumeration", "stop", "dmi"});
+             {"display", "sensors", "operator", "devices", "failEnumeration", "stop", "dmi",
+              "recording"});
+        if (doc.contains("recording"))
+            object(doc["recording"], "/recording");
         Scenario sc;
         if (doc.contains("display")) {
             const auto& d = object(doc["display"], "/display");
@@ -416,10 +429,14 @@ public:
         }
         if (doc.contains("stop")) {
             const auto& s = object(doc["stop"], "/stop");
-            keys(s, "/stop", {"at"});
+            keys(s, "/stop", {"at", "run"});
             if (!s.contains("at"))
                 fail("/stop/at", "the stop request's time in seconds");
             sc.stopAt = seconds(s["at"], "/stop/at");
+            if (s.contains("run")) {
+                sc.stopRun = static_cast<int>(
+                    integer(s["run"], "/stop/run", 1, INT32_MAX, "a test run's number, 1 or more"));
+            }
         }
         return sc;
     }
@@ -463,7 +480,7 @@ Scenario parseScenario(std::string_view text, const std::string& fileName) {
 
 Scenario loadScenario(const std::string& path) {
     std::string problem;
-    const auto text = vek::readTextFile(path, &problem);
+    const auto text = vek::readTextFile(path, &problem, vek::kMaxScenarioBytes);
     if (!text)
         throw ScenarioError("scenario " + path + ": " + problem);
     return parseScenario(*text, path);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <thread>
 
+#include "../CompassTarget.h"
 #include "../SensorObject.h"
 #include "../StoppableThread.h"
 #include "libOrra/IioAttribute.h"
@@ -18,10 +19,10 @@ struct SimBackend::SensorState {
     std::size_t updateCalls = 0;
     std::optional<double> stuckValue;
     double heading = 0.0;
-    double headingAt = 0.0;             // test time of the last heading step
-    std::optional<double> motionStart;  // test time of the first gyrometer sample
-    std::optional<double> posesStart;   // test time of the first accelerometer sample
-    std::size_t pose = 0;               // the pose held now
+    double headingAt = 0.0;              // test time of the last heading step
+    std::optional<double> motionStart;   // test time of the first gyrometer sample
+    std::optional<double> posesStart;    // test time of the first accelerometer sample
+    std::size_t pose = 0;                // the pose held now
     std::optional<double> poseReadFrom;  // test time of the first reading in that pose
 };
 
@@ -134,25 +135,6 @@ private:
     StoppableThread thread_;
 };
 
-double wrap360(double d) {
-    d = std::fmod(d, 360.0);
-    return d < 0 ? d + 360.0 : d;
-}
-
-// The display's turn as the compass reads it: a quarter turn one way is -90, the other +90.
-double compassRotationDegrees(std::optional<std::uint32_t> rotation) {
-    switch (rotation.value_or(0)) {
-        case 1:
-            return -90.0;
-        case 2:
-            return 180.0;
-        case 3:
-            return 90.0;
-        default:
-            return 0.0;
-    }
-}
-
 }  // namespace
 
 SimBackend::SimBackend(Scenario scenario) : scenario_(std::move(scenario)) {
@@ -178,11 +160,11 @@ SimBackend::SimBackend(Scenario scenario) : scenario_(std::move(scenario)) {
     });
     // The person reads the compass's target as drawn, -(target + display rotation), and turns
     // the device toward the heading that brings the needle onto it.
-    const double rotationDegrees = compassRotationDegrees(scenario_.rotation);
+    const std::optional<std::uint32_t> rotationNow = scenario_.rotation;
     watcherToken_ = platform::setOperatorWatcher(
-        [this, rotationDegrees](const std::string& dialog, const std::string& item, double value) {
+        [this, rotationNow](const std::string& dialog, const std::string& item, double value) {
             if (dialog == "MagnetometerTest" && item == "target")
-                setHeadingTarget(wrap360(-value - rotationDegrees));
+                setHeadingTarget(targetHeading(value, rotationNow));
         });
 }
 
@@ -198,6 +180,7 @@ double SimBackend::now() const {
 }
 
 void SimBackend::testStarting() {
+    ++runs_;
     std::lock_guard lock(mutex_);
     originNs_ = vek::Clock::current().now().count();
     for (std::size_t i = 0; i < states_.size(); ++i) {
@@ -210,6 +193,9 @@ void SimBackend::testStarting() {
 }
 
 bool SimBackend::stopDue() const {
+    // A recording's stop came in one run and, like a signal, holds for the runs after it.
+    if (scenario_.stopRun && runs_.load() != *scenario_.stopRun)
+        return runs_.load() > *scenario_.stopRun;
     return scenario_.stopAt && now() >= *scenario_.stopAt;
 }
 
@@ -362,7 +348,8 @@ bool SimBackend::nextSample(std::size_t index, Sample& out) {
         out.z = u.z.value_or(0.0);
         out.lux = static_cast<float>(u.lux.value_or(0.0));
         out.kind = u.kind.value_or(2);
-        out.heading = u.heading.value_or(0.0);
+        out.heading = u.fromTarget && headingTarget_ ? wrap360(*headingTarget_ + *u.fromTarget)
+                                                     : u.heading.value_or(0.0);
         out.headingValid = u.heading.has_value() && u.valid.value_or(true);
     } else {
         // No script: a sensor at rest on a desk in an office.

@@ -47,4 +47,16 @@ void clearOperatorWatcher(unsigned token);
 // Shows a value to the watcher, if one is installed; a no-op on a real machine.
 void showToOperator(const std::string& dialog, const std::string& item, double value);
 
+// What the person did and was shown, for a recording of the run: a press of `control` ("Fail",
+// "Escape", ...) `at` seconds after `dialog` opened, and each value shown to the operator.
+// Beside the watcher, so a recording of the simulated machine leaves its person as it is.
+struct OperatorLog {
+    std::function<void(const std::string& dialog, const std::string& control, double at)> press;
+    std::function<void(const std::string& dialog, const std::string& item, double value)> shown;
+};
+unsigned setOperatorLog(OperatorLog log);
+void clearOperatorLog(unsigned token);
+// Tells the log, if one is installed, that the person pressed `control`.
+void logPress(const std::string& dialog, const std::string& control, double at);
+
 }  // namespace platform

@@ -20,12 +20,27 @@ public:
     // Installs `clock` for the whole process (nullptr restores the monotonic clock). The
     // clock must outlive its installation.
     static void installForTesting(Clock* clock);
+    // The same, for a program that runs its sensor time faster (a replay with --fast).
+    static void install(Clock* clock) { installForTesting(clock); }
 };
 
 class SteadyClock final : public Clock {
 public:
     Duration now() const override;
     void sleepFor(Duration d) override;
+};
+
+// The monotonic clock run `factor` times faster: a replay of a recorded run (--fast) takes
+// its sensor time, its tests' waits and time-outs at that pace. Thread-safe.
+class FastClock final : public Clock {
+public:
+    explicit FastClock(double factor);
+    Duration now() const override;
+    void sleepFor(Duration d) override;
+
+private:
+    double factor_;
+    Duration start_;
 };
 
 // A clock that moves only when told to, or when someone sleeps on it. Thread-safe.

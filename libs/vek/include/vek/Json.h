@@ -26,10 +26,15 @@ std::optional<nlohmann::json> parseJson(std::string_view text, JsonSyntaxError& 
 constexpr std::size_t kMaxInputFileBytes = 4u << 20;
 constexpr const char* kMaxInputFileText = "4 MiB";
 
-// The whole text of a regular file of at most kMaxInputFileBytes, or nullopt with the reason
-// in `problem` ("cannot be read: No such file or directory", "is not a regular file", "is
-// larger than 4 MiB"). A FIFO or device is refused without blocking on it.
+// A scenario may be a recording of a long run: ten minutes of a gyrometer read at 100 Hz are
+// about 5 MiB.
+constexpr std::size_t kMaxScenarioBytes = 32u << 20;
+
+// The whole text of a regular file of at most `maxBytes` (whole MiB), or nullopt with the
+// reason in `problem` ("cannot be read: No such file or directory", "is not a regular file",
+// "is larger than 4 MiB"). A FIFO or device is refused without blocking on it.
 std::optional<std::string> readTextFile(const std::filesystem::path& path,
-                                        std::string* problem = nullptr);
+                                        std::string* problem = nullptr,
+                                        std::size_t maxBytes = kMaxInputFileBytes);
 
 }  // namespace vek

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "libOrra/SensorBackend.h"
+
+namespace libOrra {
+
+// What a run's sensors did, kept as a scenario the simulated machine replays: per sensor the
+// states it reported and every reading (or failed update) in the order the tests asked for
+// them, with its time since its test started; proximity readings and errors on their time
+// line; the person's presses in each dialog; a stop request. No host identity. Filled from the
+// tests' threads and the sensors' own threads; thread-safe.
+class Recorder {
+public:
+    Recorder();
+    ~Recorder();
+    void testStarting();
+    void sensor(const SensorInfo& info);
+    void state(const std::string& locator, std::int32_t state);
+    // A reading of a sensor of `kind`, or a failed update (nullopt).
+    void update(const std::string& locator, SensorKind kind, const std::optional<Sample>& sample);
+    void proximity(const std::string& locator, bool detected, std::uint32_t mm);
+    void proximityError(const std::string& locator);
+    void press(const std::string& dialog, const std::string& control, double secondsAfterOpen);
+    // A stop request ended the `run`-th test run (from 1).
+    void stop(int run);
+    // The compass's target heading as the person reads it; later headings are kept relative
+    // to it, so a replay whose target is drawn anew turns the same way toward its own.
+    void headingTarget(double degrees);
+    void rotation(std::optional<std::uint32_t> rotation);
+    // The display rotation recorded (nullopt: unknown or unreadable).
+    std::optional<std::uint32_t> recordedRotation() const;
+
+    // The scenario so far (JSON text), with `recording` as its "recording" block.
+    std::string scenarioText(const std::string& recordingBlockJson) const;
+
+private:
+    double now() const;
+    struct Sensor;
+    Sensor& find(const std::string& locator);
+
+    mutable std::mutex mutex_;
+    std::int64_t originNs_ = 0;
+    std::vector<std::unique_ptr<Sensor>> sensors_;
+    struct Press {
+        double at;
+        std::string dialog, control;
+    };
+    std::vector<Press> presses_;
+    std::optional<std::pair<double, int>> stop_;
+    std::optional<double> target_;
+    std::optional<std::optional<std::uint32_t>> rotation_;
+};
+
+// `inner` with every sensor access written to `recorder` on the way.
+std::shared_ptr<SensorBackend> recordingBackend(std::shared_ptr<SensorBackend> inner,
+                                                std::shared_ptr<Recorder> recorder);
+
+}  // namespace libOrra

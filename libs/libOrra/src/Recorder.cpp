@@ -1,0 +1,364 @@
+#include "libOrra/Recorder.h"
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "CompassTarget.h"
+#include "SensorObject.h"
+#include "platform/Display.h"
+#include "platform/Screen.h"
+#include "vek/Clock.h"
+
+namespace libOrra {
+
+struct Recorder::Sensor {
+    SensorInfo info;
+    nlohmann::json states = nlohmann::json::array();
+    nlohmann::json updates = nlohmann::json::array();
+    nlohmann::json readings = nlohmann::json::array();
+    std::optional<double> errorAt;
+};
+
+namespace {
+
+// Six significant digits keep a key measurement well within 1 % and a reading under 100
+// bytes; times to the millisecond.
+double significant(double v) {
+    if (v == 0.0 || !std::isfinite(v))
+        return v;
+    const double scale = std::pow(10.0, 5 - std::floor(std::log10(std::abs(v))));
+    return std::round(v * scale) / scale;
+}
+
+double millis(double seconds) {
+    return std::round(seconds * 1000.0) / 1000.0;
+}
+
+}  // namespace
+
+Recorder::Recorder() = default;
+Recorder::~Recorder() = default;
+
+double Recorder::now() const {
+    return static_cast<double>(vek::Clock::current().now().count() - originNs_) * 1e-9;
+}
+
+void Recorder::testStarting() {
+    std::lock_guard lock(mutex_);
+    originNs_ = vek::Clock::current().now().count();
+    target_.reset();
+}
+
+Recorder::Sensor& Recorder::find(const std::string& locator) {
+    for (auto& s : sensors_) {
+        if (s->info.locator == locator)
+            return *s;
+    }
+    sensors_.push_back(std::make_unique<Sensor>());
+    sensors_.back()->info.locator = locator;
+    return *sensors_.back();
+}
+
+void Recorder::sensor(const SensorInfo& info) {
+    std::lock_guard lock(mutex_);
+    Sensor& s = find(info.locator);
+    s.info = info;
+}
+
+void Recorder::state(const std::string& locator, std::int32_t state) {
+    std::lock_guard lock(mutex_);
+    find(locator).states.push_back(state);
+}
+
+void Recorder::update(const std::string& locator, SensorKind kind,
+                      const std::optional<Sample>& sample) {
+    std::lock_guard lock(mutex_);
+    nlohmann::json u{{"at", millis(now())}};
+    if (!sample) {
+        u["fail"] = true;
+    } else {
+        switch (kind) {
+            case SensorKind::Accelerometer:
+            case SensorKind::Gyrometer:
+                u["x"] = significant(sample->x);
+                u["y"] = significant(sample->y);
+                u["z"] = significant(sample->z);
+                if (kind == SensorKind::Gyrometer && sample->kind != 2)
+                    u["kind"] = sample->kind;
+                break;
+            case SensorKind::Magnetometer:
+                u["heading"] = significant(sample->heading);
+                if (!sample->headingValid)
+                    u["valid"] = false;
+                if (target_)
+                    u["fromTarget"] =
+                        significant(std::remainder(sample->heading - *target_, 360.0));
+                break;
+            case SensorKind::Light:
+                u["lux"] = significant(sample->lux);
+                break;
+            case SensorKind::Proximity:
+                break;
+        }
+    }
+    find(locator).updates.push_back(std::move(u));
+}
+
+void Recorder::proximity(const std::string& locator, bool detected, std::uint32_t mm) {
+    std::lock_guard lock(mutex_);
+    find(locator).readings.push_back({{"at", millis(now())}, {"detected", detected}, {"mm", mm}});
+}
+
+void Recorder::proximityError(const std::string& locator) {
+    std::lock_guard lock(mutex_);
+    Sensor& s = find(locator);
+    if (!s.errorAt)
+        s.errorAt = millis(now());
+}
+
+void Recorder::press(const std::string& dialog, const std::string& control, double at) {
+    std::lock_guard lock(mutex_);
+    presses_.push_back({millis(at), dialog, control});
+}
+
+void Recorder::stop(int run) {
+    std::lock_guard lock(mutex_);
+    if (!stop_)
+        stop_ = std::pair(millis(now()), run);
+}
+
+void Recorder::headingTarget(double degrees) {
+    std::lock_guard lock(mutex_);
+    target_ = degrees;
+}
+
+void Recorder::rotation(std::optional<std::uint32_t> rotation) {
+    std::lock_guard lock(mutex_);
+    if (!rotation_)
+        rotation_ = rotation;
+}
+
+std::optional<std::uint32_t> Recorder::recordedRotation() const {
+    std::lock_guard lock(mutex_);
+    return rotation_.value_or(std::nullopt);
+}
+
+namespace {
+
+std::string compact(const nlohmann::json& j) {
+    return j.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+// `items` one to a line, so a long run stays readable and diffs well.
+std::string lines(const nlohmann::json& items, const char* indent) {
+    std::string out = "[";
+    for (std::size_t i = 0; i < items.size(); ++i)
+        out += std::string(i ? ",\n" : "\n") + indent + compact(items[i]);
+    return out + (items.empty() ? "]" : "\n" + std::string(indent).substr(2) + "]");
+}
+
+}  // namespace
+
+std::string Recorder::scenarioText(const std::string& recordingBlockJson) const {
+    std::lock_guard lock(mutex_);
+    std::string out = "{\n \"recording\": " + recordingBlockJson + ",\n";
+    const auto rotation = rotation_.value_or(std::optional<std::uint32_t>(0));
+    out += " \"display\": " +
+           compact({{"rotation", rotation ? nlohmann::json(*rotation) : nlohmann::json()}}) +
+           ",\n \"sensors\": [";
+    for (std::size_t i = 0; i < sensors_.size(); ++i) {
+        const Sensor& s = *sensors_[i];
+        out += std::string(i ? ",\n" : "\n") + "  {\"kind\": " + compact(kindName(s.info.kind)) +
+               ", \"locator\": " + compact(s.info.locator) + ", \"name\": " + compact(s.info.name);
+        if (!s.states.empty())
+            out += ",\n   \"states\": " + compact(s.states);
+        if (!s.updates.empty())
+            out += ",\n   \"updates\": " + lines(s.updates, "    ");
+        if (s.info.kind == SensorKind::Proximity)
+            out += ",\n   \"readings\": " + lines(s.readings, "    ");
+        if (s.errorAt)
+            out += ",\n   \"error\": " + compact({{"at", *s.errorAt}});
+        out += "}";
+    }
+    nlohmann::json presses = nlohmann::json::array();
+    for (const auto& p : presses_)
+        presses.push_back({{"at", p.at}, {"dialog", p.dialog}, {"press", p.control}});
+    out += "\n ],\n \"operator\": " + lines(presses, "   ");
+    if (stop_)
+        out += ",\n \"stop\": " + compact({{"at", stop_->first}, {"run", stop_->second}});
+    return out + "\n}\n";
+}
+
+namespace {
+
+// A sensor's COM face that writes each state it reports.
+class RecordingSensor final : public ISensor {
+public:
+    RecordingSensor(ISensor* inner, std::shared_ptr<Recorder> recorder, std::string locator)
+        : inner_(inner), recorder_(std::move(recorder)), locator_(std::move(locator)) {
+        inner_->AddRef();
+    }
+    HRESULT QueryInterface(REFIID riid, void** ppv) override {
+        return inner_->QueryInterface(riid, ppv);
+    }
+    ULONG AddRef() override { return refs_.fetch_add(1) + 1; }
+    ULONG Release() override {
+        const ULONG left = refs_.fetch_sub(1) - 1;
+        if (left == 0) {
+            inner_->Release();
+            delete this;
+        }
+        return left;
+    }
+    HRESULT GetState(::SensorState* state) override {
+        const HRESULT hr = inner_->GetState(state);
+        if (SUCCEEDED(hr) && state)
+            recorder_->state(locator_, *state);
+        return hr;
+    }
+    HRESULT SetEventSink(ISensorEvents* sink) override { return inner_->SetEventSink(sink); }
+
+private:
+    ~RecordingSensor() = default;
+    ISensor* inner_;
+    std::shared_ptr<Recorder> recorder_;
+    std::string locator_;
+    std::atomic<ULONG> refs_{1};
+};
+
+class RecordingDevice final : public SensorDevice {
+public:
+    RecordingDevice(std::unique_ptr<SensorDevice> inner, std::shared_ptr<Recorder> recorder,
+                    SensorInfo info)
+        : inner_(std::move(inner)),
+          recorder_(std::move(recorder)),
+          info_(std::move(info)),
+          sensor_(inner_->sensor() ? new RecordingSensor(inner_->sensor(), recorder_, info_.locator)
+                                   : nullptr) {}
+    ~RecordingDevice() override {
+        if (sensor_)
+            sensor_->Release();
+    }
+    ISensor* sensor() override { return sensor_; }
+    bool read(Sample& out) override {
+        const bool ok = inner_->read(out);
+        recorder_->update(info_.locator, info_.kind, ok ? std::optional(out) : std::nullopt);
+        return ok;
+    }
+
+private:
+    std::unique_ptr<SensorDevice> inner_;
+    std::shared_ptr<Recorder> recorder_;
+    SensorInfo info_;
+    ISensor* sensor_;
+};
+
+class RecordingProximity final : public ProximityStream {
+public:
+    RecordingProximity(std::unique_ptr<ProximityStream> inner, std::shared_ptr<Recorder> recorder,
+                       std::string locator)
+        : inner_(std::move(inner)), recorder_(std::move(recorder)), locator_(std::move(locator)) {}
+    bool start(ReadingFn onReading, ErrorFn onError) override {
+        return inner_->start(
+            [this, onReading = std::move(onReading)](bool detected, std::uint32_t mm) {
+                recorder_->proximity(locator_, detected, mm);
+                onReading(detected, mm);
+            },
+            [this, onError = std::move(onError)] {
+                recorder_->proximityError(locator_);
+                onError();
+            });
+    }
+    void stop() override { inner_->stop(); }
+
+private:
+    std::unique_ptr<ProximityStream> inner_;
+    std::shared_ptr<Recorder> recorder_;
+    std::string locator_;
+};
+
+// Forwards to the machine it records; its sensors report to the recorder on the way.
+class RecordingBackend final : public SensorBackend {
+public:
+    RecordingBackend(std::shared_ptr<SensorBackend> inner, std::shared_ptr<Recorder> recorder)
+        : inner_(std::move(inner)), recorder_(std::move(recorder)) {
+        platform::OperatorLog log;
+        log.press = [recorder = recorder_](const std::string& dialog, const std::string& control,
+                                           double at) { recorder->press(dialog, control, at); };
+        // The compass's target as drawn, -(target + display rotation): the heading the person
+        // turns toward (see Recorder::headingTarget).
+        log.shown = [recorder = recorder_](const std::string& dialog, const std::string& item,
+                                           double value) {
+            if (dialog == "MagnetometerTest" && item == "target")
+                recorder->headingTarget(targetHeading(value, recorder->recordedRotation()));
+        };
+        log_ = platform::setOperatorLog(std::move(log));
+    }
+    ~RecordingBackend() override { platform::clearOperatorLog(log_); }
+    std::string name() const override { return inner_->name(); }
+    std::vector<SensorInfo> sensors() override {
+        auto list = inner_->sensors();
+        for (const auto& s : list)
+            recorder_->sensor(s);
+        return list;
+    }
+    bool open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>>& devices,
+              std::vector<SensorInfo>& infos) override {
+        std::vector<std::unique_ptr<SensorDevice>> opened;
+        const bool ok = inner_->open(kind, opened, infos);
+        for (std::size_t i = 0; i < opened.size() && i < infos.size(); ++i) {
+            recorder_->sensor(infos[i]);
+            devices.push_back(
+                std::make_unique<RecordingDevice>(std::move(opened[i]), recorder_, infos[i]));
+        }
+        return ok;
+    }
+    std::unique_ptr<ProximityStream> openProximity(const std::string& locator) override {
+        auto stream = inner_->openProximity(locator);
+        if (!stream)
+            return stream;
+        return std::make_unique<RecordingProximity>(std::move(stream), recorder_, locator);
+    }
+    // Every device is kept, read or not, so a replay offers the tests the same devices.
+    std::vector<DeviceEntry> devices() override {
+        auto list = inner_->devices();
+        for (const auto& d : list) {
+            if (const auto kind = kindFromCapability(d.capability))
+                recorder_->sensor({*kind, d.locator, d.name});
+        }
+        return list;
+    }
+    void testStarting() override {
+        inner_->testStarting();
+        recorder_->testStarting();
+        DEVMODEW mode;
+        const bool known = EnumDisplaySettingsW(nullptr, ENUM_CURRENT_SETTINGS, &mode) &&
+                           (mode.dmFields & DM_DISPLAYORIENTATION);
+        recorder_->rotation(known ? std::optional(mode.dmDisplayOrientation) : std::nullopt);
+    }
+    bool stopDue() const override { return inner_->stopDue(); }
+    std::vector<DeviceNote> takeNotes(const std::string& locator) override {
+        return inner_->takeNotes(locator);
+    }
+    std::string lookedIn() const override { return inner_->lookedIn(); }
+    std::vector<std::string> explain(SensorKind kind, const std::string& locator) override {
+        return inner_->explain(kind, locator);
+    }
+    std::optional<Mounting> mounting(const std::string& locator) override {
+        return inner_->mounting(locator);
+    }
+
+private:
+    std::shared_ptr<SensorBackend> inner_;
+    std::shared_ptr<Recorder> recorder_;
+    unsigned log_ = 0;
+};
+
+}  // namespace
+
+std::shared_ptr<SensorBackend> recordingBackend(std::shared_ptr<SensorBackend> inner,
+                                                std::shared_ptr<Recorder> recorder) {
+    return std::make_shared<RecordingBackend>(std::move(inner), std::move(recorder));
+}
+
+}  // namespace libOrra
