@@ -1,7 +1,9 @@
 #include "libOrra/Recorder.h"
 
 #include <cmath>
+#include <initializer_list>
 #include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "CompassTarget.h"
 #include "SensorObject.h"
@@ -149,44 +151,60 @@ std::string compact(const nlohmann::json& j) {
     return j.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-// `items` one to a line, so a long run stays readable and diffs well.
-std::string lines(const nlohmann::json& items, const char* indent) {
-    std::string out = "[";
+// Appends each piece. (Piecewise, not by operator+: g++ 12 at -O3 misreads a chain of
+// std::string temporaries as an overlapping copy, GCC bug 105329.)
+void add(std::string& out, std::initializer_list<std::string_view> pieces) {
+    for (std::string_view p : pieces)
+        out.append(p);
+}
+
+// `items` one to a line after `indent`, so a long run stays readable and diffs well.
+void addLines(std::string& out, const nlohmann::json& items, std::string_view indent) {
+    out += '[';
     for (std::size_t i = 0; i < items.size(); ++i)
-        out += std::string(i ? ",\n" : "\n") + indent + compact(items[i]);
-    return out + (items.empty() ? "]" : "\n" + std::string(indent).substr(2) + "]");
+        add(out, {i ? ",\n" : "\n", indent, compact(items[i])});
+    if (!items.empty())
+        add(out, {"\n", indent.substr(2)});
+    out += ']';
 }
 
 }  // namespace
 
 std::string Recorder::scenarioText(const std::string& recordingBlockJson) const {
     std::lock_guard lock(mutex_);
-    std::string out = "{\n \"recording\": " + recordingBlockJson + ",\n";
+    std::string out;
     const auto rotation = rotation_.value_or(std::optional<std::uint32_t>(0));
-    out += " \"display\": " +
-           compact({{"rotation", rotation ? nlohmann::json(*rotation) : nlohmann::json()}}) +
-           ",\n \"sensors\": [";
+    add(out, {"{\n \"recording\": ", recordingBlockJson, ",\n \"display\": ",
+              compact({{"rotation", rotation ? nlohmann::json(*rotation) : nlohmann::json()}}),
+              ",\n \"sensors\": ["});
     for (std::size_t i = 0; i < sensors_.size(); ++i) {
         const Sensor& s = *sensors_[i];
-        out += std::string(i ? ",\n" : "\n") + "  {\"kind\": " + compact(kindName(s.info.kind)) +
-               ", \"locator\": " + compact(s.info.locator) + ", \"name\": " + compact(s.info.name);
+        add(out,
+            {i ? ",\n" : "\n", "  {\"kind\": ", compact(kindName(s.info.kind)),
+             ", \"locator\": ", compact(s.info.locator), ", \"name\": ", compact(s.info.name)});
         if (!s.states.empty())
-            out += ",\n   \"states\": " + compact(s.states);
-        if (!s.updates.empty())
-            out += ",\n   \"updates\": " + lines(s.updates, "    ");
-        if (s.info.kind == SensorKind::Proximity)
-            out += ",\n   \"readings\": " + lines(s.readings, "    ");
+            add(out, {",\n   \"states\": ", compact(s.states)});
+        if (!s.updates.empty()) {
+            out += ",\n   \"updates\": ";
+            addLines(out, s.updates, "    ");
+        }
+        if (s.info.kind == SensorKind::Proximity) {
+            out += ",\n   \"readings\": ";
+            addLines(out, s.readings, "    ");
+        }
         if (s.errorAt)
-            out += ",\n   \"error\": " + compact({{"at", *s.errorAt}});
-        out += "}";
+            add(out, {",\n   \"error\": ", compact({{"at", *s.errorAt}})});
+        out += '}';
     }
     nlohmann::json presses = nlohmann::json::array();
     for (const auto& p : presses_)
         presses.push_back({{"at", p.at}, {"dialog", p.dialog}, {"press", p.control}});
-    out += "\n ],\n \"operator\": " + lines(presses, "   ");
+    out += "\n ],\n \"operator\": ";
+    addLines(out, presses, "   ");
     if (stop_)
-        out += ",\n \"stop\": " + compact({{"at", stop_->first}, {"run", stop_->second}});
-    return out + "\n}\n";
+        add(out, {",\n \"stop\": ", compact({{"at", stop_->first}, {"run", stop_->second}})});
+    out += "\n}\n";
+    return out;
 }
 
 namespace {

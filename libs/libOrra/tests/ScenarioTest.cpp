@@ -4,7 +4,9 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cmath>
 
+#include "libOrra/Recorder.h"
 #include "libOrra/Scenario.h"
 
 namespace {
@@ -23,6 +25,28 @@ TEST(Scenario, DemoParsesWithOneSensorOfEachKind) {
                   1)
             << libOrra::kindName(kind);
     }
+}
+
+// Ten minutes of a gyrometer read at 100 Hz, turned by a hand: at most 100 bytes a reading,
+// and the recording is read back as a scenario.
+TEST(Recording, ALongGyrometerRunStaysSmallAndIsReadBack) {
+    libOrra::Recorder recorder;
+    recorder.sensor({SensorKind::Gyrometer, "/sys/devices/platform/HID-SENSOR-200076.3/iio:device4",
+                     "gyro_3d"});
+    constexpr int kReadings = 10 * 60 * 100;
+    for (int i = 0; i < kReadings; ++i) {
+        libOrra::Sample s;
+        s.x = 123.456789 * std::sin(i * 0.01), s.y = -98.7654321 * std::cos(i * 0.013), s.z = 0.5;
+        recorder.update("/sys/devices/platform/HID-SENSOR-200076.3/iio:device4",
+                        SensorKind::Gyrometer, i % 97 ? std::optional(s) : std::nullopt);
+    }
+    const std::string text = recorder.scenarioText(R"({"module": "vekrsensors.vkm"})");
+    EXPECT_LE(text.size(), 100u * kReadings);
+    const auto sc = parseScenario(text, "rec.json");
+    ASSERT_EQ(sc.sensors.size(), 1u);
+    ASSERT_EQ(sc.sensors[0].updates.size(), static_cast<std::size_t>(kReadings));
+    EXPECT_TRUE(sc.sensors[0].updates[0].fail);
+    EXPECT_NEAR(*sc.sensors[0].updates[1].x, 1.23455, 1e-5);  // six significant digits
 }
 
 // malformed_scenarios.json: each text with the one-line message it must be refused with
