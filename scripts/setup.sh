@@ -15,6 +15,7 @@ packages=(
   dpkg-dev python3-jsonschema
   xvfb
   locales
+  prometheus-node-exporter prometheus
 )
 
 missing=()

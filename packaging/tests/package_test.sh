@@ -38,6 +38,16 @@ module="$root/usr/lib/vekrsensors/vekrsensors.vkm"
 zcat "$root/usr/share/man/man1/vekrsensors.1.gz" | holds '^\.SH EXIT STATUS' ||
   fail "man page without EXIT STATUS"
 [ -f "$root/usr/share/doc/vekrsensors/copyright" ] || fail "no copyright file"
+# The health check's units as systemd reads them, their command pointed at the unpacked one
+# (the man page is checked above).
+mkdir "$scratch/units"
+for unit in vekrsensors-check.service vekrsensors-check.timer; do
+  sed "s|/usr/bin/vekrsensors|$cmd|" "$root/usr/lib/systemd/system/$unit" >"$scratch/units/$unit"
+done
+systemd-analyze verify --man=no "$scratch/units/vekrsensors-check.service" \
+  "$scratch/units/vekrsensors-check.timer" >"$scratch/verify.log" 2>&1 ||
+  fail "systemd-analyze verify: $(cat "$scratch/verify.log")"
+[ ! -s "$scratch/verify.log" ] || fail "systemd-analyze verify says: $(cat "$scratch/verify.log")"
 
 # Run from a folder that has nothing of ours: resources come from the install.
 cd "$scratch"

@@ -50,6 +50,9 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
         "--record", o.record,
         "Write what the sensors did and the person pressed as a scenario, replayable with "
         "--scenario");
+    CLI::Option* metrics = app.add_option(
+        "--metrics", o.metrics,
+        "Write the run in Prometheus' text format, for node_exporter's textfile collector");
     app.add_flag("--fast", o.fast,
                  "With --scenario: run the sensor clock, and with it the tests' waits, ten times "
                  "faster (a recording replays in a tenth of its time)");
@@ -103,6 +106,7 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
     o.junitGiven = junit->count() > 0;
     o.hwdbGiven = hwdb->count() > 0;
     o.recordGiven = record->count() > 0;
+    o.metricsGiven = metrics->count() > 0;
     if (o.recordGiven && (o.record.empty() || o.record == "-"))
         return usage("--record needs a file name (a recording is rewritten after each test)");
     if (o.orientation && !o.tests.empty())

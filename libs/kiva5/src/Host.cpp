@@ -17,6 +17,7 @@
 #include "kiva5/KivaException.h"
 #include "kiva5/Localization.h"
 #include "kiva5/MachineIdentity.h"
+#include "kiva5/Metrics.h"
 #include "kiva5/Report.h"
 #include "kiva5/ReportDestination.h"
 #include "vek/Clock.h"
@@ -418,11 +419,13 @@ int Host::start(const std::vector<std::string>& args) {
         std::optional<ReportDestination> junitDestination;
         std::optional<ReportDestination> hwdbDestination;
         std::optional<ReportDestination> recordDestination;
+        std::optional<ReportDestination> metricsDestination;
         for (auto [given, option, name, into] :
              {std::tuple(o.reportGiven, "--report", &o.report, &destination),
               std::tuple(o.junitGiven, "--junit", &o.junit, &junitDestination),
               std::tuple(o.hwdbGiven, "--hwdb", &o.hwdb, &hwdbDestination),
-              std::tuple(o.recordGiven, "--record", &o.record, &recordDestination)}) {
+              std::tuple(o.recordGiven, "--record", &o.record, &recordDestination),
+              std::tuple(o.metricsGiven, "--metrics", &o.metrics, &metricsDestination)}) {
             if (!given)
                 continue;
             std::string problem;
@@ -545,6 +548,20 @@ int Host::start(const std::vector<std::string>& args) {
         }
         if (!recorded)
             code = TestResult::EXITEDABNORMALLY().value();
+        if (metricsDestination) {
+            // Every sensor the machine has, read once, beside the tests' verdicts.
+            std::vector<SensorHealth> health;
+            for (const DiagDevice& d : devices) {
+                health.push_back({std::string(d.capability().name()), d.osLocator().str(),
+                                  d.name().str(), source->readable(d)});
+            }
+            if (const std::string problem =
+                    metricsDestination->write(metricsText(report, health, code), out_);
+                !problem.empty()) {
+                err_ << moduleFile_ << ": " << problem << "\n";
+                code = TestResult::EXITEDABNORMALLY().value();
+            }
+        }
         report.printSummary(terminal, written ? "" : "report not written", code);
         if (escaped)
             std::rethrow_exception(escaped);

@@ -39,6 +39,25 @@ public:
     }
 
     std::string lookedIn() const override { return backend_->lookedIn(); }
+    bool readable(const DiagDevice& device) override {
+        const auto kind = libOrra::kindFromCapability(device.capability().name());
+        std::vector<std::unique_ptr<libOrra::SensorDevice>> devices;
+        std::vector<libOrra::SensorInfo> infos;
+        if (!kind || !backend_->open(*kind, devices, infos))
+            return false;
+        for (std::size_t i = 0; i < devices.size() && i < infos.size(); ++i) {
+            libOrra::Sample sample;
+            if (infos[i].locator != device.osLocator().str())
+                continue;
+            // A hub waking up may fail its first read; three in a row is a dead sensor.
+            for (int attempt = 0; attempt < 3; ++attempt) {
+                if (devices[i]->read(sample))
+                    return true;
+            }
+            return false;
+        }
+        return false;
+    }
     std::string recording(const std::string& block) const override {
         return recorder_ ? recorder_->scenarioText(block) : std::string();
     }

@@ -18,7 +18,9 @@ struct CommandLine {
     bool hwdbGiven = false;
     std::string record;  // where the run's sensor data goes, as a scenario
     bool recordGiven = false;
-    bool fast = false;  // a replay's sensor time ten times faster
+    bool fast = false;
+    std::string metrics;        // the run for Prometheus' textfile collector
+    bool metricsGiven = false;  // a replay's sensor time ten times faster
     std::vector<std::string> tests;
     std::string device;
     std::vector<std::string> params;

@@ -34,6 +34,8 @@ public:
     virtual std::string recording(const std::string& /*block*/) const { return {}; }
     // A stop request ended the run that is ending: the recording replays it in that run.
     virtual void stopSeen(int /*run*/) {}
+    // Whether one reading can be taken from `device` now (bounded, as every sensor access).
+    virtual bool readable(const DiagDevice& /*device*/) { return false; }
     // Where the source looked for devices ("" when it cannot say).
     virtual std::string lookedIn() const { return {}; }
     // For a bug report: where each of the device's values comes from and one reading, a line
