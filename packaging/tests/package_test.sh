@@ -26,6 +26,7 @@ grep -q '^Depends:.*libudev1' <<<"$core_control" || fail "core depends: $core_co
 ! grep -qi 'qt' <<<"$(dpkg-deb -f "$core" Depends)" || fail "core depends on Qt"
 grep -q '^Recommends: vekrsensors-dialogs' <<<"$core_control" || fail "core recommends"
 grep -q "^Depends:.*vekrsensors (= $version)" <<<"$dialogs_control" || fail "dialogs depends"
+grep -q '^Recommends: qt6-wayland' <<<"$dialogs_control" || fail "dialogs recommends"
 grep -q '^Depends:.*libqt6widgets6' <<<"$dialogs_control" || fail "dialogs needs Qt Widgets"
 
 root="$scratch/root"

@@ -8,7 +8,8 @@
 //    "tree": {"layout": "hidAccel3d",  a fake sysfs with one device of a driver's layout
 //             "name": "...", "set": {"attr": "text"}, "silent": "attr", "busyBuffer": true,
 //             "root": "folder name", "devices": [{...}, ...]}   or several devices (n: number)
-//    "env": ["DISPLAY=@X"],            @X: a virtual X server, @S: one that never answers
+//    "env": ["DISPLAY=@X"],            @X: a virtual X server, @S: one that never answers,
+//                                      @W (WAYLAND_DISPLAY): a headless weston
 //    "files": {"name": "text"}, "links": {"name": "target"}, "readOnlyDir": "name",
 //    "fifo": "name", "bigFile": {"name": bytes},   more in the working folder
 //    "reportTo": "r.json" (default; null: no --report), "reportAt": where it then lies,
@@ -39,6 +40,7 @@
 #include <thread>
 
 #include "FakeSysfs.h"
+#include "HeadlessWeston.h"
 #include "ModuleProcess.h"
 #include "ScratchDir.h"
 #include "SilentXServer.h"
@@ -181,7 +183,17 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
     start.env = entry.value("env", std::vector<std::string>{});
     std::optional<VirtualXServer> x;
     std::optional<SilentXServer> silent;
-    for (std::string& e : start.env) {
+    std::optional<HeadlessWeston> weston;
+    for (std::size_t i = 0, n = start.env.size(); i < n; ++i) {
+        std::string& e = start.env[i];
+        if (e.ends_with("@W")) {
+            weston.emplace();
+            if (!weston->available())
+                GTEST_SKIP() << "weston is not installed or did not start";
+            e.replace(e.size() - 2, 2, weston->socket());
+            start.env.push_back("XDG_RUNTIME_DIR=" + weston->runtimeDir());
+            continue;
+        }
         if (e.ends_with("@X")) {
             x.emplace();
             if (!x->available())

@@ -1,6 +1,10 @@
 #include "libLumo/DisplayProbe.h"
 
+#include <wayland-client.h>
 #include <xcb/xcb.h>
+
+#include <QLibraryInfo>
+#include <filesystem>
 
 #include <chrono>
 #include <cstdlib>
@@ -22,8 +26,7 @@ constexpr std::chrono::milliseconds kXAnswerTime{2000};
 // connection Qt's xcb plugin makes, which aborts the process when it fails.
 std::string xServerProblem() {
     if (!platform::environmentSet("DISPLAY"))
-        return platform::environmentSet("WAYLAND_DISPLAY") ? "a Wayland session without XWayland (DISPLAY is not set)"
-                                         : "neither DISPLAY nor WAYLAND_DISPLAY is set";
+        return "DISPLAY is not set";
     const std::string display = std::getenv("DISPLAY");
     const std::optional<bool> answered = vek::callWithin(kXAnswerTime, [display] {
         xcb_connection_t* connection = xcb_connect(display.c_str(), nullptr);
@@ -42,15 +45,66 @@ std::string xServerProblem() {
     return "cannot connect to the X display \"" + display + "\"";
 }
 
+// Why the Wayland compositor in WAYLAND_DISPLAY (a socket name under XDG_RUNTIME_DIR, or a
+// path) cannot be used; empty when it answers a round trip, as Qt's wayland plugin needs it
+// to. Bounded like the X server's answer.
+std::string waylandProblem() {
+    if (!platform::environmentSet("WAYLAND_DISPLAY"))
+        return "WAYLAND_DISPLAY is not set";
+    const std::string name = std::getenv("WAYLAND_DISPLAY");
+    // A socket name lies in XDG_RUNTIME_DIR; without one libwayland would only complain on
+    // stderr.
+    if (!name.starts_with("/") && !platform::environmentSet("XDG_RUNTIME_DIR"))
+        return "XDG_RUNTIME_DIR is not set, so the Wayland socket \"" + name + "\" cannot be found";
+    const std::optional<bool> answered = vek::callWithin(kXAnswerTime, [] {
+        wl_display* display = wl_display_connect(nullptr);
+        if (!display)
+            return false;
+        const bool ok = wl_display_roundtrip(display) >= 0;
+        wl_display_disconnect(display);
+        return ok;
+    });
+    if (!answered) {
+        return "the Wayland compositor \"" + name + "\" did not answer within " +
+               std::to_string(
+                   std::chrono::duration_cast<std::chrono::seconds>(kXAnswerTime).count()) +
+               " s";
+    }
+    if (!*answered)
+        return "cannot connect to the Wayland compositor \"" + name + "\"";
+    // Qt reaches a compositor through its wayland plugin (Debian's qt6-wayland).
+    const std::filesystem::path plugin =
+        std::filesystem::path(QLibraryInfo::path(QLibraryInfo::PluginsPath).toStdString()) /
+        "platforms/libqwayland-generic.so";
+    std::error_code ec;
+    if (!std::filesystem::exists(plugin, ec))
+        return "a Wayland compositor answers, but Qt's Wayland plugin is missing (install "
+               "qt6-wayland)";
+    return {};
+}
+
 }  // namespace
 
 platform::DisplayMode DisplayProbe::detect(bool simulatedMachine, std::string* problem) {
     const char* qpa = std::getenv("QT_QPA_PLATFORM");
     if (qpa && *qpa && !std::string_view(qpa).starts_with("xcb"))
         return platform::DisplayMode::Screen;
-    const std::string why = xServerProblem();
+    std::string why = xServerProblem();
     if (why.empty())
         return platform::DisplayMode::Screen;
+    // No X server (a Wayland session without XWayland: Phosh, Plasma Mobile, GNOME with X on
+    // demand): Qt runs natively on the compositor.
+    if (!(qpa && *qpa) && platform::environmentSet("WAYLAND_DISPLAY")) {
+        const std::string wayland = waylandProblem();
+        if (wayland.empty()) {
+            ::setenv("QT_QPA_PLATFORM", "wayland", 1);
+            return platform::DisplayMode::Screen;
+        }
+        why += "; " + wayland;
+    } else if (!platform::environmentSet("WAYLAND_DISPLAY")) {
+        why = platform::environmentSet("DISPLAY") ? why
+                                                  : "neither DISPLAY nor WAYLAND_DISPLAY is set";
+    }
     if (problem)
         *problem = why;
     return simulatedMachine ? platform::DisplayMode::Offscreen : platform::DisplayMode::None;
