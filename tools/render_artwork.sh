@@ -36,10 +36,17 @@ sizes=(
   "vekrsensors_icon               64  64"
 )
 
+# Each at its size, and at twice its size as name@2x.png for screens at 150-200 % scale (the
+# dialogs scale the 2x rendition down to the screen's ratio, never a 1x one up).
 for row in "${sizes[@]}"; do
   read -r name width height <<<"$row"
-  tmp=$(mktemp "$out/.$name.XXXXXX")
-  rsvg-convert --width "$width" --height "$height" --format png "$src/$name.svg" >"$tmp"
-  mv "$tmp" "$out/$name.png"
+  for scale in 1 2; do
+    suffix=$([ "$scale" = 1 ] || echo "@${scale}x")
+    tmp=$(mktemp "$out/.$name.XXXXXX")
+    rsvg-convert --width $((width * scale)) --height $((height * scale)) --format png \
+      "$src/$name.svg" >"$tmp"
+    chmod 644 "$tmp"
+    mv "$tmp" "$out/$name$suffix.png"
+  done
 done
-echo "render_artwork: ${#sizes[@]} images in $out"
+echo "render_artwork: ${#sizes[@]} images at 1x and 2x in $out"

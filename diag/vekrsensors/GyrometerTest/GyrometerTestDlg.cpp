@@ -40,8 +40,8 @@ std::vector<libLumo::CanvasImage> images() {
 
 // An image scaled by `scale` and centred on `centre`.
 void drawCentred(QPainter& painter, const QImage& image, PointF centre, float scale = 1.0f) {
-    const float w = static_cast<float>(image.width()) * scale;
-    const float h = static_cast<float>(image.height()) * scale;
+    const float w = static_cast<float>(image.deviceIndependentSize().width()) * scale;
+    const float h = static_cast<float>(image.deviceIndependentSize().height()) * scale;
     libLumo::drawBitmap(painter, image, centre.x - w / 2, centre.y - h / 2, centre.x + w / 2,
                         centre.y + h / 2);
 }
@@ -117,8 +117,8 @@ void GyrometerTestDlg::OnFrame() {
 void GyrometerTestDlg::drawPicture(QPainter& painter, float width, float height,
                                    const std::vector<QImage>& bitmaps) {
     GyrometerPicture::Input in = pictureInput(width, height);
-    in.marbleWidth = static_cast<float>(bitmaps[Marble].width());
-    in.marbleHeight = static_cast<float>(bitmaps[Marble].height());
+    in.marbleWidth = static_cast<float>(bitmaps[Marble].deviceIndependentSize().width());
+    in.marbleHeight = static_cast<float>(bitmaps[Marble].deviceIndependentSize().height());
     const GyrometerPicture picture = GyrometerPicture::compute(in);
     const PointF centre{width / 2, height / 2};
 

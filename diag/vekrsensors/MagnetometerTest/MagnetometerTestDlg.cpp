@@ -38,13 +38,16 @@ std::vector<libLumo::CanvasImage> images() {
             {"resources/vekrsensors/compass_arrow_right.png", 201, 406}};
 }
 
+// In the dialog's pixels, whatever the screen's ratio the image was made for.
 CompassPicture::Size sizeOf(const QImage& image) {
-    return {static_cast<float>(image.width()), static_cast<float>(image.height())};
+    const QSizeF size = image.deviceIndependentSize();
+    return {static_cast<float>(size.width()), static_cast<float>(size.height())};
 }
 
 // An image at its own size, centred on `at`.
 void drawCentred(QPainter& painter, const QImage& image, PointF at) {
-    const auto w = static_cast<float>(image.width()), h = static_cast<float>(image.height());
+    const auto size = sizeOf(image);
+    const float w = size.width, h = size.height;
     libLumo::drawBitmap(painter, image, at.x - w / 2, at.y - h / 2, at.x + w / 2, at.y + h / 2);
 }
 

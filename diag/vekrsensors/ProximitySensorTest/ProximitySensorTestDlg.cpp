@@ -1,9 +1,11 @@
 #include "ProximitySensorTestDlg.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QPainter>
 #include <mutex>
 
+#include "libLumo/CanvasDialog.h"
 #include "libTarra/Proximity.h"
 #include "vek/Logging.h"
 #include "vek/Resource.h"
@@ -47,9 +49,10 @@ libLumo::DialogTemplate dialogTemplate() {
     return t;
 }
 
+// The 2x rendition on a screen above 100 %: the picture control scales it down to its size.
 QImage loadImage(const char* path) {
     QImage image;
-    if (const auto file = vek::Resource::resolve(path))
+    if (const auto file = libLumo::resolveImage(path, qApp ? qApp->devicePixelRatio() : 1.0))
         image.load(QString::fromStdString(file->string()));
     if (image.isNull())
         VEK_LOG(s_logger, kLoggerName, 4, "Could not load bitmap '" << path << "'");
@@ -206,7 +209,8 @@ void ProximitySensorTestDlg::customEvent(QEvent* event) {
     // Once the dialog has ended its verdict stands: a reading or an error posted before the
     // end but delivered after it is dropped, as a modal loop that has stopped would.
     if (!IsWindow()) {
-        VEK_LOG(s_logger, kLoggerName, 1, "Message " << message->message() << " after the end dropped");
+        VEK_LOG(s_logger, kLoggerName, 1,
+                "Message " << message->message() << " after the end dropped");
         return;
     }
     switch (message->message()) {

@@ -6,7 +6,7 @@
 namespace {
 
 // Every image the dialogs load is shipped, rendered from its vector source at the size the
-// dialog draws it: a source edited without rendering again, or rendered at another size,
+// dialog draws it and at twice that for high-density screens: a source edited without rendering again, or rendered at another size,
 // would show up blurred or misplaced only on a real screen.
 TEST(Artwork, EveryImageIsShippedFromItsSourceAtTheSizeTheDialogLoads) {
     struct Row {
@@ -43,6 +43,9 @@ TEST(Artwork, EveryImageIsShippedFromItsSourceAtTheSizeTheDialogLoads) {
         const std::string png = std::string(row.name) + ".png";
         const QImage image(QString::fromStdString((shipped / png).string()));
         EXPECT_EQ(image.size(), row.size) << png;
+        const std::string twice = std::string(row.name) + "@2x.png";  // for 150-200 % screens
+        const QImage sharp(QString::fromStdString((shipped / twice).string()));
+        EXPECT_EQ(sharp.size(), row.size * 2) << twice;
         EXPECT_TRUE(std::filesystem::exists(sources / (std::string(row.name) + ".svg")))
             << row.name << " has no vector source";
     }

@@ -78,8 +78,10 @@ HRESULT CanvasDialog::CreateDeviceResources() {
         return E_POINTER;
     }
     renderTarget_ = canvas_->size();
+    // The screen's device pixels per pixel (1.5 and 2 on tablets): images are made for it.
+    const double ratio = canvas_->devicePixelRatioF();
     for (std::size_t i = 0; i < images_.size(); ++i) {
-        loadResource(images_[i].path, images_[i].width, images_[i].height, bitmaps_[i]);
+        loadResource(images_[i].path, images_[i].width, images_[i].height, bitmaps_[i], ratio);
     }
     return S_OK;
 }
@@ -90,11 +92,22 @@ void CanvasDialog::DiscardDeviceResources() {
         bitmap = QImage();
 }
 
-bool CanvasDialog::loadResource(const char* path, int width, int height, QImage& bitmap) {
+std::optional<std::filesystem::path> resolveImage(const char* path, double ratio) {
+    const std::string plain(path);
+    if (ratio > 1.0 && plain.ends_with(".png")) {
+        const std::string twice = plain.substr(0, plain.size() - 4) + "@2x.png";
+        if (auto found = vek::Resource::resolve(twice))
+            return found;
+    }
+    return vek::Resource::resolve(plain);
+}
+
+bool CanvasDialog::loadResource(const char* path, int width, int height, QImage& bitmap,
+                                double ratio) {
     // The working directory first, then the installed resources beside the executable.
-    const auto found = vek::Resource::resolve(path);
+    const auto found = resolveImage(path, ratio);
     const std::string file = found ? found->string() : std::string(path);
-    const HRESULT hr = LoadBitmapFromFile(vek::String(file), width, height, bitmap);
+    const HRESULT hr = LoadBitmapFromFile(vek::String(file), width, height, bitmap, ratio);
     if (FAILED(hr)) {
         LOG(4, "Could not load bitmap '" << path << "': " << hex(hr));
         return false;
@@ -103,7 +116,7 @@ bool CanvasDialog::loadResource(const char* path, int width, int height, QImage&
 }
 
 HRESULT CanvasDialog::LoadBitmapFromFile(const vek::String& path, int width, int height,
-                                         QImage& bitmap) {
+                                         QImage& bitmap, double ratio) {
     QImageReader reader(toQString(path));
     QImage frame;
     if (!reader.read(&frame)) {
@@ -128,10 +141,12 @@ HRESULT CanvasDialog::LoadBitmapFromFile(const vek::String& path, int width, int
                 static_cast<int>(static_cast<float>(frame.height()) *
                                  (static_cast<float>(width) / static_cast<float>(frame.width())));
         }
-        if (frame.size() != QSize(width, height)) {
-            frame = frame.scaled(width, height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-        }
+        const QSize pixels(static_cast<int>(std::lround(width * ratio)),
+                           static_cast<int>(std::lround(height * ratio)));
+        if (frame.size() != pixels)
+            frame = frame.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     }
+    frame.setDevicePixelRatio(ratio);
     bitmap = frame.convertToFormat(QImage::Format_ARGB32_Premultiplied);
     return bitmap.isNull() ? E_FAIL : S_OK;
 }
@@ -271,9 +286,15 @@ const QImage* resampled(const QImage& image, QSize size) {
     }
     if (cache.size() == kEntries)
         cache.erase(cache.begin());
-    cache.push_back({image.cacheKey(), size,
-                     image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
-                         .convertToFormat(QImage::Format_ARGB32_Premultiplied)});
+    // At the image's own device pixel ratio, so it stays as sharp as it was made.
+    const qreal ratio = image.devicePixelRatio();
+    QImage scaled = image
+                        .scaled(QSize(static_cast<int>(std::lround(size.width() * ratio)),
+                                      static_cast<int>(std::lround(size.height() * ratio))),
+                                Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                        .convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    scaled.setDevicePixelRatio(ratio);
+    cache.push_back({image.cacheKey(), size, std::move(scaled)});
     return &cache.back().image;
 }
 
@@ -289,7 +310,7 @@ void drawBitmap(QPainter& painter, const QImage& image, float left, float top, f
     if (w >= 0 && h >= 0) {
         const QSize size(static_cast<int>(std::round(w)), static_cast<int>(std::round(h)));
         if (painter.transform().type() <= QTransform::TxTranslate && wholePixels(w) &&
-            wholePixels(h) && size != image.size() && !size.isEmpty()) {
+            wholePixels(h) && size != image.deviceIndependentSize().toSize() && !size.isEmpty()) {
             painter.drawImage(QPointF(left, top), *resampled(image, size));
             return;
         }

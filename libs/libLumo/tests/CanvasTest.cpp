@@ -154,6 +154,38 @@ TEST_F(Canvas, LoadsBitmapsAtTheAskedSize) {
     }
 }
 
+// On a screen at 150 or 200 % the 2x rendition is loaded, at the dialog's size times the
+// ratio, never the 1x one stretched; without a 2x rendition the 1x one is used.
+TEST_F(Canvas, LoadsTheTwiceRenditionForAHighDensityScreen) {
+    QImage blue(8, 8, QImage::Format_ARGB32);
+    blue.fill(Qt::blue);
+    ASSERT_TRUE(
+        blue.save(QString::fromStdString((scratch_ / "resources/probe/green@2x.png").string())));
+    struct Row {
+        const char* file;
+        double ratio;
+        QSize pixels;
+        QRgb colour;
+    };
+    const Row rows[] = {
+        {"resources/probe/green.png", 1.0, {4, 4}, qRgb(0, 255, 0)},
+        {"resources/probe/green.png", 1.5, {6, 6}, qRgb(0, 0, 255)},
+        {"resources/probe/green.png", 2.0, {8, 8}, qRgb(0, 0, 255)},
+        {"resources/probe/garbage.png", 2.0, {0, 0}, 0},  // no 2x rendition: the 1x file
+    };
+    for (const Row& r : rows) {
+        QImage bitmap;
+        libLumo::CanvasDialog::LoadBitmapFromFile(
+            vek::String(libLumo::resolveImage(r.file, r.ratio).value_or("").string()), 4, 4,
+            bitmap, r.ratio);
+        EXPECT_EQ(bitmap.size(), r.pixels) << r.file << " at " << r.ratio;
+        if (!bitmap.isNull()) {
+            EXPECT_EQ(bitmap.deviceIndependentSize(), QSizeF(4, 4)) << r.ratio;
+            EXPECT_EQ(bitmap.pixel(0, 0) & 0xffffffu, r.colour & 0xffffffu) << r.ratio;
+        }
+    }
+}
+
 TEST(DrawBitmap, SwappedEdgesMirrorTheImage) {
     QImage image(2, 2, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::red);

@@ -3,6 +3,7 @@
 #include <QImage>
 #include <QTimer>
 #include <atomic>
+#include <filesystem>
 #include <optional>
 #include <vector>
 
@@ -40,11 +41,14 @@ public:
     HRESULT CreateDeviceIndependentResources();
     HRESULT CreateDeviceResources();
     void DiscardDeviceResources();
-    bool loadResource(const char* path, int width, int height, QImage& bitmap);
-    // Decodes the first frame of `path` and scales it smoothly to width x height; a zero
-    // width or height keeps the image's aspect ratio.
+    // Loads `path` at width x height pixels for a screen at `ratio` device pixels per pixel
+    // (see resolveImage): the image holds width x height x ratio pixels and says so in its
+    // device pixel ratio, so the painter draws it sharp at the size the dialog expects.
+    bool loadResource(const char* path, int width, int height, QImage& bitmap, double ratio = 1.0);
+    // Decodes the first frame of `path` and scales it smoothly to width x height x `ratio`; a
+    // zero width or height keeps the image's aspect ratio.
     static HRESULT LoadBitmapFromFile(const vek::String& path, int width, int height,
-                                      QImage& bitmap);
+                                      QImage& bitmap, double ratio = 1.0);
     // The target follows the dialog's new client size; the canvas itself stays.
     virtual void OnResize(int type, int width, int height);
     // Draws one frame of the canvas with `painter`.
@@ -95,6 +99,11 @@ private:
     QTimer frameClock_;
     bool screenWatched_ = false;
 };
+
+// The file to load for the resource `path` ("resources/vekrsensors/x.png") on a screen at
+// `ratio` device pixels per pixel: above 1 its 2x rendition ("x@2x.png") when there is one,
+// else `path` itself; resolved as every resource is.
+std::optional<std::filesystem::path> resolveImage(const char* path, double ratio);
 
 // The largest rectangle of width/height ratio `aspect` centred in a W x H area (the whole
 // area when `aspect` is 0): where a picture goes so that it keeps its proportions whatever the
