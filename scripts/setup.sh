@@ -16,6 +16,7 @@ packages=(
   xvfb
   locales
   prometheus-node-exporter prometheus
+  desktop-file-utils appstream
 )
 
 missing=()

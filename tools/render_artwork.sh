@@ -50,3 +50,10 @@ for row in "${sizes[@]}"; do
   done
 done
 echo "render_artwork: ${#sizes[@]} images at 1x and 2x in $out"
+
+# The launcher's icon, at the sizes desktops use (hicolor theme), from the window icon's source.
+for size in 48 64 128 256; do
+  mkdir -p packaging/desktop/icons/$size
+  rsvg-convert --width $size --height $size --format png "$src/vekrsensors_icon.svg" \
+    >packaging/desktop/icons/$size/vekrsensors.png
+done

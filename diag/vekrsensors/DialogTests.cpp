@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "Orientation/OrientationDlg.h"
+#include "ResultsWindow.h"
 #include "kiva5/DiagModule.h"
 #include "libLumo/DisplayProbe.h"
 #include "libLumo/VekDialog.h"
@@ -38,6 +39,7 @@ const vekrsensors::DialogTests s_tests{
     MagnetometerTest,
     ProximitySensorTest,
     vekrsensors::runOrientationDialog,
+    vekrsensors::showResults,
 };
 
 const bool s_provided = [] {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "Orientation/OrientationSession.h"
 #include "kiva5/DiagDevice.h"
@@ -14,6 +15,15 @@ namespace vekrsensors {
 // without Qt. The plugin is loaded into the module's process and resolves the framework, the
 // core library and the sensor libraries against the module file's own copy: one catalogue,
 // one logger set, one installed backend.
+// What the results window shows: one row per run, and where the report was saved.
+struct ResultRow {
+    std::string test, device, result, measurement, advice;
+};
+struct ResultsView {
+    std::vector<ResultRow> rows;
+    std::string reportPath;  // "" when it could not be written
+};
+
 struct DialogTests {
     // Bumped whenever this table or the module's interfaces the plugin calls change shape; a
     // plugin from another build of the module is refused rather than called.
@@ -29,9 +39,11 @@ struct DialogTests {
     // The orientation check's window: shows the pose `session` asks for until the check is
     // finished or the person cancels (then sets `cancelled`). Main thread, modal.
     void (*orientationDialog)(OrientationSession& session) = nullptr;
+    // The window a desktop-started run ends on; true for Run again. Main thread, modal.
+    bool (*resultsWindow)(const ResultsView& view) = nullptr;
 };
 
-inline constexpr int kDialogTestsInterface = 2;
+inline constexpr int kDialogTestsInterface = 3;
 
 // Called by the plugin's static initialisation as it is loaded (or by a program that links
 // the dialogs in directly): from then on the module calls these.

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "DialogTests.h"
+#include "kiva5/Localization.h"
 #include "vek/DynamicLibrary.h"
 #include "vek/Logging.h"
 
@@ -93,4 +94,51 @@ bool vekrsensors::DialogsPlugin::hasOrientationDialog() {
 void vekrsensors::DialogsPlugin::orientationDialog(OrientationSession& session) {
     if (hasOrientationDialog())
         s_tests.load()->orientationDialog(session);
+}
+
+namespace {
+
+// "EnsureLightCanReachSensor" -> "Ensure light can reach sensor": a tip without a text of its
+// own still reads as advice.
+std::string words(const std::string& key) {
+    std::string out;
+    for (std::size_t i = 0; i < key.size(); ++i) {
+        const char c = key[i];
+        if (i > 0 && c >= 'A' && c <= 'Z') {
+            out += ' ';
+            out += static_cast<char>(c - 'A' + 'a');
+        } else {
+            out += c == '_' ? ' ' : c;
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+bool vekrsensors::DialogsPlugin::resultsWindow(const kiva5::Report& report,
+                                               const std::string& reportPath) {
+    if (!loadProblem().empty() || !s_tests.load()->resultsWindow)
+        return false;
+    ResultsView view;
+    view.reportPath = reportPath;
+    for (const kiva5::RunRecord& run : report.runs) {
+        ResultRow row;
+        row.test = run.test;
+        row.device = run.device ? run.device->name().str() : "(no device)";
+        row.result = std::string(run.result.name());
+        row.measurement = kiva5::Report::keyMeasurement(run);
+        // What to do next: the events' tips in the run's language, else the first note.
+        for (const auto& e : run.events) {
+            for (const std::string& tip : e.tips) {
+                const std::string text = kiva5::Localization::lookup(tip).toStdString();
+                row.advice +=
+                    (row.advice.empty() ? "" : " ") + (text == tip ? words(tip) : text) + ".";
+            }
+        }
+        if (row.advice.empty() && run.result != kiva5::TestResult::PASS() && !run.notes.empty())
+            row.advice = run.notes.front();
+        view.rows.push_back(std::move(row));
+    }
+    return s_tests.load()->resultsWindow(view);
 }

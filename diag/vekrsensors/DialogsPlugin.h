@@ -5,6 +5,7 @@
 
 #include "Orientation/OrientationSession.h"
 #include "kiva5/DiagDevice.h"
+#include "kiva5/Report.h"
 #include "kiva5/TestResult.h"
 
 namespace vekrsensors {
@@ -26,6 +27,9 @@ public:
     static kiva5::TestResult proximitySensorTest(const kiva5::DiagDevice& device);
     // The orientation check's window, once check() has answered "" (loaded, a display).
     static bool hasOrientationDialog();
+    // The host's results window (--window): the runs with what to do next; true for Run
+    // again. Only after check() has answered "".
+    static bool resultsWindow(const kiva5::Report& report, const std::string& reportPath);
     static void orientationDialog(OrientationSession& session);
 };
 

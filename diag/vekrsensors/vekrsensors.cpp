@@ -120,6 +120,8 @@ const bool s_testsDeclared = [] {
     DiagModule::setInteractiveCheck(DialogsPlugin::check);
     // Beside the catalogue: --orientation.
     DiagModule::setOrientationCheck(&orientationCheck());
+    // A run started from the desktop ends on this window (--window).
+    DiagModule::setResultsWindow(DialogsPlugin::resultsWindow);
     return true;
 }();
 }  // namespace

@@ -91,6 +91,14 @@ grep -q 'note: the dialogs plugin could not be loaded (.*): install the vekrsens
 
 # With the dialogs: the embedded demo passes end to end, offscreen.
 dpkg -x "$dialogs" "$root"
+# The launcher as a desktop and a software centre read it.
+desktop-file-validate "$root/usr/share/applications/vekrsensors.desktop" ||
+  fail "desktop entry does not validate"
+appstreamcli validate --no-net "$root/usr/share/metainfo/org.vekrsensors.vekrsensors.metainfo.xml" \
+  >"$scratch/appstream.log" 2>&1 || fail "metainfo: $(cat "$scratch/appstream.log")"
+for size in 48x48 64x64 128x128 256x256 scalable; do
+  ls "$root/usr/share/icons/hicolor/$size/apps/vekrsensors."* >/dev/null || fail "no $size icon"
+done
 "$cmd" --backend sim --quiet --report both.json --junit both.xml >both.out 2>&1 ||
   { cat both.out; fail "the demo did not pass with both packages"; }
 [ "$(grep -c '^  [A-Za-z]*Test .* PASS ' both.out)" = 5 ] || { cat both.out; fail "not five passes"; }

@@ -7,7 +7,9 @@
 
 #include <QAbstractButton>
 #include <QGuiApplication>
+#include <QLabel>
 #include <QScreen>
+#include <QTableWidget>
 #include <QTimer>
 #include <cmath>
 #include <filesystem>
@@ -19,6 +21,7 @@
 #include "Orientation/OrientationDlg.h"
 #include "ProximitySensorTest/ProximitySensorTestDlg.h"
 #include "ProximitySensorTest/TimeoutPromptDlg.h"
+#include "ResultsWindow.h"
 #include "kiva5/Localization.h"
 #include "libLumo/GdiResourceManager.h"
 #include "vekrsensors.h"
@@ -214,6 +217,29 @@ TEST(OrientationWindow, ShowsThePoseAskedForAndClosesWhenTheCheckIsDone) {
     QTimer::singleShot(60000, &done, [&done] { done.EndDialog(-1); });  // only if it hangs
     EXPECT_EQ(done.DoModal(), 0);
     EXPECT_FALSE(session.cancelled);
+}
+
+// The window a desktop-started run ends on: a row per run with what to do next, and where
+// the report is.
+TEST(ResultsWindow, ShowsEachRunWithWhatToDoAndWhereTheReportIs) {
+    libLumo::GdiResourceManager gui;
+    ASSERT_TRUE(gui.ready());
+    std::filesystem::create_directories("frames");
+    vekrsensors::ResultsView view;
+    view.rows = {{"AmbientLightSensorTest", "als", "FAIL", "4.00 lux, wanted > 10",
+                  "Ensure light can reach sensor."},
+                 {"AccelerometerTest", "bmc150_accel (accel-display)", "PASS",
+                  "0.99 g, wanted 1 +/- 0.1", ""}};
+    view.reportPath = "/home/tab/.local/state/vekrsensors/report-2026-11-25T06-25-15.034Z.json";
+    vekrsensors::ResultsWindow window(nullptr, view);
+    std::vector<QImage> frames;
+    runAndShoot(window, {{"results", nullptr}}, frames);
+    ASSERT_EQ(window.table()->rowCount(), 2);
+    EXPECT_EQ(window.table()->item(0, 1)->text(), "FAIL");
+    EXPECT_EQ(window.table()->item(0, 3)->text(), "Ensure light can reach sensor.");
+    EXPECT_EQ(window.table()->item(1, 2)->text(), "0.99 g, wanted 1 +/- 0.1");
+    EXPECT_TRUE(
+        window.findChild<QLabel*>()->text().endsWith(QString::fromStdString(view.reportPath)));
 }
 
 }  // namespace

@@ -53,6 +53,9 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
     CLI::Option* metrics = app.add_option(
         "--metrics", o.metrics,
         "Write the run in Prometheus' text format, for node_exporter's textfile collector");
+    app.add_flag("--window", o.window,
+                 "End on a results window with Close and Run again, the report saved under "
+                 "$XDG_STATE_HOME/vekrsensors/ (as the desktop entry starts it)");
     app.add_flag("--fast", o.fast,
                  "With --scenario: run the sensor clock, and with it the tests' waits, ten times "
                  "faster (a recording replays in a tenth of its time)");

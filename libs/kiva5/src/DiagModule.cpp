@@ -15,6 +15,7 @@ struct ModuleState {
     InteractiveCheck interactiveCheck;
     std::function<int()> startOverride;
     Test* orientationCheck = nullptr;
+    ResultsWindow resultsWindow;
 };
 
 ModuleState& state() {
@@ -56,12 +57,18 @@ int DiagModule::start() {
     if (s.startOverride)
         return s.startOverride();
     const std::string moduleFile = s.args.empty() ? "vekrsensors.vkm" : s.args.front();
-    Host host(Catalogue::global(), moduleFile, s.version,
-              s.devices ? s.devices : DeviceSourceFactory(makeSensorDeviceSource), std::cout,
-              std::cerr);
-    host.setInteractiveCheck(s.interactiveCheck);
-    host.setOrientationCheck(s.orientationCheck);
-    return host.start(s.args);
+    // Run again from the results window starts the whole run anew, a new report with it.
+    for (;;) {
+        Host host(Catalogue::global(), moduleFile, s.version,
+                  s.devices ? s.devices : DeviceSourceFactory(makeSensorDeviceSource), std::cout,
+                  std::cerr);
+        host.setInteractiveCheck(s.interactiveCheck);
+        host.setOrientationCheck(s.orientationCheck);
+        host.setResultsWindow(s.resultsWindow);
+        const int code = host.start(s.args);
+        if (!host.runAgain() || StopFlag::isSet())
+            return code;
+    }
 }
 
 void DiagModule::error(Event* event, const char* sourceFile, int line) {
@@ -92,6 +99,10 @@ void DiagModule::addRunNote(const std::string& text) {
 
 void DiagModule::tellPerson(const std::string& text) {
     RunContext::say(text);
+}
+
+void DiagModule::setResultsWindow(ResultsWindow window) {
+    state().resultsWindow = std::move(window);
 }
 
 void DiagModule::setOrientationCheck(Test* check) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <map>
@@ -163,6 +164,23 @@ Host::Host(Catalogue& catalogue, std::string moduleFile, ModuleVersion version,
 namespace {
 
 // The tests to run, in the order asked for (each once); all of them by default.
+// $XDG_STATE_HOME/vekrsensors/report-<UTC time>.json (~/.local/state when unset), the folder
+// made as needed; a run started from the desktop keeps its report there.
+std::string stateReportPath() {
+    const char* state = std::getenv("XDG_STATE_HOME");
+    const char* home = std::getenv("HOME");
+    std::filesystem::path dir =
+        state && *state && state[0] == '/'
+            ? std::filesystem::path(state)
+            : std::filesystem::path(home && *home ? home : "/tmp") / ".local/state";
+    dir /= "vekrsensors";
+    std::error_code ec;
+    std::filesystem::create_directories(dir, ec);
+    std::string stamp = Report::utcText(std::chrono::system_clock::now());
+    std::replace(stamp.begin(), stamp.end(), ':', '-');
+    return (dir / ("report-" + stamp + ".json")).string();
+}
+
 // What a recording says about itself, for the person who reads it: the module, the command
 // line, and each run so far with its parameters and verdict. Replay leaves it alone; no host
 // identity, so a recording can be shared.
@@ -414,6 +432,15 @@ int Host::start(const std::vector<std::string>& args) {
             printCatalogue(catalogue_, module, out_);
             return 0;
         }
+        // Started from the desktop: the report is kept where the person's state belongs.
+        if (o.window) {
+            if (!resultsWindow_)
+                throw UsageError{"--window is not available in this module"};
+            if (!o.reportGiven) {
+                o.report = stateReportPath();
+                o.reportGiven = true;
+            }
+        }
         // Where the evidence goes is settled before anything runs.
         std::optional<ReportDestination> destination;
         std::optional<ReportDestination> junitDestination;
@@ -563,6 +590,16 @@ int Host::start(const std::vector<std::string>& args) {
             }
         }
         report.printSummary(terminal, written ? "" : "report not written", code);
+        if (o.window && !escaped) {
+            interactiveProblem_ = interactiveProblem_ ? interactiveProblem_
+                                  : interactiveCheck_ ? interactiveCheck_(simulatedMachine_)
+                                                      : std::string();
+            if (interactiveProblem_->empty()) {
+                runAgain_ = resultsWindow_(report, written ? o.report : std::string());
+            } else {
+                err_ << moduleFile_ << ": no results window: " << *interactiveProblem_ << "\n";
+            }
+        }
         if (escaped)
             std::rethrow_exception(escaped);
         return code;

@@ -19,6 +19,7 @@ struct CommandLine {
     std::string record;  // where the run's sensor data goes, as a scenario
     bool recordGiven = false;
     bool fast = false;
+    bool window = false;        // end on a results window (started from the desktop)
     std::string metrics;        // the run for Prometheus' textfile collector
     bool metricsGiven = false;  // a replay's sensor time ten times faster
     std::vector<std::string> tests;

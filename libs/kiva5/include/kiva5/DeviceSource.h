@@ -60,6 +60,12 @@ using DeviceSourceFactory = std::function<std::unique_ptr<DeviceSource>(const Ba
 // threshold-only run loads and probes nothing for them.
 using InteractiveCheck = std::function<std::string(bool simulatedMachine)>;
 
+// The window a run started from the desktop ends on (--window): the runs of `report`, where
+// it was saved (`reportPath`), Close and Run again. Answers true for Run again. Main thread,
+// after the interactive check has answered "" (a display).
+struct Report;
+using ResultsWindow = std::function<bool(const Report& report, const std::string& reportPath)>;
+
 // The sensors of libOrra's backends: "iio" or "sim". The backend becomes the process's
 // installed one, so the tests' enumeration calls see the same machine.
 std::unique_ptr<DeviceSource> makeSensorDeviceSource(const BackendSelection& selection);

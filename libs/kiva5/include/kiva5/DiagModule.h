@@ -43,6 +43,8 @@ public:
     // The orientation check, run instead of the catalogue's tests by --orientation; not one of
     // the declared tests (--list does not show it). Set once before start().
     static void setOrientationCheck(Test* check);
+    // The results window --window ends on; set once before start().
+    static void setResultsWindow(ResultsWindow window);
 
     // Asks the running test, and the run, to stop (a scenario's stop time, the host itself).
     static void requestStop();

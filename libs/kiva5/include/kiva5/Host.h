@@ -38,6 +38,10 @@ public:
     void setInteractiveCheck(InteractiveCheck check) { interactiveCheck_ = std::move(check); }
     // The check --orientation runs; without one the option is a usage error.
     void setOrientationCheck(Test* check) { orientationCheck_ = check; }
+    // The window --window ends on; without one --window is a usage error.
+    void setResultsWindow(ResultsWindow window) { resultsWindow_ = std::move(window); }
+    // After start(): the person asked to run again from the results window.
+    bool runAgain() const { return runAgain_; }
 
 private:
     // Calls each test once per matching device, in order, into `report`, saying on
@@ -58,6 +62,8 @@ private:
     DeviceSourceFactory devices_;
     InteractiveCheck interactiveCheck_;
     Test* orientationCheck_ = nullptr;
+    ResultsWindow resultsWindow_;
+    bool runAgain_ = false;
     // The check's answer for this start(), once asked.
     std::optional<std::string> interactiveProblem_;
     bool simulatedMachine_ = false;

@@ -376,7 +376,7 @@ public:
                 // The dialogs the module opens, by the names they give the operator.
                 act.dialog = oneOf(a[i]["dialog"], w + "/dialog",
                                    {"GyrometerTest", "MagnetometerTest", "ProximitySensorTest",
-                                    "DetectionProblem", "OrientationCheck"});
+                                    "DetectionProblem", "OrientationCheck", "Results"});
                 if (!a[i].contains("press"))
                     fail(w + "/press", "the control to press");
                 act.press = oneOf(
