@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 #include <QIcon>
 
+#include "kiva5/Localization.h"
 #include "vek/Logging.h"
 #include "vek/Resource.h"
 #include "vekrsensors.h"
@@ -32,6 +33,15 @@ bool VerdictDialog::OnInitDialog() {
     SetWindowText(title_->localizedString());
     SetDlgItemText(IDC_BUTTON_FAIL, strFailButton->localizedString());
     SetDlgItemText(IDC_BUTTON_CANCEL, strCancelButton->localizedString());
+    // For screen readers, in the run's language: the buttons say what they end the test as,
+    // the picture is named after the test and described by the dialog (pictureDescription).
+    for (auto [id, key] : {std::pair(IDC_BUTTON_FAIL, "FailButtonDescription"),
+                           std::pair(IDC_BUTTON_CANCEL, "CancelButtonDescription")}) {
+        if (QAbstractButton* button = GetDlgItem(id))
+            button->setAccessibleDescription(libLumo::toQString(kiva5::Localization::lookup(key)));
+    }
+    canvas()->setAccessibleName(libLumo::toQString(title_->localizedString()));
+    canvas()->setAccessibleDescription(pictureDescription());
     // Keyboard: the focus starts on the first control, Fail, as a dialog whose OnInitDialog
     // returns true has it; Tab moves between the buttons, Space presses the one with focus,
     // Escape cancels.

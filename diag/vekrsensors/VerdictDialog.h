@@ -31,6 +31,8 @@ public:
 
 protected:
     bool OnInitDialog() override;
+    // What the picture shows now, for a screen reader, in the run's language.
+    virtual QString pictureDescription() const { return {}; }
 
 private:
     kiva5::TestResult result_ = kiva5::TestResult::USERABORTED();

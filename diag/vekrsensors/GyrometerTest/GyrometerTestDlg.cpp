@@ -2,6 +2,7 @@
 
 #include <QPainter>
 
+#include "kiva5/Localization.h"
 #include "vek/Logging.h"
 #include "vekrsensors.h"
 
@@ -110,8 +111,20 @@ void GyrometerTestDlg::OnFrame() {
     const GyrometerPicture::Input now = pictureInput(0, 0);
     if (shown_ && *shown_ == now)
         return;
+    if (!shown_ || shown_->passed != now.passed)
+        canvas()->setAccessibleDescription(pictureDescription());
     shown_ = now;
     VerdictDialog::OnFrame();
+}
+
+QString GyrometerTestDlg::pictureDescription() const {
+    static constexpr const char* kDirections[] = {"X-", "X+", "Y-", "Y+", "Z-", "Z+"};
+    QStringList done, toDo;
+    for (std::size_t i = 0; i < 6; ++i)
+        (passed_[i].load(std::memory_order_relaxed) ? done : toDo) << kDirections[i];
+    const QString none = libLumo::toQString(kiva5::Localization::lookup("NoneDone"));
+    return libLumo::toQString(kiva5::Localization::lookup("GyrometerPictureDescription"))
+        .arg(done.isEmpty() ? none : done.join(", "), toDo.isEmpty() ? none : toDo.join(", "));
 }
 
 void GyrometerTestDlg::drawPicture(QPainter& painter, float width, float height,

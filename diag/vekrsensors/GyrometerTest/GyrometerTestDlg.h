@@ -34,6 +34,8 @@ public:
 
 protected:
     void OnFrame() override;
+    // The lamps in words: which directions are done and which are still to do.
+    QString pictureDescription() const override;
     // The board is square (its background artwork): kept square on any canvas.
     double pictureAspect() const override { return 1.0; }
     void drawPicture(QPainter& painter, float width, float height,

@@ -4,6 +4,7 @@
 #include <QPainterPath>
 #include <cmath>
 
+#include "kiva5/Localization.h"
 #include "platform/Screen.h"
 #include "vek/Logging.h"
 #include "vekrsensors.h"
@@ -68,6 +69,10 @@ MagnetometerTestDlg::MagnetometerTestDlg(QWidget* parent)
 
 MagnetometerTestDlg::~MagnetometerTestDlg() {
     VEK_TRACE(s_logger, kLoggerName, "~MagnetometerTestDlg");
+}
+
+QString MagnetometerTestDlg::pictureDescription() const {
+    return libLumo::toQString(kiva5::Localization::lookup("CompassPictureDescription"));
 }
 
 void MagnetometerTestDlg::OnDestroy() {

@@ -32,6 +32,7 @@ public:
 
 protected:
     void OnDestroy() override;
+    QString pictureDescription() const override;
     void OnResize(int type, int width, int height) override;
     void drawPicture(QPainter& painter, float width, float height,
                      const std::vector<QImage>& bitmaps) override;

@@ -47,8 +47,11 @@ OrientationDlg::OrientationDlg(QWidget* parent, OrientationSession& session)
 
 bool OrientationDlg::OnInitDialog() {
     SetWindowText(vek::String("Orientation check"));
-    if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL))
+    canvas()->setAccessibleName("Orientation check");
+    if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL)) {
+        cancel->setAccessibleDescription("Ends the check without a verdict");
         cancel->setFocus();
+    }
     return true;
 }
 
@@ -62,6 +65,8 @@ void OrientationDlg::OnFrame() {
     if (pose == shown_)
         return;
     shown_ = pose;
+    canvas()->setAccessibleDescription(
+        QString::fromUtf8(kPoseText[static_cast<std::size_t>(pose)]));
     CanvasDialog::OnFrame();
 }
 

@@ -5,6 +5,7 @@
 #include <QPainter>
 #include <mutex>
 
+#include "kiva5/Localization.h"
 #include "libLumo/CanvasDialog.h"
 #include "libTarra/Proximity.h"
 #include "vek/Logging.h"
@@ -145,6 +146,14 @@ bool ProximitySensorTestDlg::OnInitDialog() {
     libTarra::ProximitySensorRunner::runSensorAsync(osLocator_, &ProximitySensorTestDlg::onReading,
                                                     &ProximitySensorTestDlg::onError);
     mainImage_->SetImage(cantSeeImage_, true, false, false);
+    mainImage_->setAccessibleName(
+        libLumo::toQString(strProximitySensorTestTitle->localizedString()));
+    mainImage_->setAccessibleDescription(instructionText_);
+    for (auto [id, key] : {std::pair(IDC_BUTTON_FAIL, "FailButtonDescription"),
+                           std::pair(IDC_BUTTON_CANCEL, "CancelButtonDescription")}) {
+        if (QAbstractButton* button = GetDlgItem(id))
+            button->setAccessibleDescription(libLumo::toQString(kiva5::Localization::lookup(key)));
+    }
     setFocus();
     if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL))
         cancel->setFocus();
@@ -281,6 +290,8 @@ void ProximitySensorTestDlg::setNewTestPhase(std::int32_t phase, bool updateUi) 
     if (text) {
         instructionText_ = libLumo::toQString(text->localizedString());
         mainImage_->SetImage(*image, true, false, false);
+        // A screen reader says what the picture asks for.
+        mainImage_->setAccessibleDescription(instructionText_);
     }
     update(instructionRect_);
 }

@@ -6,8 +6,8 @@
 namespace {
 
 // Every image the dialogs load is shipped, rendered from its vector source at the size the
-// dialog draws it and at twice that for high-density screens: a source edited without rendering again, or rendered at another size,
-// would show up blurred or misplaced only on a real screen.
+// dialog draws it and at twice that for high-density screens: a source edited without rendering
+// again, or rendered at another size, would show up blurred or misplaced only on a real screen.
 TEST(Artwork, EveryImageIsShippedFromItsSourceAtTheSizeTheDialogLoads) {
     struct Row {
         const char* name;

@@ -6,11 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QScreen>
 #include <QTableWidget>
 #include <QTimer>
+#include <QtTest/QTest>
 #include <cmath>
 #include <filesystem>
 #include <functional>
@@ -24,6 +26,7 @@
 #include "ResultsWindow.h"
 #include "kiva5/Localization.h"
 #include "libLumo/GdiResourceManager.h"
+#include "libLumo/PngControl.h"
 #include "vekrsensors.h"
 
 namespace {
@@ -80,6 +83,10 @@ protected:
     std::string name(const char* dialog, const char* state) const {
         return std::string(dialog) + "_" + state + "_" + GetParam();
     }
+    static QString spoken(QWidget* widget, QAccessible::Text what) {
+        QAccessibleInterface* face = QAccessible::queryAccessibleInterface(widget);
+        return face ? face->text(what) : QString("(no accessible interface)");
+    }
     static QString text(const char* key) {
         return QString::fromStdString(kiva5::Localization::lookup(key).toStdString());
     }
@@ -103,6 +110,13 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
                 frames, [&gyro, &drawn] { drawn.push_back(gyro.grab().toImage()); });
     EXPECT_EQ(gyro.windowTitle(), text("TitleGyrometerTest"));
     EXPECT_EQ(gyro.GetDlgItem(1000)->text(), text("FailButton"));
+    // What a screen reader says, through Qt's accessibility interface: the lamps in words.
+    EXPECT_EQ(spoken(gyro.canvas(), QAccessible::Name), text("TitleGyrometerTest"));
+    EXPECT_EQ(spoken(gyro.canvas(), QAccessible::Description),
+              text("GyrometerPictureDescription").arg("X-, X+, Y-, Y+, Z+", "Z-"));
+    EXPECT_EQ(spoken(gyro.GetDlgItem(1000), QAccessible::Name), text("FailButton"));
+    EXPECT_EQ(spoken(gyro.GetDlgItem(1000), QAccessible::Description),
+              text("FailButtonDescription"));
     // The square board, centred in the canvas whatever the font made of its shape.
     const libLumo::PixelRect board =
         libLumo::fitAspect(gyro.canvas()->width(), gyro.canvas()->height(), 1.0);
@@ -135,6 +149,10 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
                  {name("compass", "on_target"), [&compass] { compass.UpdateRotation(-200); }}},
                 frames, [&compass, &drawn] { drawn.push_back(compass.grab().toImage()); });
     EXPECT_EQ(compass.windowTitle(), text("TitleMagnetometerTest"));
+    EXPECT_EQ(spoken(compass.canvas(), QAccessible::Description),
+              text("CompassPictureDescription"));
+    EXPECT_EQ(spoken(compass.GetDlgItem(1001), QAccessible::Description),
+              text("CancelButtonDescription"));
     // While turning, the amber arrow runs on the ring of radius 165 from the needle (350) the
     // short way to the target (160), through 70, and not on the other side of the needle.
     const QPointF c(compass.canvas()->width() / 2.0, compass.canvas()->height() / 2.0);
@@ -177,6 +195,10 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
     EXPECT_NE(shown[0].second, shown[1].second) << "hold steady has its own picture";
     EXPECT_NE(shown[1].second, shown[2].second) << "so has now move";
     EXPECT_EQ(shown[3].second, shown[0].second) << "lost shows can't see again";
+    QStringList pictures;
+    for (auto* control : proximity.findChildren<libLumo::PngControl*>())
+        pictures << spoken(control, QAccessible::Description);
+    EXPECT_TRUE(pictures.contains(text("SensorCantSeeYou"))) << pictures.join("|").toStdString();
 
     TimeoutPromptDlg prompt(TimeoutPromptDlg::IDD, nullptr,
                             kiva5::Localization::lookup("TIMEOUT_PROMPT_TEXT"),
@@ -240,6 +262,43 @@ TEST(ResultsWindow, ShowsEachRunWithWhatToDoAndWhereTheReportIs) {
     EXPECT_EQ(window.table()->item(1, 2)->text(), "0.99 g, wanted 1 +/- 0.1");
     EXPECT_TRUE(
         window.findChild<QLabel*>()->text().endsWith(QString::fromStdString(view.reportPath)));
+}
+
+// A finger works every dialog: a touch on Fail (Cancel in the orientation window, Close in the
+// results) ends it as that button does.
+TEST(Touch, AFingerEndsEachDialog) {
+    libLumo::GdiResourceManager gui;
+    ASSERT_TRUE(gui.ready());
+    QPointingDevice* finger = QTest::createTouchDevice();
+    const auto tapWhenShown = [finger](libLumo::VekDialog& dialog, int id) {
+        QTimer::singleShot(0, &dialog, [&dialog, id, finger] {
+            // A compositor shows the window a round trip later; a finger finds it shown.
+            if (!QTest::qWaitForWindowExposed(&dialog, 60000))
+                return;
+            QAbstractButton* button = dialog.GetDlgItem(id);
+            const QPoint at = button->mapTo(&dialog, button->rect().center());
+            QTest::touchEvent(&dialog, finger).press(0, at, &dialog);
+            QTest::touchEvent(&dialog, finger).release(0, at, &dialog);
+        });
+        QTimer::singleShot(60000, &dialog, [&dialog] { dialog.EndDialog(-1); });  // if ignored
+        return dialog.DoModal();
+    };
+    GyrometerTestDlg gyro(nullptr);
+    EXPECT_EQ(tapWhenShown(gyro, 1000), 1000);
+    EXPECT_EQ(gyro.getResult(), kiva5::TestResult::FAIL());
+    MagnetometerTestDlg compass(nullptr);
+    EXPECT_EQ(tapWhenShown(compass, 1000), 1000);
+    EXPECT_EQ(compass.getResult(), kiva5::TestResult::FAIL());
+    ProximitySensorTestDlg proximity(nullptr, vek::String("none"), 3, 10, 15, true, false, 30, 30);
+    tapWhenShown(proximity, ProximitySensorTestDlg::IDC_BUTTON_FAIL);
+    EXPECT_EQ(proximity.getTestResult(), kiva5::TestResult::FAIL());
+    vekrsensors::OrientationSession session;
+    vekrsensors::OrientationDlg orientation(nullptr, session);
+    tapWhenShown(orientation, vekrsensors::OrientationDlg::IDC_BUTTON_CANCEL);
+    EXPECT_TRUE(session.cancelled);
+    vekrsensors::ResultsWindow results(nullptr, {});
+    EXPECT_EQ(tapWhenShown(results, vekrsensors::ResultsWindow::IDC_BUTTON_CLOSE),
+              vekrsensors::ResultsWindow::IDC_BUTTON_CLOSE);
 }
 
 }  // namespace
