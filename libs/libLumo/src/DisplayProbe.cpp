@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <optional>
 #include <string_view>
 
@@ -22,27 +23,31 @@ namespace {
 // away, and Qt, given it, would wait for it just as long.
 constexpr std::chrono::milliseconds kXAnswerTime{2000};
 
+// Whether `connect` answered within the bound, as a reason: "" when it did, else why not
+// (`what` names the display, e.g. "the X display \":0\"").
+std::string answerProblem(const std::string& what, std::function<bool()> connect) {
+    const std::optional<bool> answered = vek::callWithin(kXAnswerTime, std::move(connect));
+    if (!answered) {
+        return what + " did not answer within " +
+               std::to_string(
+                   std::chrono::duration_cast<std::chrono::seconds>(kXAnswerTime).count()) +
+               " s";
+    }
+    return *answered ? std::string() : "cannot connect to " + what;
+}
+
 // Why the X server named in DISPLAY cannot be used; empty when it answers. This is the same
 // connection Qt's xcb plugin makes, which aborts the process when it fails.
 std::string xServerProblem() {
     if (!platform::environmentSet("DISPLAY"))
         return "DISPLAY is not set";
     const std::string display = std::getenv("DISPLAY");
-    const std::optional<bool> answered = vek::callWithin(kXAnswerTime, [display] {
+    return answerProblem("the X display \"" + display + "\"", [display] {
         xcb_connection_t* connection = xcb_connect(display.c_str(), nullptr);
         const bool ok = xcb_connection_has_error(connection) == 0;
         xcb_disconnect(connection);
         return ok;
     });
-    if (!answered) {
-        return "the X display \"" + display + "\" did not answer within " +
-               std::to_string(
-                   std::chrono::duration_cast<std::chrono::seconds>(kXAnswerTime).count()) +
-               " s";
-    }
-    if (*answered)
-        return {};
-    return "cannot connect to the X display \"" + display + "\"";
 }
 
 // Why the Wayland compositor in WAYLAND_DISPLAY (a socket name under XDG_RUNTIME_DIR, or a
@@ -56,22 +61,18 @@ std::string waylandProblem() {
     // stderr.
     if (!name.starts_with("/") && !platform::environmentSet("XDG_RUNTIME_DIR"))
         return "XDG_RUNTIME_DIR is not set, so the Wayland socket \"" + name + "\" cannot be found";
-    const std::optional<bool> answered = vek::callWithin(kXAnswerTime, [] {
-        wl_display* display = wl_display_connect(nullptr);
-        if (!display)
-            return false;
-        const bool ok = wl_display_roundtrip(display) >= 0;
-        wl_display_disconnect(display);
-        return ok;
-    });
-    if (!answered) {
-        return "the Wayland compositor \"" + name + "\" did not answer within " +
-               std::to_string(
-                   std::chrono::duration_cast<std::chrono::seconds>(kXAnswerTime).count()) +
-               " s";
+    if (std::string why = answerProblem("the Wayland compositor \"" + name + "\"",
+                                        [] {
+                                            wl_display* display = wl_display_connect(nullptr);
+                                            if (!display)
+                                                return false;
+                                            const bool ok = wl_display_roundtrip(display) >= 0;
+                                            wl_display_disconnect(display);
+                                            return ok;
+                                        });
+        !why.empty()) {
+        return why;
     }
-    if (!*answered)
-        return "cannot connect to the Wayland compositor \"" + name + "\"";
     // Qt reaches a compositor through its wayland plugin (Debian's qt6-wayland).
     const std::filesystem::path plugin =
         std::filesystem::path(QLibraryInfo::path(QLibraryInfo::PluginsPath).toStdString()) /
