@@ -269,7 +269,9 @@ TEST(ResultsWindow, ShowsEachRunWithWhatToDoAndWhereTheReportIs) {
 TEST(Touch, AFingerEndsEachDialog) {
     libLumo::GdiResourceManager gui;
     ASSERT_TRUE(gui.ready());
-    QPointingDevice* finger = QTest::createTouchDevice();
+    // Registered with the window system; the test deletes it, as Qt asks.
+    const std::unique_ptr<QPointingDevice> device(QTest::createTouchDevice());
+    QPointingDevice* finger = device.get();
     const auto tapWhenShown = [finger](libLumo::VekDialog& dialog, int id) {
         QTimer::singleShot(0, &dialog, [&dialog, id, finger] {
             // A compositor shows the window a round trip later; a finger finds it shown.

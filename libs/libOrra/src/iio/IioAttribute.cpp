@@ -134,8 +134,12 @@ std::int64_t decodeScanValue(const ScanType& type, const std::uint8_t* data) {
     raw >>= type.shift;
     if (type.realBits < 64)
         raw &= (std::uint64_t{1} << type.realBits) - 1;
-    if (type.isSigned && type.realBits < 64 && (raw >> (type.realBits - 1)) & 1)
-        return static_cast<std::int64_t>(raw) - (std::int64_t{1} << type.realBits);
+    // Sign extension by shifting the value's top bit into the word's and back (arithmetic in
+    // C++20); subtracting 2^realBits overflows for 63-bit values.
+    if (type.isSigned && type.realBits < 64 && type.realBits > 0) {
+        const unsigned unused = 64 - type.realBits;
+        return static_cast<std::int64_t>(raw << unused) >> unused;
+    }
     return static_cast<std::int64_t>(raw);
 }
 
