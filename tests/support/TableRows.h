@@ -20,13 +20,36 @@ inline void PrintTo(const TableRow& r, std::ostream* os) {
     *os << r.label;
 }
 
-// The rows of the array in `file`, or in its member `key`.
+// The rows of the array in `file`, or in its member `key`. Two shorthands keep tables short:
+//   "scenario": "name" or {"use": "name", ...}   a scenario named in the file `scenarios`, with
+//                                                the row's keys laid over it (JSON merge patch)
+//   "each": {"suffix": {...}, ...}               one row per entry: the entry laid over the row,
+//                                                the suffix added to its label
 inline std::vector<TableRow> tableRows(const std::filesystem::path& file,
-                                       const char* key = nullptr) {
-    const auto all = nlohmann::json::parse(std::ifstream(file));
+                                       const char* key = nullptr,
+                                       const std::filesystem::path& scenarios = {}) {
+    using nlohmann::json;
+    const json all = json::parse(std::ifstream(file));
+    const json named = scenarios.empty() ? json::object() : json::parse(std::ifstream(scenarios));
     std::vector<TableRow> rows;
-    for (const auto& entry : key ? all.at(key) : all)
-        rows.push_back({entry.at("label"), entry});
+    for (json entry : key ? all.at(key) : all) {
+        if (entry.contains("scenario") && entry["scenario"].is_string())
+            entry["scenario"] = json{{"use", entry["scenario"]}};
+        if (entry.contains("scenario") && entry["scenario"].contains("use")) {
+            json scenario = named.at(entry["scenario"]["use"].get<std::string>());
+            entry["scenario"].erase("use");
+            scenario.merge_patch(entry["scenario"]);
+            entry["scenario"] = scenario;
+        }
+        const json each = entry.value("each", json::object({{"", json::object()}}));
+        entry.erase("each");
+        for (const auto& [suffix, patch] : each.items()) {
+            json row = entry;
+            row.merge_patch(patch);
+            std::string label = row.at("label");
+            rows.push_back({suffix.empty() ? label : label + "_" + suffix, row});
+        }
+    }
     return rows;
 }
 

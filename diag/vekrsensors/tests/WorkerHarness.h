@@ -17,10 +17,18 @@
 
 namespace vekr::testing {
 
-// The rows of a worker table in worker_tables.json: the scenario, the device's locator, when
-// the person closes the dialog (0: never), and how the worker must end.
+// The rows of a worker table in worker_tables.json: the scenario, the device's locator (the
+// first sensor's unless given), when the person closes the dialog (0: never), and how the
+// worker must end (the event "" unless given).
 inline std::vector<TableRow> workerRows(const char* table) {
-    return tableRows(VEKR_SOURCE_DIR "/diag/vekrsensors/tests/worker_tables.json", table);
+    auto rows = tableRows(VEKR_SOURCE_DIR "/diag/vekrsensors/tests/worker_tables.json", table,
+                          VEKR_SOURCE_DIR "/diag/vekrsensors/tests/scenarios.json");
+    for (TableRow& row : rows) {
+        if (!row.entry.contains("locator"))
+            row.entry["locator"] = row.entry.at("scenario").at("sensors").at(0).at("locator");
+        row.entry.emplace("event", "");
+    }
+    return rows;
 }
 
 // The result a row names, or `otherwise` for a name that is not a result (e.g. "untouched").

@@ -216,7 +216,7 @@ TEST(DrawBitmap, SwappedEdgesMirrorTheImage) {
 }
 
 // How a scripted person's Escape, window close and presses on hidden buttons end a dialog is
-// in the command-line cases (gyro_escape_pressed, gyro_window_closed,
+// in the command-line cases (gyro_press_Escape, gyro_press_Close,
 // prox_hidden_fail_button_cannot_be_pressed).
 
 }  // namespace
