@@ -168,6 +168,14 @@ class CliCase : public ::testing::TestWithParam<TableRow> {
 protected:
     // Runs the module again from the recording rec.json, with `args` besides: each run must
     // end as `first`'s did, with the same events in order and its key value within 1 %.
+    // Runs are timed in real time, as the whole report is (a hurried replay clock included).
+    static void expectRunsWithinTheWhole(const json& report) {
+        double runs = 0;
+        for (const json& run : report["runs"])
+            runs += run["seconds"].get<double>();
+        EXPECT_LE(runs, report["seconds"].get<double>() + 0.01) << report["runs"].dump(1);
+    }
+
     void expectReplay(const json& args, const json& first) {
         std::vector<std::string> again = args.get<std::vector<std::string>>();
         again.insert(again.end(), {"--scenario", "rec.json", "--report", "replay.json"});
@@ -175,6 +183,7 @@ protected:
         std::ifstream in(scratch_ / "replay.json");
         ASSERT_TRUE(in) << o.out << o.err;
         const json second = json::parse(in);
+        expectRunsWithinTheWhole(second);
         ASSERT_EQ(second["runs"].size(), first["runs"].size()) << second["runs"].dump(1);
         for (std::size_t i = 0; i < first["runs"].size(); ++i) {
             const json &a = first["runs"][i], &b = second["runs"][i];
@@ -324,6 +333,7 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
         ASSERT_TRUE(in) << o.out << o.err;
         const json report = json::parse(in);
         EXPECT_EQ(o.exitCode, report["code"]) << o.err;
+        expectRunsWithinTheWhole(report);
         if (entry.contains("report")) {
             EXPECT_TRUE(subset(entry["report"], report))
                 << entry["report"].dump() << " in " << report.dump(2);
