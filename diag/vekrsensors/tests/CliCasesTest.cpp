@@ -36,16 +36,16 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <map>
+#include <memory>
 #include <optional>
 #include <thread>
 
 #include "FakeSysfs.h"
-#include "HeadlessWeston.h"
 #include "ModuleProcess.h"
 #include "ScratchDir.h"
-#include "SilentXServer.h"
 #include "TableRows.h"
-#include "VirtualXServer.h"
+#include "TestDisplay.h"
 
 namespace {
 
@@ -215,29 +215,24 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
     const json env = entry.value("env", json::array());
     for (const auto& [name, value] : env.items())
         start.env.push_back((env.is_object() ? name + "=" : "") + value.get<std::string>());
-    std::optional<VirtualXServer> x;
-    std::optional<SilentXServer> silent;
-    std::optional<HeadlessWeston> weston;
+    // @X, @S and @W in a variable's value: a display started for the case (TestDisplay.h).
+    const std::map<std::string, TestDisplay::Kind> displayKinds{
+        {"@X", TestDisplay::Kind::Xvfb},
+        {"@S", TestDisplay::Kind::SilentX},
+        {"@W", TestDisplay::Kind::Weston}};
+    std::vector<std::unique_ptr<TestDisplay>> displays;
     for (std::size_t i = 0, n = start.env.size(); i < n; ++i) {
         std::string& e = start.env[i];
-        if (e.ends_with("@W")) {
-            weston.emplace();
-            if (!weston->available())
-                GTEST_SKIP() << "weston is not installed or did not start";
-            e.replace(e.size() - 2, 2, weston->socket());
-            start.env.push_back("XDG_RUNTIME_DIR=" + weston->runtimeDir());
+        const auto kind = displayKinds.find(e.substr(e.size() < 2 ? 0 : e.size() - 2));
+        if (kind == displayKinds.end())
             continue;
-        }
-        if (e.ends_with("@X")) {
-            x.emplace();
-            if (!x->available())
-                GTEST_SKIP() << "Xvfb is not installed";
-            e.replace(e.size() - 2, 2, x->display());
-        } else if (e.ends_with("@S")) {
-            silent.emplace();
-            ASSERT_TRUE(silent->available());
-            e.replace(e.size() - 2, 2, silent->display());
-        }
+        const auto& display = displays.emplace_back(std::make_unique<TestDisplay>(kind->second));
+        if (!display->available() && kind->second != TestDisplay::Kind::SilentX)
+            GTEST_SKIP() << kind->first << ": Xvfb or weston is not installed or did not start";
+        ASSERT_TRUE(display->available());
+        e.replace(e.size() - 2, 2, display->name());
+        if (!display->runtimeDir().empty())
+            start.env.push_back("XDG_RUNTIME_DIR=" + display->runtimeDir());
     }
     const auto part = [&entry](const char* key) -> const json& {
         static const json none = json::object();

@@ -1,0 +1,123 @@
+#include "TestDisplay.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+// Starts `argv` with its output discarded and `env` in place of the inherited variables of the
+// same names; -1 when it cannot be started. Descriptors without close-on-exec stay open in it.
+pid_t spawnQuietly(std::vector<std::string> argv, const std::vector<std::string>& env = {}) {
+    std::vector<std::string> envStore = env;
+    for (char** e = environ; *e; ++e) {
+        const std::string entry = *e;
+        bool replaced = false;
+        for (const std::string& own : env)
+            replaced = replaced || entry.rfind(own.substr(0, own.find('=') + 1), 0) == 0;
+        if (!replaced)
+            envStore.push_back(entry);
+    }
+    std::vector<char*> args, envp;
+    for (auto& a : argv)
+        args.push_back(a.data());
+    for (auto& e : envStore)
+        envp.push_back(e.data());
+    args.push_back(nullptr);
+    envp.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+    pid_t pid = -1;
+    const int rc = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    return rc == 0 ? pid : -1;
+}
+
+}  // namespace
+
+TestDisplay::TestDisplay(Kind kind) {
+    if (kind == Kind::Xvfb && access("/usr/bin/Xvfb", X_OK) == 0) {
+        // Xvfb picks a free display number itself and writes it to -displayfd once it accepts
+        // connections, so there is neither a race for a number nor a wait for start-up.
+        int ready[2];
+        if (pipe2(ready, O_CLOEXEC) != 0)
+            return;
+        const int childEnd = dup(ready[1]);  // without close-on-exec: Xvfb keeps it
+        pid_ = spawnQuietly({"/usr/bin/Xvfb", "-displayfd", std::to_string(childEnd), "-screen",
+                             "0", "1280x800x24", "-nolisten", "tcp"});
+        close(childEnd);
+        close(ready[1]);
+        std::string number;
+        pollfd pfd{ready[0], POLLIN, 0};
+        char c = 0;
+        while (pid_ > 0 && poll(&pfd, 1, 10000) > 0 && read(ready[0], &c, 1) == 1 && c != '\n')
+            number += c;
+        close(ready[0]);
+        if (!number.empty())
+            name_ = ":", name_ += number;
+    } else if (kind == Kind::Weston && access("/usr/bin/weston", X_OK) == 0) {
+        char folder[] = "/tmp/vekr-wl-XXXXXX";  // made 0700, as a runtime folder must be
+        if (!mkdtemp(folder))
+            return;
+        dir_ = folder;
+        pid_ = spawnQuietly({"/usr/bin/weston", "--backend=headless-backend.so",
+                             "--socket=wayland-vekr", "--idle-time=0"},
+                            {"XDG_RUNTIME_DIR=" + dir_.string()});
+        // Weston makes its socket once it listens; a compositor that takes a minute is broken.
+        std::error_code ec;
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (pid_ > 0 && !std::filesystem::exists(dir_ / "wayland-vekr", ec) &&
+               std::chrono::steady_clock::now() < end && waitpid(pid_, nullptr, WNOHANG) == 0)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        if (std::filesystem::exists(dir_ / "wayland-vekr", ec))
+            name_ = "wayland-vekr";
+    } else if (kind == Kind::SilentX) {
+        // Display numbers far above any a desktop uses; the first free one is taken.
+        for (int number = 7300; number < 7400 && listener_ < 0; ++number) {
+            const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+            sockaddr_un address{};
+            address.sun_family = AF_UNIX;
+            std::string path = "/tmp/.X11-unix/X";
+            path += std::to_string(number);
+            // Abstract namespace: a leading NUL, nothing on the file system.
+            std::memcpy(address.sun_path + 1, path.data(), path.size());
+            const auto length =
+                static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + path.size());
+            if (fd >= 0 && bind(fd, reinterpret_cast<const sockaddr*>(&address), length) == 0 &&
+                listen(fd, 8) == 0) {
+                listener_ = fd;
+                name_ = ":";  // appended: g++ 12 -O3 warns wrongly on ":" + text
+                name_ += std::to_string(number);
+            } else if (fd >= 0) {
+                close(fd);
+            }
+        }
+    }
+}
+
+TestDisplay::~TestDisplay() {
+    if (pid_ > 0) {
+        kill(pid_, SIGTERM);
+        waitpid(pid_, nullptr, 0);
+    }
+    if (listener_ >= 0)
+        close(listener_);
+    std::error_code ec;
+    if (!dir_.empty())
+        std::filesystem::remove_all(dir_, ec);
+}
