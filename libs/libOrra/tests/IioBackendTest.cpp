@@ -196,9 +196,10 @@ TEST_F(Iio, BufferOnlyDeviceIsReadThroughItsNodeAndLeftAsFound) {
     EXPECT_EQ(sysfs_.read(0, "trigger/current_trigger"), "");
 }
 
-// The desktop streams the sensor (iio-sensor-proxy has its buffer enabled): access denied, and
-// a note that names the device, its holder and how to free it.
-TEST_F(Iio, BusyDeviceIsDeniedWithANoteNamingItsHolder) {
+// The desktop streams the sensor (iio-sensor-proxy has its buffer enabled): access denied, a
+// note that says so (its words are the busy_buffer command-line case's), and the other
+// program's buffer left alone.
+TEST_F(Iio, BusyDeviceIsDeniedAndLeftAsFound) {
     sysfs_.add(0, layouts::named("bufferOnlyAccel"));
     sysfs_.set(0, "buffer/enable", "1");
     sysfs_.addBuffer(0, "bmi160", "");
@@ -208,11 +209,6 @@ TEST_F(Iio, BusyDeviceIsDeniedWithANoteNamingItsHolder) {
     const auto notes = backend_->takeNotes(a.osLocator().toStdString());
     ASSERT_EQ(notes.size(), 1u);
     EXPECT_TRUE(notes[0].heldElsewhere);
-    for (const std::string& part :
-         {std::string("iio:device0 (bmi160) is busy"), "(pid " + std::to_string(::getpid()) + ")",
-          std::string("systemctl stop iio-sensor-proxy")}) {
-        EXPECT_NE(notes[0].text.find(part), std::string::npos) << notes[0].text;
-    }
     EXPECT_EQ(sysfs_.read(0, "buffer/enable"), "1") << "another program's buffer is left alone";
 }
 
