@@ -13,6 +13,7 @@
 #include <QTableWidget>
 #include <QTimer>
 #include <QtTest/QTest>
+#include <atomic>
 #include <cmath>
 #include <filesystem>
 #include <functional>
@@ -28,6 +29,11 @@
 #include "libLumo/GdiResourceManager.h"
 #include "libLumo/PngControl.h"
 #include "vekrsensors.h"
+
+// Texts in a failure message as text, not as UTF-16 units.
+void PrintTo(const QString& text, std::ostream* os) {
+    *os << '"' << text.toStdString() << '"';
+}
 
 namespace {
 
@@ -45,32 +51,45 @@ QImage shoot(QWidget& dialog) {
     return dialog.grab().toImage();
 }
 
-// Runs `dialog` modally: each shot's `before` runs 200 ms after the one before (the first
-// after the dialog has shown), and its frame is taken 100 ms later, once the change has been
-// drawn. The dialog ends after the last.
+// Runs `dialog` modally and, once it is on the screen, each shot in turn: its `before`, then,
+// once the dialog has taken the change in (the events it posted, and `settled` where the
+// dialog takes changes in at its own pace), its frame. The dialog ends after the last. Nothing
+// waits on the clock, so a slow machine only takes longer.
 struct Shot {
     std::string name;
     std::function<void()> before;
 };
 void runAndShoot(libLumo::VekDialog& dialog, const std::vector<Shot>& shots,
-                 std::vector<QImage>& frames, const std::function<void()>& atEachFrame = {}) {
-    int delay = 0;
-    for (const Shot& shot : shots) {
-        delay += 200;
-        QTimer::singleShot(delay, &dialog, [&shot] {
+                 std::vector<QImage>& frames, const std::function<void()>& atEachFrame = {},
+                 const std::function<bool()>& settled = {}) {
+    constexpr int kCeilingMs = 60'000;  // only a broken dialog gets near it
+    QTimer::singleShot(0, &dialog, [&] {
+        (void)QTest::qWaitForWindowExposed(&dialog, kCeilingMs);
+        for (const Shot& shot : shots) {
             if (shot.before)
                 shot.before();
-        });
-        QTimer::singleShot(delay + 100, &dialog, [&dialog, &shot, &frames, &atEachFrame] {
+            QCoreApplication::processEvents();
+            if (settled)
+                (void)QTest::qWaitFor(settled, kCeilingMs);
             if (atEachFrame)
                 atEachFrame();
             frames.push_back(shoot(dialog));
             frames.back().save(QString::fromStdString("frames/" + shot.name + ".png"));
-        });
-    }
-    QTimer::singleShot(delay + 150, &dialog, [&dialog] { dialog.EndDialog(0); });
+        }
+        dialog.EndDialog(0);
+    });
     dialog.DoModal();
 }
+
+// The gyrometer's dialog takes a change in at its frame clock's next tick.
+struct TickingGyro : GyrometerTestDlg {
+    using GyrometerTestDlg::GyrometerTestDlg;
+    std::atomic<int> ticks{0};
+    void OnFrame() override {
+        ++ticks;
+        GyrometerTestDlg::OnFrame();
+    }
+};
 
 class Frames : public ::testing::TestWithParam<const char*> {
 protected:
@@ -97,17 +116,20 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
     std::vector<QImage> frames;
     std::vector<QImage> drawn;  // the dialog's own rendering at each frame
 
-    GyrometerTestDlg gyro(nullptr);
+    TickingGyro gyro(nullptr);
+    int changedAt = 0;  // the tick the last change came in, taken in two ticks on
     runAndShoot(gyro,
                 {{name("gyrometer", "rest"), nullptr},
                  {name("gyrometer", "mid"),
-                  [&gyro] {
+                  [&] {
+                      changedAt = gyro.ticks;
                       gyro.UpdateRotationX(0.5);
                       gyro.UpdateRotationY(-0.4);
                       gyro.UpdateRotationZ(0.5);
                       gyro.UpdateAxisPassed(true, true, true, true, false, true);
                   }}},
-                frames, [&gyro, &drawn] { drawn.push_back(gyro.grab().toImage()); });
+                frames, [&gyro, &drawn] { drawn.push_back(gyro.grab().toImage()); },
+                [&] { return gyro.ticks >= changedAt + 2; });
     EXPECT_EQ(gyro.windowTitle(), text("TitleGyrometerTest"));
     EXPECT_EQ(gyro.GetDlgItem(1000)->text(), text("FailButton"));
     // What a screen reader says, through Qt's accessibility interface: the lamps in words.
