@@ -106,11 +106,11 @@ protected:
         return names;
     }
 
-    // However a worker ends, its dialog must close: DoModal returns `expected` at once (a
-    // watchdog ends it with -1 after five seconds).
+    // However a worker ends, its dialog must close: DoModal returns `expected` (a watchdog that
+    // only a dialog that never closes meets ends it with -1 after a minute).
     template <typename Dialog>
     void expectDialogCloses(Dialog& dialog, int expected) {
-        QTimer::singleShot(5000, &dialog, [&dialog] { dialog.EndDialog(-1); });
+        QTimer::singleShot(60'000, &dialog, [&dialog] { dialog.EndDialog(-1); });
         EXPECT_EQ(dialog.DoModal(), expected) << "the dialog stayed open";
     }
 
