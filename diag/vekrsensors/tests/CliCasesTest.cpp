@@ -8,8 +8,8 @@
 //    "tree": {"layout": "hidAccel3d",  a fake sysfs with one device of a driver's layout
 //             "name": "...", "set": {"attr": "text"}, "silent": "attr", "busyBuffer": true,
 //             "root": "folder name", "devices": [{...}, ...]}   or several devices (n: number)
-//    "env": ["DISPLAY=@X"] or {...},   @X: a virtual X server, @S: one that never answers,
-//                                      @W (WAYLAND_DISPLAY): a headless weston
+//    "env": ["DISPLAY=@X"] or {...},   @X: Xvfb, @S: an X server that never answers,
+//                                      @W (WAYLAND_DISPLAY): a headless weston (TestDisplay.h)
 //    "files": {"name": "text" or JSON}, "links": {"name": "target"}, "readOnlyDir": "name",
 //    "fifo": "name", "bigFile": {"name": bytes},   more in the working folder
 //    "reportTo": "r.json" (default; null: no --report), "reportAt": where it then lies,
@@ -166,8 +166,6 @@ void buildTree(std::optional<FakeSysfs>& sysfs, std::ifstream& holder, const jso
 
 class CliCase : public ::testing::TestWithParam<TableRow> {
 protected:
-    // Runs the module again from the recording rec.json, with `args` besides: each run must
-    // end as `first`'s did, with the same events in order and its key value within 1 %.
     // Runs are timed in real time, as the whole report is (a hurried replay clock included).
     static void expectRunsWithinTheWhole(const json& report) {
         double runs = 0;
@@ -176,6 +174,8 @@ protected:
         EXPECT_LE(runs, report["seconds"].get<double>() + 0.01) << report["runs"].dump(1);
     }
 
+    // Runs the module again from the recording rec.json, with `args` besides: each run must
+    // end as `first`'s did, with the same events in order and its key value within 1 %.
     void expectReplay(const json& args, const json& first) {
         std::vector<std::string> again = args.get<std::vector<std::string>>();
         again.insert(again.end(), {"--scenario", "rec.json", "--report", "replay.json"});
