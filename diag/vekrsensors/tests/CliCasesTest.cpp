@@ -14,7 +14,7 @@
 //    "fifo": "name", "bigFile": {"name": bytes},   more in the working folder
 //    "reportTo": "r.json" (default; null: no --report), "reportAt": where it then lies,
 //    "stdoutTo": "/dev/full" ("" closed), "termWaiting": true (SIGTERM pending at start),
-//    "signal": {"when": "text on the terminal", "afterMs": 300, "send": ["INT", "TERM"]},
+//    "signal": {"when": "text on the terminal", "times": 1, "afterMs": 300, "send": ["INT"]},
 //    "runs": [{"result": "FAIL", "events": ["Sensor_Timeout"], "note": "part of a note",
 //              "...": ...}],           any other key: that part of the run, as a subset
 //    "report": {...},                  a subset of the report's top level
@@ -277,7 +277,8 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
     ModuleRun module(args, scratch_.path().string(), start);
     if (entry.contains("signal")) {
         const json& sig = entry["signal"];
-        ASSERT_TRUE(module.waitFor(sig.at("when"), std::chrono::seconds(20)));
+        ASSERT_TRUE(module.waitFor(sig.at("when"), std::chrono::seconds(60), sig.value("times", 1)))
+            << "never saw " << sig.at("when");
         std::this_thread::sleep_for(std::chrono::milliseconds(sig.value("afterMs", 0)));
         const std::map<std::string, int> numbers{
             {"INT", SIGINT}, {"TERM", SIGTERM}, {"HUP", SIGHUP}};

@@ -120,10 +120,15 @@ bool ModuleRun::pump(int timeoutMs) {
     return true;
 }
 
-bool ModuleRun::waitFor(const std::string& text, std::chrono::milliseconds limit) {
+bool ModuleRun::waitFor(const std::string& text, std::chrono::milliseconds limit, int times) {
     const auto end = std::chrono::steady_clock::now() + limit;
-    while (outcome_.out.find(text) == std::string::npos &&
-           outcome_.err.find(text) == std::string::npos) {
+    const auto seen = [&text](const std::string& in) {
+        int n = 0;
+        for (auto at = in.find(text); at != std::string::npos; at = in.find(text, at + 1))
+            ++n;
+        return n;
+    };
+    while (seen(outcome_.out) + seen(outcome_.err) < times) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
             end - std::chrono::steady_clock::now());
         if (left.count() <= 0 || !pump(static_cast<int>(left.count())))

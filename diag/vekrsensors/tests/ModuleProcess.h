@@ -32,9 +32,9 @@ public:
     ModuleRun(const ModuleRun&) = delete;
     ModuleRun& operator=(const ModuleRun&) = delete;
 
-    // Collects output until stdout or stderr holds `text`; false when the module ended or
-    // `limit` passed first.
-    bool waitFor(const std::string& text, std::chrono::milliseconds limit);
+    // Collects output until stdout and stderr hold `text` `times` times; false when the module
+    // ended or `limit` passed first.
+    bool waitFor(const std::string& text, std::chrono::milliseconds limit, int times = 1);
     void signal(int sig) const;
     // Collects the rest and waits for the end.
     ModuleOutcome finish();
