@@ -19,7 +19,7 @@ done
 scripts/build.sh debug
 cd build/debug
 rm -rf frames
-tests=(./bin/vekrsensors_tests --gtest_filter='Shipped/Frames.*:OrientationWindow.*')
+tests=(./bin/vekrsensors_tests --gtest_filter='Shipped/Frames.*')
 if ((wayland)); then
   runtime=$(mktemp -d /tmp/vekr-frames-XXXXXX)
   XDG_RUNTIME_DIR=$runtime weston --backend=headless-backend.so --socket=wayland-frames \

@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 #include <QPainter>
 
+#include "kiva5/Localization.h"
 #include "libLumo/GdiResourceManager.h"
 #include "vek/Logging.h"
 
@@ -12,15 +13,21 @@ namespace {
 std::atomic<vek::Logger*> s_logger{nullptr};
 constexpr const char* kLoggerName = "vekrsensors.OrientationDlg";
 
+// A text of the run's language.
+QString text(const char* key) {
+    return QString::fromStdString(kiva5::Localization::lookup(key).toStdString());
+}
+
 // 200 x 190 units: the picture, its words, Cancel centred below.
 libLumo::DialogTemplate dialogTemplate() {
     libLumo::DialogTemplate t;
     t.id = OrientationDlg::IDD;
-    t.caption = "Orientation check";
+    t.caption = text("OrientationTitle").toStdString();
     t.cx = 200;
     t.cy = 190;
     t.topmost = true;
-    t.buttons = {{OrientationDlg::IDC_BUTTON_CANCEL, "Cancel", {75, 170, 50, 14}}};
+    t.buttons = {
+        {OrientationDlg::IDC_BUTTON_CANCEL, text("CancelButton").toStdString(), {75, 170, 50, 14}}};
     return t;
 }
 
@@ -32,10 +39,10 @@ std::vector<libLumo::CanvasImage> images() {
 
 }  // namespace
 
-const std::array<const char*, 3> OrientationDlg::kPoseText{
-    "1 of 3: hold it upright, screen facing you, still",
-    "2 of 3: stand it on its right-hand edge, left edge up, still",
-    "3 of 3: lay it flat, screen up, still"};
+QString OrientationDlg::poseText(int pose) {
+    static const char* const keys[] = {"OrientationPose1", "OrientationPose2", "OrientationPose3"};
+    return text(keys[std::clamp(pose, 0, 2)]);
+}
 
 OrientationDlg::OrientationDlg(QWidget* parent, OrientationSession& session)
     : libLumo::CanvasDialog(dialogTemplate(), parent, "OrientationCheck", images(), s_logger,
@@ -46,10 +53,9 @@ OrientationDlg::OrientationDlg(QWidget* parent, OrientationSession& session)
 }
 
 bool OrientationDlg::OnInitDialog() {
-    SetWindowText(vek::String("Orientation check"));
-    canvas()->setAccessibleName("Orientation check");
+    canvas()->setAccessibleName(text("OrientationTitle"));
     if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL)) {
-        cancel->setAccessibleDescription("Ends the check without a verdict");
+        cancel->setAccessibleDescription(text("CancelButtonDescription"));
         cancel->setFocus();
     }
     return true;
@@ -65,8 +71,7 @@ void OrientationDlg::OnFrame() {
     if (pose == shown_)
         return;
     shown_ = pose;
-    canvas()->setAccessibleDescription(
-        QString::fromUtf8(kPoseText[static_cast<std::size_t>(pose)]));
+    canvas()->setAccessibleDescription(poseText(pose));
     CanvasDialog::OnFrame();
 }
 
@@ -86,7 +91,7 @@ void OrientationDlg::drawPicture(QPainter& painter, float width, float height,
                         side);
     painter.setPen(QColor(39, 56, 74));
     painter.drawText(QRectF(0, side, width, height - side), Qt::AlignCenter | Qt::TextWordWrap,
-                     QString::fromUtf8(kPoseText[static_cast<std::size_t>(pose)]));
+                     poseText(pose));
 }
 
 void runOrientationDialog(OrientationSession& session) {

@@ -18,8 +18,8 @@ public:
 
     OrientationDlg(QWidget* parent, OrientationSession& session);
 
-    // The words under each pose's picture.
-    static const std::array<const char*, 3> kPoseText;
+    // The words under each pose's picture (0..2), in the run's language.
+    static QString poseText(int pose);
 
 protected:
     bool OnInitDialog() override;

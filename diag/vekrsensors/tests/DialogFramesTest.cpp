@@ -81,14 +81,19 @@ void runAndShoot(libLumo::VekDialog& dialog, const std::vector<Shot>& shots,
     dialog.DoModal();
 }
 
-// The gyrometer's dialog takes a change in at its frame clock's next tick.
-struct TickingGyro : GyrometerTestDlg {
-    using GyrometerTestDlg::GyrometerTestDlg;
+// A dialog that takes a change in at its frame clock's next tick, counting the ticks: after
+// changed(), settled() once two more have passed.
+template <typename Dialog>
+struct Ticking : Dialog {
+    using Dialog::Dialog;
     std::atomic<int> ticks{0};
+    int changedAt = 0;
     void OnFrame() override {
         ++ticks;
-        GyrometerTestDlg::OnFrame();
+        Dialog::OnFrame();
     }
+    void changed() { changedAt = ticks; }
+    bool settled() const { return ticks >= changedAt + 2; }
 };
 
 class Frames : public ::testing::TestWithParam<const char*> {
@@ -116,20 +121,19 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
     std::vector<QImage> frames;
     std::vector<QImage> drawn;  // the dialog's own rendering at each frame
 
-    TickingGyro gyro(nullptr);
-    int changedAt = 0;  // the tick the last change came in, taken in two ticks on
+    Ticking<GyrometerTestDlg> gyro(nullptr);
     runAndShoot(gyro,
                 {{name("gyrometer", "rest"), nullptr},
                  {name("gyrometer", "mid"),
                   [&] {
-                      changedAt = gyro.ticks;
+                      gyro.changed();
                       gyro.UpdateRotationX(0.5);
                       gyro.UpdateRotationY(-0.4);
                       gyro.UpdateRotationZ(0.5);
                       gyro.UpdateAxisPassed(true, true, true, true, false, true);
                   }}},
                 frames, [&gyro, &drawn] { drawn.push_back(gyro.grab().toImage()); },
-                [&] { return gyro.ticks >= changedAt + 2; });
+                [&] { return gyro.settled(); });
     EXPECT_EQ(gyro.windowTitle(), text("TitleGyrometerTest"));
     EXPECT_EQ(gyro.GetDlgItem(1000)->text(), text("FailButton"));
     // What a screen reader says, through Qt's accessibility interface: the lamps in words.
@@ -237,25 +241,40 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
 
 INSTANTIATE_TEST_SUITE_P(Shipped, Frames, ::testing::Values("en", "de", "fr"));
 
-// The orientation check's window draws the pose the check asks for, and closes by itself once
-// the check is finished.
-TEST(OrientationWindow, ShowsThePoseAskedForAndClosesWhenTheCheckIsDone) {
-    libLumo::GdiResourceManager gui;
-    ASSERT_TRUE(gui.ready());
-    std::filesystem::create_directories("frames");
+// The orientation check's window draws the pose the check asks for, with its words in the
+// run's language, and closes by itself once the check is finished.
+TEST_P(Frames, OrientationWindowShowsThePoseAskedForAndClosesWhenTheCheckIsDone) {
     vekrsensors::OrientationSession session;
     std::vector<QImage> frames, drawn;
+    std::vector<QString> said;
     {
-        vekrsensors::OrientationDlg dialog(nullptr, session);
-        runAndShoot(dialog,
-                    {{"orientation_upright", nullptr},
-                     {"orientation_left_up", [&] { session.pose = 1; }},
-                     {"orientation_face_up", [&] { session.pose = 2; }}},
-                    frames, [&] { drawn.push_back(dialog.grab().toImage()); });
+        Ticking<vekrsensors::OrientationDlg> dialog(nullptr, session);
+        const auto asked = [&](int pose) {
+            return [&dialog, &session, pose] {
+                dialog.changed();
+                session.pose = pose;
+            };
+        };
+        runAndShoot(
+            dialog,
+            {{name("orientation", "upright"), nullptr},
+             {name("orientation", "left_up"), asked(1)},
+             {name("orientation", "face_up"), asked(2)}},
+            frames,
+            [&] {
+                drawn.push_back(dialog.grab().toImage());
+                said.push_back(spoken(dialog.canvas(), QAccessible::Description));
+            },
+            [&] { return dialog.settled(); });
+        EXPECT_EQ(dialog.windowTitle(), text("OrientationTitle"));
+        EXPECT_EQ(dialog.GetDlgItem(vekrsensors::OrientationDlg::IDC_BUTTON_CANCEL)->text(),
+                  text("CancelButton"));
     }
     ASSERT_EQ(drawn.size(), 3u);
     EXPECT_NE(drawn[0], drawn[1]);
     EXPECT_NE(drawn[1], drawn[2]);
+    EXPECT_EQ(said, (std::vector<QString>{text("OrientationPose1"), text("OrientationPose2"),
+                                          text("OrientationPose3")}));
     session.finished = true;
     vekrsensors::OrientationDlg done(nullptr, session);
     QTimer::singleShot(60000, &done, [&done] { done.EndDialog(-1); });  // only if it hangs
@@ -263,12 +282,9 @@ TEST(OrientationWindow, ShowsThePoseAskedForAndClosesWhenTheCheckIsDone) {
     EXPECT_FALSE(session.cancelled);
 }
 
-// The window a desktop-started run ends on: a row per run with what to do next, and where
-// the report is.
-TEST(ResultsWindow, ShowsEachRunWithWhatToDoAndWhereTheReportIs) {
-    libLumo::GdiResourceManager gui;
-    ASSERT_TRUE(gui.ready());
-    std::filesystem::create_directories("frames");
+// The window a desktop-started run ends on: a row per run with what to do next, where the
+// report is, and its words in the run's language.
+TEST_P(Frames, ResultsWindowShowsEachRunWithWhatToDoAndWhereTheReportIs) {
     vekrsensors::ResultsView view;
     view.rows = {{"AmbientLightSensorTest", "als", "FAIL", "4.00 lux, wanted > 10",
                   "Ensure light can reach sensor."},
@@ -277,13 +293,20 @@ TEST(ResultsWindow, ShowsEachRunWithWhatToDoAndWhereTheReportIs) {
     view.reportPath = "/home/tab/.local/state/vekrsensors/report-2026-11-25T06-25-15.034Z.json";
     vekrsensors::ResultsWindow window(nullptr, view);
     std::vector<QImage> frames;
-    runAndShoot(window, {{"results", nullptr}}, frames);
+    runAndShoot(window, {{name("results", "two_runs"), nullptr}}, frames);
     ASSERT_EQ(window.table()->rowCount(), 2);
     EXPECT_EQ(window.table()->item(0, 1)->text(), "FAIL");
     EXPECT_EQ(window.table()->item(0, 3)->text(), "Ensure light can reach sensor.");
     EXPECT_EQ(window.table()->item(1, 2)->text(), "0.99 g, wanted 1 +/- 0.1");
-    EXPECT_TRUE(
-        window.findChild<QLabel*>()->text().endsWith(QString::fromStdString(view.reportPath)));
+    EXPECT_EQ(window.table()->horizontalHeaderItem(3)->text(), text("ResultsColumnAdvice"));
+    EXPECT_EQ(window.findChild<QLabel*>()->text(),
+              text("ReportSavedIn").arg(QString::fromStdString(view.reportPath)));
+    EXPECT_EQ(window.windowTitle(), text("ResultsTitle"));
+    using vekrsensors::ResultsWindow;
+    EXPECT_EQ(window.GetDlgItem(ResultsWindow::IDC_BUTTON_RUN_AGAIN)->text(),
+              text("RunAgainButton"));
+    EXPECT_EQ(spoken(window.GetDlgItem(ResultsWindow::IDC_BUTTON_CLOSE), QAccessible::Description),
+              text("CloseButtonDescription"));
 }
 
 // A finger works every dialog: a touch on Fail (Cancel in the orientation window, Close in the

@@ -6,7 +6,7 @@
 # Usage: dialogs_on_displays.sh TESTS_BINARY     (exit 77: Xvfb or weston missing)
 set -euo pipefail
 tests=$1
-filter='Shipped/Frames.*:Touch.*:OrientationWindow.*:ResultsWindow.*'
+filter='Shipped/Frames.*:Touch.*'
 command -v xvfb-run >/dev/null && command -v weston >/dev/null ||
   { echo "skipped: xvfb-run or weston is not installed"; exit 77; }
 
