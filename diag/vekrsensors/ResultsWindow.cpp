@@ -5,7 +5,7 @@
 #include <QLabel>
 #include <QTableWidget>
 
-#include "kiva5/Localization.h"
+#include "LocalizedText.h"
 #include "libLumo/GdiResourceManager.h"
 #include "vek/Logging.h"
 
@@ -15,23 +15,21 @@ namespace {
 std::atomic<vek::Logger*> s_logger{nullptr};
 constexpr const char* kLoggerName = "vekrsensors.ResultsWindow";
 
-// A text of the run's language.
-QString text(const char* key) {
-    return QString::fromStdString(kiva5::Localization::lookup(key).toStdString());
-}
-
 // 420 x 240 units: the table, the report's path, the two buttons; 60 x 18 units is about
 // 90 x 30 pixels, a finger's width.
 libLumo::DialogTemplate dialogTemplate() {
     libLumo::DialogTemplate t;
     t.id = ResultsWindow::IDD;
-    t.caption = text("ResultsTitle").toStdString();
+    t.caption = localizedText("ResultsTitle").toStdString();
     t.cx = 420;
     t.cy = 240;
-    t.buttons = {{ResultsWindow::IDC_BUTTON_RUN_AGAIN, text("RunAgainButton").toStdString(),
+    t.buttons = {{ResultsWindow::IDC_BUTTON_RUN_AGAIN,
+                  localizedText("RunAgainButton").toStdString(),
                   {284, 216, 62, 18}},
-                 {ResultsWindow::IDC_BUTTON_CLOSE, text("CloseButton").toStdString(),
-                  {352, 216, 60, 18}, true}};
+                 {ResultsWindow::IDC_BUTTON_CLOSE,
+                  localizedText("CloseButton").toStdString(),
+                  {352, 216, 60, 18},
+                  true}};
     return t;
 }
 
@@ -49,9 +47,9 @@ ResultsWindow::ResultsWindow(QWidget* parent, const ResultsView& view)
     : libLumo::VekDialog(dialogTemplate(), parent, "Results"),
       table_(new QTableWidget(static_cast<int>(view.rows.size()), 4, this)) {
     const QSize client = clientSize();
-    table_->setHorizontalHeaderLabels({text("ResultsColumnTest"), text("ResultsColumnResult"),
-                                       text("ResultsColumnMeasured"),
-                                       text("ResultsColumnAdvice")});
+    table_->setHorizontalHeaderLabels(
+        {localizedText("ResultsColumnTest"), localizedText("ResultsColumnResult"),
+         localizedText("ResultsColumnMeasured"), localizedText("ResultsColumnAdvice")});
     table_->verticalHeader()->hide();
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table_->setWordWrap(true);
@@ -72,22 +70,23 @@ ResultsWindow::ResultsWindow(QWidget* parent, const ResultsView& view)
     table_->setGeometry(10, 10, client.width() - 20, client.height() - 90);
     table_->resizeColumnsToContents();
     table_->resizeRowsToContents();
-    table_->setAccessibleName(text("ResultsTitle"));
-    table_->setAccessibleDescription(text("ResultsDescription"));
-    auto* saved = new QLabel(view.reportPath.empty()
-                                 ? text("ReportNotSaved")
-                                 : text("ReportSavedIn").arg(QString::fromStdString(view.reportPath)),
-                             this);
+    table_->setAccessibleName(localizedText("ResultsTitle"));
+    table_->setAccessibleDescription(localizedText("ResultsDescription"));
+    auto* saved = new QLabel(
+        view.reportPath.empty()
+            ? localizedText("ReportNotSaved")
+            : localizedText("ReportSavedIn").arg(QString::fromStdString(view.reportPath)),
+        this);
     saved->setTextInteractionFlags(Qt::TextSelectableByMouse);
     saved->setWordWrap(true);
     saved->setGeometry(10, client.height() - 76, client.width() - 20, 40);
     if (QAbstractButton* again = GetDlgItem(IDC_BUTTON_RUN_AGAIN)) {
-        again->setAccessibleDescription(text("RunAgainButtonDescription"));
+        again->setAccessibleDescription(localizedText("RunAgainButtonDescription"));
         QObject::connect(again, &QAbstractButton::clicked, this,
                          [this] { EndDialog(IDC_BUTTON_RUN_AGAIN); });
     }
     if (QAbstractButton* close = GetDlgItem(IDC_BUTTON_CLOSE)) {
-        close->setAccessibleDescription(text("CloseButtonDescription"));
+        close->setAccessibleDescription(localizedText("CloseButtonDescription"));
         close->setFocus();
         QObject::connect(close, &QAbstractButton::clicked, this,
                          [this] { EndDialog(IDC_BUTTON_CLOSE); });

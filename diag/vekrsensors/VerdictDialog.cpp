@@ -3,7 +3,7 @@
 #include <QAbstractButton>
 #include <QIcon>
 
-#include "kiva5/Localization.h"
+#include "LocalizedText.h"
 #include "vek/Logging.h"
 #include "vek/Resource.h"
 #include "vekrsensors.h"
@@ -38,7 +38,7 @@ bool VerdictDialog::OnInitDialog() {
     for (auto [id, key] : {std::pair(IDC_BUTTON_FAIL, "FailButtonDescription"),
                            std::pair(IDC_BUTTON_CANCEL, "CancelButtonDescription")}) {
         if (QAbstractButton* button = GetDlgItem(id))
-            button->setAccessibleDescription(libLumo::toQString(kiva5::Localization::lookup(key)));
+            button->setAccessibleDescription(localizedText(key));
     }
     canvas()->setAccessibleName(libLumo::toQString(title_->localizedString()));
     canvas()->setAccessibleDescription(pictureDescription());

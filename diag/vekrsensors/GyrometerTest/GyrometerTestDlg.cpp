@@ -2,7 +2,7 @@
 
 #include <QPainter>
 
-#include "kiva5/Localization.h"
+#include "LocalizedText.h"
 #include "vek/Logging.h"
 #include "vekrsensors.h"
 
@@ -122,8 +122,8 @@ QString GyrometerTestDlg::pictureDescription() const {
     QStringList done, toDo;
     for (std::size_t i = 0; i < 6; ++i)
         (passed_[i].load(std::memory_order_relaxed) ? done : toDo) << kDirections[i];
-    const QString none = libLumo::toQString(kiva5::Localization::lookup("NoneDone"));
-    return libLumo::toQString(kiva5::Localization::lookup("GyrometerPictureDescription"))
+    const QString none = localizedText("NoneDone");
+    return localizedText("GyrometerPictureDescription")
         .arg(done.isEmpty() ? none : done.join(", "), toDo.isEmpty() ? none : toDo.join(", "));
 }
 

@@ -4,7 +4,7 @@
 #include <QPainterPath>
 #include <cmath>
 
-#include "kiva5/Localization.h"
+#include "LocalizedText.h"
 #include "platform/Screen.h"
 #include "vek/Logging.h"
 #include "vekrsensors.h"
@@ -72,7 +72,7 @@ MagnetometerTestDlg::~MagnetometerTestDlg() {
 }
 
 QString MagnetometerTestDlg::pictureDescription() const {
-    return libLumo::toQString(kiva5::Localization::lookup("CompassPictureDescription"));
+    return localizedText("CompassPictureDescription");
 }
 
 void MagnetometerTestDlg::OnDestroy() {

@@ -3,7 +3,7 @@
 #include <QAbstractButton>
 #include <QPainter>
 
-#include "kiva5/Localization.h"
+#include "LocalizedText.h"
 #include "libLumo/GdiResourceManager.h"
 #include "vek/Logging.h"
 
@@ -13,21 +13,17 @@ namespace {
 std::atomic<vek::Logger*> s_logger{nullptr};
 constexpr const char* kLoggerName = "vekrsensors.OrientationDlg";
 
-// A text of the run's language.
-QString text(const char* key) {
-    return QString::fromStdString(kiva5::Localization::lookup(key).toStdString());
-}
-
 // 200 x 190 units: the picture, its words, Cancel centred below.
 libLumo::DialogTemplate dialogTemplate() {
     libLumo::DialogTemplate t;
     t.id = OrientationDlg::IDD;
-    t.caption = text("OrientationTitle").toStdString();
+    t.caption = localizedText("OrientationTitle").toStdString();
     t.cx = 200;
     t.cy = 190;
     t.topmost = true;
-    t.buttons = {
-        {OrientationDlg::IDC_BUTTON_CANCEL, text("CancelButton").toStdString(), {75, 170, 50, 14}}};
+    t.buttons = {{OrientationDlg::IDC_BUTTON_CANCEL,
+                  localizedText("CancelButton").toStdString(),
+                  {75, 170, 50, 14}}};
     return t;
 }
 
@@ -41,7 +37,7 @@ std::vector<libLumo::CanvasImage> images() {
 
 QString OrientationDlg::poseText(int pose) {
     static const char* const keys[] = {"OrientationPose1", "OrientationPose2", "OrientationPose3"};
-    return text(keys[std::clamp(pose, 0, 2)]);
+    return localizedText(keys[std::clamp(pose, 0, 2)]);
 }
 
 OrientationDlg::OrientationDlg(QWidget* parent, OrientationSession& session)
@@ -53,9 +49,9 @@ OrientationDlg::OrientationDlg(QWidget* parent, OrientationSession& session)
 }
 
 bool OrientationDlg::OnInitDialog() {
-    canvas()->setAccessibleName(text("OrientationTitle"));
+    canvas()->setAccessibleName(localizedText("OrientationTitle"));
     if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL)) {
-        cancel->setAccessibleDescription(text("CancelButtonDescription"));
+        cancel->setAccessibleDescription(localizedText("CancelButtonDescription"));
         cancel->setFocus();
     }
     return true;

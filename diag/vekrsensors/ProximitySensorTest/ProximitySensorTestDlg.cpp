@@ -5,7 +5,7 @@
 #include <QPainter>
 #include <mutex>
 
-#include "kiva5/Localization.h"
+#include "LocalizedText.h"
 #include "libLumo/CanvasDialog.h"
 #include "libTarra/Proximity.h"
 #include "vek/Logging.h"
@@ -152,7 +152,7 @@ bool ProximitySensorTestDlg::OnInitDialog() {
     for (auto [id, key] : {std::pair(IDC_BUTTON_FAIL, "FailButtonDescription"),
                            std::pair(IDC_BUTTON_CANCEL, "CancelButtonDescription")}) {
         if (QAbstractButton* button = GetDlgItem(id))
-            button->setAccessibleDescription(libLumo::toQString(kiva5::Localization::lookup(key)));
+            button->setAccessibleDescription(localizedText(key));
     }
     setFocus();
     if (QAbstractButton* cancel = GetDlgItem(IDC_BUTTON_CANCEL))

@@ -35,9 +35,9 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <nlohmann/json.hpp>
 #include <map>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <thread>
 
@@ -75,8 +75,8 @@ std::vector<TableRow> loadCases() {
                 continue;
             }
             const auto& args = row.entry.at("args");
-            const json dialog =
-                row.entry.value("dialog", *std::next(std::find(args.begin(), args.end(), "--test")));
+            const json dialog = row.entry.value(
+                "dialog", *std::next(std::find(args.begin(), args.end(), "--test")));
             for (const auto& [press, result] : presses.items()) {
                 TableRow one = row;
                 one.label += "_" + press;
@@ -216,10 +216,9 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
     for (const auto& [name, value] : env.items())
         start.env.push_back((env.is_object() ? name + "=" : "") + value.get<std::string>());
     // @X, @S and @W in a variable's value: a display started for the case (TestDisplay.h).
-    const std::map<std::string, TestDisplay::Kind> displayKinds{
-        {"@X", TestDisplay::Kind::Xvfb},
-        {"@S", TestDisplay::Kind::SilentX},
-        {"@W", TestDisplay::Kind::Weston}};
+    const std::map<std::string, TestDisplay::Kind> displayKinds{{"@X", TestDisplay::Kind::Xvfb},
+                                                                {"@S", TestDisplay::Kind::SilentX},
+                                                                {"@W", TestDisplay::Kind::Weston}};
     std::vector<std::unique_ptr<TestDisplay>> displays;
     for (std::size_t i = 0, n = start.env.size(); i < n; ++i) {
         std::string& e = start.env[i];

@@ -122,18 +122,19 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
     std::vector<QImage> drawn;  // the dialog's own rendering at each frame
 
     Ticking<GyrometerTestDlg> gyro(nullptr);
-    runAndShoot(gyro,
-                {{name("gyrometer", "rest"), nullptr},
-                 {name("gyrometer", "mid"),
-                  [&] {
-                      gyro.changed();
-                      gyro.UpdateRotationX(0.5);
-                      gyro.UpdateRotationY(-0.4);
-                      gyro.UpdateRotationZ(0.5);
-                      gyro.UpdateAxisPassed(true, true, true, true, false, true);
-                  }}},
-                frames, [&gyro, &drawn] { drawn.push_back(gyro.grab().toImage()); },
-                [&] { return gyro.settled(); });
+    runAndShoot(
+        gyro,
+        {{name("gyrometer", "rest"), nullptr},
+         {name("gyrometer", "mid"),
+          [&] {
+              gyro.changed();
+              gyro.UpdateRotationX(0.5);
+              gyro.UpdateRotationY(-0.4);
+              gyro.UpdateRotationZ(0.5);
+              gyro.UpdateAxisPassed(true, true, true, true, false, true);
+          }}},
+        frames, [&gyro, &drawn] { drawn.push_back(gyro.grab().toImage()); },
+        [&] { return gyro.settled(); });
     EXPECT_EQ(gyro.windowTitle(), text("TitleGyrometerTest"));
     EXPECT_EQ(gyro.GetDlgItem(1000)->text(), text("FailButton"));
     // What a screen reader says, through Qt's accessibility interface: the lamps in words.
