@@ -48,34 +48,29 @@ protected:
     FakeSysfs sysfs_;
 };
 
-// The reading of one record of `kind` (x, y, z; heading; lux), or nothing when none updates.
+// The reading of the tree's one record of a kind (x, y, z; heading; lux), or nothing when there
+// is not exactly one or it does not update.
+template <typename Record, typename Values>
+std::vector<double> readOnly(bool (*get)(vek::Array<std::unique_ptr<Record>>&), Values values) {
+    vek::Array<std::unique_ptr<Record>> records;
+    if (!get(records) || records.size() != 1 || !records[0]->update())
+        return {};
+    return values(*records[0]);
+}
+
 std::vector<double> readOne(SensorKind kind) {
-    auto take = [](auto& records, auto fn) -> std::vector<double> {
-        if (records.size() != 1 || !records[0]->update())
-            return {};
-        return fn(*records[0]);
-    };
+    const auto vector = [](auto& r) { return std::vector{r.x, r.y, r.z}; };
     switch (kind) {
-        case SensorKind::Accelerometer: {
-            vek::Array<std::unique_ptr<Accelerometer>> a;
-            getAccelerometers(a);
-            return take(a, [](Accelerometer& r) { return std::vector{r.x, r.y, r.z}; });
-        }
-        case SensorKind::Gyrometer: {
-            vek::Array<std::unique_ptr<Gyrometer>> a;
-            getGyrometers(a);
-            return take(a, [](Gyrometer& r) { return std::vector{r.x, r.y, r.z}; });
-        }
-        case SensorKind::Magnetometer: {
-            vek::Array<std::unique_ptr<Magnetometer>> a;
-            getMagnetometers(a);
-            return take(a, [](Magnetometer& r) { return std::vector{r.heading}; });
-        }
-        case SensorKind::Light: {
-            vek::Array<std::unique_ptr<AmbientLightSensor>> a;
-            getAmbientLightSensors(a);
-            return take(a, [](AmbientLightSensor& r) { return std::vector{double(r.lux)}; });
-        }
+        case SensorKind::Accelerometer:
+            return readOnly(getAccelerometers, vector);
+        case SensorKind::Gyrometer:
+            return readOnly(getGyrometers, vector);
+        case SensorKind::Magnetometer:
+            return readOnly(getMagnetometers,
+                            [](Magnetometer& r) { return std::vector{r.heading}; });
+        case SensorKind::Light:
+            return readOnly(getAmbientLightSensors,
+                            [](AmbientLightSensor& r) { return std::vector{double(r.lux)}; });
         case SensorKind::Proximity:
             break;
     }
