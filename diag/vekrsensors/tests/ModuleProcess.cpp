@@ -6,10 +6,37 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 
 extern char** environ;
+
+std::vector<std::string> childEnvironment(const std::vector<std::string>& own,
+                                          const std::vector<std::string>& cleared) {
+    const auto named = [&](const std::string& entry) {
+        const std::string name = entry.substr(0, entry.find('='));
+        for (const std::string& e : own) {
+            if (e.substr(0, e.find('=')) == name)
+                return true;
+        }
+        return std::find(cleared.begin(), cleared.end(), name) != cleared.end();
+    };
+    std::vector<std::string> env = own;
+    for (char** e = environ; *e; ++e) {
+        if (!named(*e))
+            env.emplace_back(*e);
+    }
+    return env;
+}
+
+std::vector<char*> nullTerminated(std::vector<std::string>& strings) {
+    std::vector<char*> pointers;
+    for (std::string& s : strings)
+        pointers.push_back(s.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
 
 ModuleRun::ModuleRun(const std::vector<std::string>& args, const std::string& workDir,
                      const Start& start) {
@@ -25,31 +52,12 @@ ModuleRun::ModuleRun(const std::vector<std::string>& args, const std::string& wo
         argStore = {"/bin/sh", "-c", "kill -s TERM $$ && exec \"$0\" \"$@\"", VEKR_MODULE_PATH};
     }
     argStore.insert(argStore.end(), args.begin(), args.end());
-    std::vector<char*> argv;
-    for (auto& a : argStore)
-        argv.push_back(a.data());
-    argv.push_back(nullptr);
-    std::vector<std::string> envStore;
+    std::vector<char*> argv = nullTerminated(argStore);
     // No screen unless a test gives one: the simulated machine's dialogs then run offscreen,
     // whatever session the tests were started from.
-    // The variables the start names replace the inherited ones of the same name.
-    const auto named = [&](const std::string& entry) {
-        const std::string name = entry.substr(0, entry.find('=') + 1);
-        for (const std::string& e : start.env) {
-            if (e.rfind(name, 0) == 0)
-                return true;
-        }
-        return name == "DISPLAY=" || name == "WAYLAND_DISPLAY=" || name == "QT_QPA_PLATFORM=";
-    };
-    for (char** e = environ; *e; ++e) {
-        if (!named(*e))
-            envStore.push_back(*e);
-    }
-    envStore.insert(envStore.end(), start.env.begin(), start.env.end());
-    std::vector<char*> envp;
-    for (auto& e : envStore)
-        envp.push_back(e.data());
-    envp.push_back(nullptr);
+    std::vector<std::string> envStore =
+        childEnvironment(start.env, {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"});
+    std::vector<char*> envp = nullTerminated(envStore);
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);

@@ -7,6 +7,13 @@
 #include <string>
 #include <vector>
 
+// A child's environment: this process's, with `own` ("NAME=value") in place of the variables
+// of the same names, and without the variables named in `cleared`.
+std::vector<std::string> childEnvironment(const std::vector<std::string>& own,
+                                          const std::vector<std::string>& cleared = {});
+// Pointers to `strings` and a null, as posix_spawn takes its arguments and environment.
+std::vector<char*> nullTerminated(std::vector<std::string>& strings);
+
 // Runs the module executable with arguments in a working directory and collects what a host
 // would see.
 struct ModuleOutcome {

@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-extern char** environ;
+#include "ModuleProcess.h"
 
 // g++ 12 at -O3 inlines std::string's copies into this file's loops and warns that they may
 // overlap, which they cannot (GCC bug 105329, fixed in 13).
@@ -29,22 +29,8 @@ namespace {
 // Starts `argv` with its output discarded and `env` in place of the inherited variables of the
 // same names; -1 when it cannot be started. Descriptors without close-on-exec stay open in it.
 pid_t spawnQuietly(std::vector<std::string> argv, const std::vector<std::string>& env = {}) {
-    std::vector<std::string> envStore = env;
-    for (char** e = environ; *e; ++e) {
-        const std::string entry = *e;
-        bool replaced = false;
-        for (const std::string& own : env)
-            replaced = replaced || entry.rfind(own.substr(0, own.find('=') + 1), 0) == 0;
-        if (!replaced)
-            envStore.push_back(entry);
-    }
-    std::vector<char*> args, envp;
-    for (auto& a : argv)
-        args.push_back(a.data());
-    for (auto& e : envStore)
-        envp.push_back(e.data());
-    args.push_back(nullptr);
-    envp.push_back(nullptr);
+    std::vector<std::string> envStore = childEnvironment(env);
+    std::vector<char*> args = nullTerminated(argv), envp = nullTerminated(envStore);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
