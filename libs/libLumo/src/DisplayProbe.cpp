@@ -18,19 +18,19 @@
 namespace libLumo {
 namespace {
 
-// How long the X server in DISPLAY has to complete its connection set-up. A local server
-// answers within a millisecond; one that has not answered in this time is wedged or far
-// away, and Qt, given it, would wait for it just as long.
-constexpr std::chrono::milliseconds kXAnswerTime{2000};
+// How long the X server in DISPLAY, or the Wayland compositor, has to complete its connection
+// set-up. A local server answers within a millisecond; one that has not answered in this time
+// is wedged or far away, and Qt, given it, would wait for it just as long.
+constexpr std::chrono::milliseconds kAnswerTime{2000};
 
 // Whether `connect` answered within the bound, as a reason: "" when it did, else why not
 // (`what` names the display, e.g. "the X display \":0\"").
 std::string answerProblem(const std::string& what, std::function<bool()> connect) {
-    const std::optional<bool> answered = vek::callWithin(kXAnswerTime, std::move(connect));
+    const std::optional<bool> answered = vek::callWithin(kAnswerTime, std::move(connect));
     if (!answered) {
         return what + " did not answer within " +
                std::to_string(
-                   std::chrono::duration_cast<std::chrono::seconds>(kXAnswerTime).count()) +
+                   std::chrono::duration_cast<std::chrono::seconds>(kAnswerTime).count()) +
                " s";
     }
     return *answered ? std::string() : "cannot connect to " + what;
@@ -61,18 +61,17 @@ std::string waylandProblem() {
     // stderr.
     if (!name.starts_with("/") && !platform::environmentSet("XDG_RUNTIME_DIR"))
         return "XDG_RUNTIME_DIR is not set, so the Wayland socket \"" + name + "\" cannot be found";
-    if (std::string why = answerProblem("the Wayland compositor \"" + name + "\"",
-                                        [] {
-                                            wl_display* display = wl_display_connect(nullptr);
-                                            if (!display)
-                                                return false;
-                                            const bool ok = wl_display_roundtrip(display) >= 0;
-                                            wl_display_disconnect(display);
-                                            return ok;
-                                        });
-        !why.empty()) {
+    const auto connect = [] {
+        wl_display* display = wl_display_connect(nullptr);
+        if (!display)
+            return false;
+        const bool ok = wl_display_roundtrip(display) >= 0;
+        wl_display_disconnect(display);
+        return ok;
+    };
+    const std::string why = answerProblem("the Wayland compositor \"" + name + "\"", connect);
+    if (!why.empty())
         return why;
-    }
     // Qt reaches a compositor through its wayland plugin (Debian's qt6-wayland).
     const std::filesystem::path plugin =
         std::filesystem::path(QLibraryInfo::path(QLibraryInfo::PluginsPath).toStdString()) /
