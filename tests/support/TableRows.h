@@ -22,7 +22,8 @@ inline void PrintTo(const TableRow& r, std::ostream* os) {
 
 // The rows of the array in `file`, or in its member `key`. Two shorthands keep tables short:
 //   "scenario": "name" or {"use": "name", ...}   a scenario named in the file `scenarios`, with
-//                                                the row's keys laid over it (JSON merge patch)
+//                                                the row's keys laid over it (JSON merge patch);
+//                                                its "sensor" is laid over its first sensor
 //   "each": {"suffix": {...}, ...}               one row per entry: the entry laid over the row,
 //                                                the suffix added to its label
 inline std::vector<TableRow> tableRows(const std::filesystem::path& file,
@@ -38,6 +39,10 @@ inline std::vector<TableRow> tableRows(const std::filesystem::path& file,
         if (entry.contains("scenario") && entry["scenario"].contains("use")) {
             json scenario = named.at(entry["scenario"]["use"].get<std::string>());
             entry["scenario"].erase("use");
+            if (entry["scenario"].contains("sensor")) {
+                scenario["sensors"][0].merge_patch(entry["scenario"]["sensor"]);
+                entry["scenario"].erase("sensor");
+            }
             scenario.merge_patch(entry["scenario"]);
             entry["scenario"] = scenario;
         }
