@@ -52,6 +52,6 @@ TEST_F(AppRun, EscapedExceptionsBecomeOneLineAndTheAbnormalExitCode) {
 }
 
 // The start's own exit code, the module's name and version reach the host through the real
-// start: the command-line cases (exit code = report code, host_version).
+// start: the command-line cases (exit code = report code) and the installed package's --version.
 
 }  // namespace
