@@ -94,7 +94,8 @@ std::vector<TableRow> loadCases() {
 }
 
 // True when every key of `expected` is in `actual` with an equal value, objects compared the
-// same way: laying `expected` over `actual` then changes nothing.
+// same way: laying `expected` over `actual` then changes nothing. (A null in `expected` would
+// mean "absent" to the patch; no table expects a null.)
 bool subset(const json& expected, json actual) {
     const json before = actual;
     actual.merge_patch(expected);
