@@ -52,6 +52,10 @@ ModuleRun::ModuleRun(const std::vector<std::string>& args, const std::string& wo
         argStore = {"/bin/sh", "-c", "kill -s TERM $$ && exec \"$0\" \"$@\"", VEKR_MODULE_PATH};
     }
     argStore.insert(argStore.end(), args.begin(), args.end());
+    if (start.unprivileged && geteuid() == 0) {
+        argStore.insert(argStore.begin(), {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534",
+                                           "--clear-groups", "--"});
+    }
     std::vector<char*> argv = nullTerminated(argStore);
     // No screen unless a test gives one: the simulated machine's dialogs then run offscreen,
     // whatever session the tests were started from.
@@ -129,18 +133,27 @@ bool ModuleRun::pump(int timeoutMs) {
 }
 
 bool ModuleRun::waitFor(const std::string& text, std::chrono::milliseconds limit, int times) {
+    return waitUntil(
+        [&text, times](const ModuleOutcome& o) {
+            int n = 0;
+            for (const std::string* in : {&o.out, &o.err}) {
+                for (auto at = in->find(text); at != std::string::npos; at = in->find(text, at + 1))
+                    ++n;
+            }
+            return n >= times;
+        },
+        limit);
+}
+
+bool ModuleRun::waitUntil(const std::function<bool(const ModuleOutcome&)>& done,
+                          std::chrono::milliseconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
-    const auto seen = [&text](const std::string& in) {
-        int n = 0;
-        for (auto at = in.find(text); at != std::string::npos; at = in.find(text, at + 1))
-            ++n;
-        return n;
-    };
-    while (seen(outcome_.out) + seen(outcome_.err) < times) {
+    while (!done(outcome_)) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
             end - std::chrono::steady_clock::now());
-        if (left.count() <= 0 || !pump(static_cast<int>(left.count())))
-            return false;
+        // Slices: a condition outside the pipes (a file the module writes) is looked at again.
+        if (left.count() <= 0 || !pump(static_cast<int>(std::min<long>(left.count(), 50))))
+            return done(outcome_);
     }
     return true;
 }

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,6 +34,9 @@ public:
         // A SIGTERM is already waiting when the program starts (blocked, and pending before
         // the module's first instruction), as when a host stops it in its first instant.
         bool termWaiting = false;
+        // Run as the user nobody when the tests run as root (setpriv), so that the kernel
+        // checks the module's file permissions.
+        bool unprivileged = false;
     };
     ModuleRun(const std::vector<std::string>& args, const std::string& workDir, const Start& start);
     ~ModuleRun();
@@ -42,6 +46,9 @@ public:
     // Collects output until stdout and stderr hold `text` `times` times; false when the module
     // ended or `limit` passed first.
     bool waitFor(const std::string& text, std::chrono::milliseconds limit, int times = 1);
+    // Collects output until `done` holds; false when the module ended or `limit` passed first.
+    bool waitUntil(const std::function<bool(const ModuleOutcome&)>& done,
+                   std::chrono::milliseconds limit);
     void signal(int sig) const;
     // Collects the rest and waits for the end.
     ModuleOutcome finish();

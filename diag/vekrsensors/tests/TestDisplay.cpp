@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <thread>
 #include <vector>
 
@@ -26,15 +27,16 @@
 
 namespace {
 
-// Starts `argv` with its output discarded and `env` in place of the inherited variables of the
+// Starts `argv` with its output in `log` and `env` in place of the inherited variables of the
 // same names; -1 when it cannot be started. Descriptors without close-on-exec stay open in it.
-pid_t spawnQuietly(std::vector<std::string> argv, const std::vector<std::string>& env = {}) {
+pid_t spawnLogged(std::vector<std::string> argv, const std::string& log,
+                  const std::vector<std::string>& env = {}) {
     std::vector<std::string> envStore = childEnvironment(env);
     std::vector<char*> args = nullTerminated(argv), envp = nullTerminated(envStore);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    posix_spawn_file_actions_adddup2(&actions, 1, 2);
     pid_t pid = -1;
     const int rc = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), envp.data());
     posix_spawn_file_actions_destroy(&actions);
@@ -43,37 +45,48 @@ pid_t spawnQuietly(std::vector<std::string> argv, const std::vector<std::string>
 
 }  // namespace
 
+// A server that takes longer than this to come up is broken, not slow.
+constexpr int kStartLimitMs = 60000;
+
 TestDisplay::TestDisplay(Kind kind) {
-    if (kind == Kind::Xvfb && access("/usr/bin/Xvfb", X_OK) == 0) {
+    installed_ = kind == Kind::SilentX ||
+                 access(kind == Kind::Xvfb ? "/usr/bin/Xvfb" : "/usr/bin/weston", X_OK) == 0;
+    char log[] = "/tmp/vekr-display-XXXXXX";
+    const int logFd = mkstemp(log);
+    if (logFd >= 0)
+        close(logFd), log_ = log;
+    if (kind == Kind::Xvfb && installed_) {
         // Xvfb picks a free display number itself and writes it to -displayfd once it accepts
         // connections, so there is neither a race for a number nor a wait for start-up.
         int ready[2];
         if (pipe2(ready, O_CLOEXEC) != 0)
             return;
         const int childEnd = dup(ready[1]);  // without close-on-exec: Xvfb keeps it
-        pid_ = spawnQuietly({"/usr/bin/Xvfb", "-displayfd", std::to_string(childEnd), "-screen",
-                             "0", "1280x800x24", "-nolisten", "tcp"});
+        pid_ = spawnLogged({"/usr/bin/Xvfb", "-displayfd", std::to_string(childEnd), "-screen",
+                            "0", "1280x800x24", "-nolisten", "tcp"},
+                           log_);
         close(childEnd);
         close(ready[1]);
         std::string number;
         pollfd pfd{ready[0], POLLIN, 0};
         char c = 0;
-        while (pid_ > 0 && poll(&pfd, 1, 10000) > 0 && read(ready[0], &c, 1) == 1 && c != '\n')
+        while (pid_ > 0 && poll(&pfd, 1, kStartLimitMs) > 0 && read(ready[0], &c, 1) == 1 && c != '\n')
             number += c;
         close(ready[0]);
         if (!number.empty())
             name_ = ":", name_ += number;
-    } else if (kind == Kind::Weston && access("/usr/bin/weston", X_OK) == 0) {
+    } else if (kind == Kind::Weston && installed_) {
         char folder[] = "/tmp/vekr-wl-XXXXXX";  // made 0700, as a runtime folder must be
         if (!mkdtemp(folder))
             return;
         dir_ = folder;
-        pid_ = spawnQuietly({"/usr/bin/weston", "--backend=headless-backend.so",
-                             "--socket=wayland-vekr", "--idle-time=0"},
-                            {"XDG_RUNTIME_DIR=" + dir_.string()});
-        // Weston makes its socket once it listens; a compositor that takes a minute is broken.
+        pid_ = spawnLogged({"/usr/bin/weston", "--backend=headless-backend.so",
+                            "--socket=wayland-vekr", "--idle-time=0"},
+                           log_, {"XDG_RUNTIME_DIR=" + dir_.string()});
+        // Weston makes its socket once it listens.
         std::error_code ec;
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        const auto end =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds(kStartLimitMs);
         while (pid_ > 0 && !std::filesystem::exists(dir_ / "wayland-vekr", ec) &&
                std::chrono::steady_clock::now() < end && waitpid(pid_, nullptr, WNOHANG) == 0)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -103,6 +116,11 @@ TestDisplay::TestDisplay(Kind kind) {
     }
 }
 
+std::string TestDisplay::serverOutput() const {
+    std::ifstream in(log_);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
 TestDisplay::~TestDisplay() {
     if (pid_ > 0) {
         kill(pid_, SIGTERM);
@@ -111,6 +129,8 @@ TestDisplay::~TestDisplay() {
     if (listener_ >= 0)
         close(listener_);
     std::error_code ec;
+    if (!log_.empty())
+        std::filesystem::remove(log_, ec);
     if (!dir_.empty())
         std::filesystem::remove_all(dir_, ec);
 }

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <thread>
+
+#include "vek/Clock.h"
 
 namespace libOrra {
 
@@ -51,6 +54,19 @@ public:
     bool waitFor(std::chrono::duration<double> d) {
         return waitUntil(std::chrono::steady_clock::now() +
                          std::chrono::duration_cast<std::chrono::steady_clock::duration>(d));
+    }
+
+    // For the body: sleep until `clock` reads `due` (a scenario's time, which a replay runs
+    // faster and a test steps itself); false when a stop was asked first. The clock is read
+    // again at least every 20 ms, so a clock that jumps is followed within that.
+    bool waitUntil(const vek::Clock& clock, vek::Clock::Duration due) {
+        constexpr vek::Clock::Duration kSlice = std::chrono::milliseconds(20);
+        std::unique_lock lock(mutex_);
+        for (vek::Clock::Duration left; (left = due - clock.now()) > vek::Clock::Duration::zero();) {
+            if (wake_.wait_for(lock, std::min(left, kSlice), [this] { return stopping_; }))
+                return false;
+        }
+        return !stopping_;
     }
 
 private:

@@ -101,7 +101,10 @@ public:
 
 private:
     void run(StoppableThread& self, const ReadingFn& onReading, const ErrorFn& onError) {
-        const auto start = std::chrono::steady_clock::now();
+        // The scenario's time line runs on vek::Clock, as the dialog's countdowns do: a replay
+        // with --fast delivers the readings ten times sooner, and a test's clock steps them.
+        const vek::Clock& clock = vek::Clock::current();
+        const vek::Clock::Duration start = clock.now();
         std::vector<std::pair<double, std::function<void()>>> script;
         for (const auto& r : sensor_.readings) {
             script.emplace_back(r.at, [&onReading, r] { onReading(r.detected, r.mm); });
@@ -122,10 +125,9 @@ private:
         std::stable_sort(script.begin(), script.end(),
                          [](const auto& a, const auto& b) { return a.first < b.first; });
         for (const auto& [at, deliver] : script) {
-            const auto due =
-                start + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                            std::chrono::duration<double>(at));
-            if (!self.waitUntil(due))
+            const auto due = start + std::chrono::duration_cast<vek::Clock::Duration>(
+                                         std::chrono::duration<double>(at));
+            if (!self.waitUntil(clock, due))
                 return;
             deliver();
         }
