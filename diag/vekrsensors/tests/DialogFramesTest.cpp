@@ -234,10 +234,6 @@ TEST_P(Frames, ShowEachDialogInItsLanguage) {
                             kiva5::Localization::lookup("TIMEOUT_PROMPT_TITLE"));
     runAndShoot(prompt, {{name("prompt", "open"), nullptr}}, frames);
     EXPECT_EQ(prompt.text(), text("TIMEOUT_PROMPT_TEXT"));
-
-    ASSERT_EQ(frames.size(), 9u);
-    for (const QImage& frame : frames)
-        EXPECT_FALSE(frame.isNull());
 }
 
 INSTANTIATE_TEST_SUITE_P(Shipped, Frames, ::testing::Values("en", "de", "fr"));

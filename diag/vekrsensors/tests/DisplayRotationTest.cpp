@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "DisplayRotation.h"
+#include "Capture.h"
 #include "ScratchDir.h"
 #include "platform/Display.h"
 #include "platform/Environment.h"
@@ -69,10 +70,14 @@ TEST(DisplayRotation, NoDisplayMeansUnreadableAndNoLock) {
     std::uint32_t rotation = 42;
     EXPECT_FALSE(helper.getDisplayRotation(rotation));
     EXPECT_EQ(rotation, 42u);
-    if (!getenv("DISPLAY") && !getenv("WAYLAND_DISPLAY")) {
-        EXPECT_FALSE(vekrsensors::DisplayRotation::isWindows8OrLater());
-        EXPECT_NO_THROW(helper.lockAutoRotation()) << "no lock to take: skipped";
-    }
+    unsetenv("DISPLAY");
+    unsetenv("WAYLAND_DISPLAY");
+    EXPECT_FALSE(vekrsensors::DisplayRotation::isWindows8OrLater());
+    // Without a desktop the lock is skipped before the rotation is asked for, which would fail
+    // here and say so in the log.
+    vekr::testing::LogCapture log;
+    helper.lockAutoRotation();
+    EXPECT_EQ(log.text(), "");
 }
 
 // The lock is offered only in a desktop session, by the host's rule: an empty DISPLAY names no

@@ -12,6 +12,7 @@
 
 #include "ProximitySensorTest/PostMessageTimer.h"
 #include "ProximitySensorTest/ProximitySensorTestDlg.h"
+#include "Capture.h"
 #include "ScratchDir.h"
 #include "libLumo/GdiResourceManager.h"
 #include "libOrra/SimBackend.h"
@@ -135,16 +136,11 @@ TEST(ProximityFrames, AMissingPictureIsLoggedAsEveryDialogLogsIt) {
     ASSERT_TRUE(gui.ready());
     vekr::testing::ScratchDir empty{"vekr-no-pictures"};
     vek::Resource::setExecutableDirForTesting(empty.path());
-    std::ostringstream log;
-    vek::LogFactory::setStreamForTesting(&log);
-    vek::LogFactory::setPriority(vek::kLogError);
+    vekr::testing::LogCapture log;
     { ProximitySensorTestDlg dialog(nullptr, vek::String("none"), 3, 10, 15, true, false, 30, 30); }
-    vek::LogFactory::setStreamForTesting(nullptr);
-    vek::LogFactory::setPriority(vek::kLogOff);
     vek::Resource::resetForTesting();
-    EXPECT_NE(log.str().find("Could not load bitmap 'Resources//vekrsensors//proxHoldSteady.png'"),
-              std::string::npos)
-        << log.str();
+    EXPECT_EQ(log.count("Could not load bitmap 'Resources//vekrsensors//proxHoldSteady.png'"), 1)
+        << log.text();
 }
 
 // A sensor list that takes too long is no list: the lookup keeps its bound and is back while

@@ -136,28 +136,6 @@ TEST(SensorEventSink, CountsOnlyValidReportsAndGivesTheSensorBack) {
     EXPECT_EQ(sensor.refs, 0u) << "and gives the sensor back";
 }
 
-TEST(COMInitializer, BalancesWhatItTookAndLeavesAMismatchAlone) {
-    std::thread([] {
-        {
-            COMInitializer outer;
-            EXPECT_EQ(outer.result(), S_OK);
-            {
-                COMInitializer inner;
-                EXPECT_EQ(inner.result(), S_FALSE);
-            }
-            EXPECT_EQ(platform::comInitCountForTesting(), 1) << "S_FALSE balanced once";
-        }
-        EXPECT_EQ(platform::comInitCountForTesting(), 0);
-        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
-        {
-            COMInitializer mismatch;
-            EXPECT_EQ(mismatch.result(), RPC_E_CHANGED_MODE);
-        }
-        EXPECT_EQ(platform::comInitCountForTesting(), 1) << "no CoUninitialize for a failure";
-        CoUninitialize();
-    }).join();
-}
-
 // The threshold tests' sampling loops on the manual clock: 50 ms after a reading out of range,
 // 10 ms after a failed update, and a reading taken at exactly the wait time is not yet too
 // late (only a time beyond it is), so a 0.2 s wait ends at 250 ms or 210 ms of sensor time.

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "Capture.h"
 #include "ScratchDir.h"
 #include "libLumo/CanvasDialog.h"
 #include "libLumo/GdiResourceManager.h"
@@ -52,27 +53,15 @@ protected:
         std::ofstream(scratch_ / "resources/probe/garbage.png") << "not a picture";
         // Images resolve beside the "executable" when the working directory lacks them.
         vek::Resource::setExecutableDirForTesting(scratch_.path());
-        vek::LogFactory::setStreamForTesting(&log_);
-        vek::LogFactory::setPriority(vek::kLogError);
     }
-    void TearDown() override {
-        vek::LogFactory::setStreamForTesting(nullptr);
-        vek::LogFactory::setPriority(vek::kLogOff);
-        vek::Resource::setExecutableDirForTesting(std::nullopt);
-    }
-    int countInLog(const std::string& text) const {
-        const std::string s = log_.str();
-        int n = 0;
-        for (auto at = s.find(text); at != std::string::npos; at = s.find(text, at + 1))
-            ++n;
-        return n;
-    }
+    void TearDown() override { vek::Resource::setExecutableDirForTesting(std::nullopt); }
+    int countInLog(const std::string& text) const { return log_.count(text); }
     static QRgb centre(const QImage& frame) {
         return frame.pixel(frame.width() / 2, frame.height() / 2);
     }
     libLumo::GdiResourceManager gui_;
     vekr::testing::ScratchDir scratch_{"vekr-canvas"};
-    std::ostringstream log_;
+    vekr::testing::LogCapture log_;
 };
 
 TEST_F(Canvas, DrawsItsImageOncePerPaintAndLoadsItOnce) {
@@ -81,11 +70,15 @@ TEST_F(Canvas, DrawsItsImageOncePerPaintAndLoadsItOnce) {
     EXPECT_EQ(dialog.canvas()->geometry(),
               QRect(10, 10, dialog.clientSize().width() - 20, dialog.clientSize().height() - 60));
     const QImage first = dialog.grabCanvas();
+    // Loaded once: the second paint draws what the first load read, not the file as it is now.
+    QImage red(4, 4, QImage::Format_ARGB32);
+    red.fill(Qt::red);
+    ASSERT_TRUE(red.save(QString::fromStdString((scratch_ / "resources/probe/green.png").string())));
     const QImage second = dialog.grabCanvas();
     EXPECT_EQ(dialog.paints, 2);
     EXPECT_EQ(centre(first), QColor(Qt::green).rgb());
     EXPECT_EQ(centre(second), QColor(Qt::green).rgb());
-    EXPECT_EQ(log_.str(), "");
+    EXPECT_EQ(log_.text(), "");
 }
 
 TEST_F(Canvas, AMissingImageLeavesTheCanvasBlankAndIsLoggedOncePerTarget) {
@@ -95,7 +88,7 @@ TEST_F(Canvas, AMissingImageLeavesTheCanvasBlankAndIsLoggedOncePerTarget) {
     EXPECT_EQ(dialog.paints, 0);
     EXPECT_NE(centre(frame), QColor(Qt::black).rgb()) << "not even cleared";
     EXPECT_EQ(countInLog("Could not load bitmap 'resources/probe/missing.png': 0x80070002"), 1)
-        << log_.str();
+        << log_.text();
 
     // A lost target is rebuilt on the next paint, and the image is tried again.
     dialog.DiscardDeviceResources();

@@ -2,6 +2,7 @@
 
 #include <locale>
 
+#include "Capture.h"
 #include "libOrra/IioAttribute.h"
 
 namespace {
@@ -27,17 +28,11 @@ TEST(IioAttribute, NumbersAsTheKernelPrintsThem) {
 }
 
 TEST(IioAttribute, ParsingIgnoresACommaDecimalLocale) {
-    std::locale previous;
-    try {
-        std::locale::global(std::locale("de_DE.UTF-8"));
-    } catch (const std::runtime_error&) {
+    vekr::testing::CommaLocale comma;
+    if (!comma.installed())
         GTEST_SKIP() << "de_DE.UTF-8 is not installed";
-    }
-    const auto v = parseNumber("0.009806650");
-    const auto comma = parseNumber("0,009806650");
-    std::locale::global(previous);
-    EXPECT_EQ(v, 0.00980665);
-    EXPECT_EQ(comma, std::nullopt);
+    EXPECT_EQ(parseNumber("0.009806650"), 0.00980665);
+    EXPECT_EQ(parseNumber("0,009806650"), std::nullopt);
 }
 
 TEST(IioAttribute, MountMatrixIsThreeRowsOfThree) {

@@ -295,25 +295,4 @@ TEST(BoundedReader, AStuckReadGivesNoReadingInTimeAndFinishesLater) {
     EXPECT_EQ(reader.run([] { return true; }, std::chrono::seconds(5)), true);
 }
 
-// Run under umockdev-run with umockdev/hwdb-quirks.umockdev (see CMakeLists.txt): udev's
-// properties from systemd's hwdb fill in what these drivers lack, and the hwdb's matrix
-// replaces the one the accelerometer's driver publishes.
-TEST(Umockdev, UdevPropertiesFillInAndOverrule) {
-    if (!std::getenv("UMOCKDEV_DIR"))
-        GTEST_SKIP() << "runs under umockdev-run only";
-    installBackend(std::make_shared<IioBackend>());
-    // ACCEL_MOUNT_MATRIX turns x into -y, as on the machine it was written for; the driver's
-    // in_mount_matrix (the identity) is not used.
-    const auto accel = readOne(SensorKind::Accelerometer);
-    ASSERT_EQ(accel.size(), 3u);
-    EXPECT_NEAR(accel[0], 0.0, 1e-9);
-    EXPECT_NEAR(accel[1], -0.9995652, 1e-6);
-    // PROXIMITY_NEAR_LEVEL 100: a reading of 80 is not near; without it, it would be.
-    vek::String locator;
-    const auto reading = firstProximityReading(locator);
-    ASSERT_TRUE(reading);
-    EXPECT_FALSE(reading->first);
-    installBackend(nullptr);
-}
-
 }  // namespace

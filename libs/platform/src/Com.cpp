@@ -38,7 +38,3 @@ void CoUninitialize() {
     if (t_apartment.count > 0)
         --t_apartment.count;
 }
-
-int platform::comInitCountForTesting() {
-    return t_apartment.count;
-}

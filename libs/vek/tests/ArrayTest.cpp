@@ -3,15 +3,14 @@
 #include <memory>
 #include <sstream>
 
+#include "Capture.h"
 #include "vek/Array.h"
 #include "vek/Logging.h"
 
 namespace {
 
 TEST(Array, IndexAtOrBeyondSizeRaisesTheAssertionAndLogsIt) {
-    std::ostringstream log;
-    vek::LogFactory::setStreamForTesting(&log);
-    vek::LogFactory::setPriority(vek::kLogError);
+    vekr::testing::LogCapture log;
     vek::Array<std::unique_ptr<int>> a;
     a.add(std::make_unique<int>(1));
     for (std::size_t index : {std::size_t{1}, std::size_t{1000}}) {
@@ -24,9 +23,7 @@ TEST(Array, IndexAtOrBeyondSizeRaisesTheAssertionAndLogsIt) {
     }
     vek::Array<int> empty;
     EXPECT_THROW((void)empty[0], vek::AssertionFailure);
-    vek::LogFactory::setStreamForTesting(nullptr);
-    vek::LogFactory::setPriority(vek::kLogOff);
-    EXPECT_NE(log.str().find("Assertion failed: index < size()"), std::string::npos) << log.str();
+    EXPECT_EQ(log.count("Assertion failed: index < size()"), 3) << log.text();
 }
 
 TEST(Array, ImpossibleSizeIsReportedWithTheSize) {

@@ -5,6 +5,7 @@
 #include <regex>
 #include <sstream>
 
+#include "Capture.h"
 #include "vek/Logging.h"
 
 namespace {
@@ -12,13 +13,8 @@ namespace {
 // Captures log lines and restores the closed gate afterwards.
 class Logging : public ::testing::Test {
 protected:
-    void SetUp() override { vek::LogFactory::setStreamForTesting(&out_); }
-    void TearDown() override {
-        vek::LogFactory::setStreamForTesting(nullptr);
-        vek::LogFactory::setPriority(vek::kLogOff);
-    }
-    std::string lines() const { return out_.str(); }
-    std::ostringstream out_;
+    std::string lines() const { return log_.text(); }
+    vekr::testing::LogCapture log_{vek::kLogOff};
 };
 
 struct GateRow {
@@ -83,16 +79,14 @@ TEST_F(Logging, MessageLineIsSourceLineBlankTextAndValues) {
 }
 
 TEST_F(Logging, NumbersUseThePointWhateverTheProcessLocale) {
-    std::locale previous;
-    try {
-        std::locale::global(std::locale("de_DE.UTF-8"));
-    } catch (const std::runtime_error&) {
-        GTEST_SKIP() << "de_DE.UTF-8 is not installed";
+    {
+        vekr::testing::CommaLocale comma;
+        if (!comma.installed())
+            GTEST_SKIP() << "de_DE.UTF-8 is not installed";
+        vek::LogFactory::setPriority(vek::kLogProgress);
+        std::atomic<vek::Logger*> slot{nullptr};
+        VEK_LOG(slot, "LocaleUnit", 1, 1234.5 << " " << 0.25f);
     }
-    vek::LogFactory::setPriority(vek::kLogProgress);
-    std::atomic<vek::Logger*> slot{nullptr};
-    VEK_LOG(slot, "LocaleUnit", 1, 1234.5 << " " << 0.25f);
-    std::locale::global(previous);
     EXPECT_NE(lines().find("1234.5 0.25"), std::string::npos) << lines();
 }
 

@@ -35,14 +35,6 @@ INSTANTIATE_TEST_SUITE_P(
                       NoCaseRow{"ДАТЧИК", "датчик", true}, NoCaseRow{"ΣΑ", "σα", true},
                       NoCaseRow{"Łódź", "łÓDŹ", true}, NoCaseRow{"ß", "ss", false}));
 
-TEST(String, CompareIsLexicographicOnCodeUnits) {
-    EXPECT_EQ(vek::String("abc").compare(vek::String("abc")), 0);
-    EXPECT_LT(vek::String("abc").compare(vek::String("abd")), 0);
-    EXPECT_GT(vek::String("b").compare(vek::String("abc")), 0);
-    EXPECT_LT(vek::String("ab").compare(vek::String("abc")), 0);
-    EXPECT_NE(vek::String("ABC").compare(vek::String("abc")), 0);  // exact, not case-blind
-}
-
 TEST(String, Utf8RoundTripsThroughUtf16) {
     for (const char* text : {"", "plain", "Näherungssensor", "датчик", "😀 emoji", "中文"}) {
         const vek::String s(text);
@@ -61,11 +53,6 @@ TEST(String, MalformedUtf8BecomesReplacementCharacter) {
     EXPECT_EQ(vek::String("\xc0\xaf").units(), std::u16string(u"\uFFFD"));      // overlong
     EXPECT_EQ(vek::String("\xed\xa0\x80").units(), std::u16string(u"\uFFFD"));  // surrogate
     EXPECT_EQ(vek::utf16ToUtf8(u"\xD800x"), "\xEF\xBF\xBDx");                   // lone surrogate
-}
-
-TEST(String, ConcatenatesWithNarrowLiterals) {
-    const vek::String s = "Test." + vek::String("Accel") + ".value";
-    EXPECT_EQ(s.toStdString(), "Test.Accel.value");
 }
 
 struct UIntRow {
@@ -94,10 +81,7 @@ INSTANTIATE_TEST_SUITE_P(
                       UIntRow{"4294967295", 10, true, 4294967295u},
                       UIntRow{"4294967296", 10, false, 0}, UIntRow{"abc", 10, false, 0},
                       UIntRow{"", 10, false, 0}, UIntRow{"-1", 10, false, 0},
-                      UIntRow{"12a", 10, false, 0}, UIntRow{" 12", 10, false, 0},
-                      UIntRow{"ff", 16, true, 255}, UIntRow{"0xFF", 16, true, 255},
-                      UIntRow{"101", 2, true, 5}, UIntRow{"2", 2, false, 0},
-                      UIntRow{"10", 1, false, 0}));
+                      UIntRow{"12a", 10, false, 0}, UIntRow{" 12", 10, false, 0}));
 
 TEST(VekValue, HexForms) {
     EXPECT_EQ(vek::VekValue(3).toHexString(true).toStdString(), "0x00000003");

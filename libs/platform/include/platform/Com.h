@@ -41,8 +41,3 @@ enum COINIT : std::uint32_t {
 HRESULT CoInitialize(void* reserved);
 HRESULT CoInitializeEx(void* reserved, std::uint32_t model);
 void CoUninitialize();
-
-namespace platform {
-// How many successful initialisations of the calling thread are not yet balanced.
-int comInitCountForTesting();
-}  // namespace platform
