@@ -26,10 +26,12 @@ function(vekr_add_test target)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
   add_executable(${target} ${ARG_SOURCES})
   target_link_libraries(${target} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
-  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
+  # The harness: the project's (tests/support) and the layer's own (its tests/support).
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support
+                                               ${CMAKE_CURRENT_SOURCE_DIR}/support)
   # TestResult::FAIL() is the framework's verdict; gtest's FAIL() is spelled GTEST_FAIL().
   target_compile_definitions(${target} PRIVATE GTEST_DONT_DEFINE_FAIL=1
-                             VEKR_TEST_SUPPORT_DIR="${PROJECT_SOURCE_DIR}/tests/support")
+                             VEKR_TEST_FIXTURES_DIR="${PROJECT_SOURCE_DIR}/tests/fixtures")
   vekr_target_defaults(${target})
   add_dependencies(${target} vekr_resources)
   set(props TIMEOUT 60)

@@ -9,7 +9,7 @@
 // Attribute sets of real IIO drivers, as their channel definitions in drivers/iio/ publish
 // them (info_mask_separate gives <channel>_<info>, shared_by_type in_<type>_<info>,
 // shared_by_dir in_<info>, shared_by_all plain <info>), with the values a device lying flat
-// shows. They are data: driver_layouts.json beside this file, each with the driver it copies
+// shows. They are data: tests/fixtures/driver_layouts.json, each with the driver it copies
 // ("why"). The expected readings live beside the tests that use them, written out.
 struct DriverLayout {
     std::string name;
@@ -24,7 +24,7 @@ inline const DriverLayout& named(const std::string& key) {
     static const std::map<std::string, DriverLayout> all = [] {
         std::map<std::string, DriverLayout> out;
         const auto file = nlohmann::json::parse(
-            std::ifstream(VEKR_TEST_SUPPORT_DIR "/driver_layouts.json"));
+            std::ifstream(VEKR_TEST_FIXTURES_DIR "/driver_layouts.json"));
         for (const auto& [k, v] : file.items()) {
             out[k] = {v.at("name"),
                       v.at("attributes").get<std::map<std::string, std::string>>()};

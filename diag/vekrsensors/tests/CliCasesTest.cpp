@@ -21,7 +21,7 @@
 //    "report": {...},                  a subset of the report's top level
 //    "within": {"/json/pointer": "part of that text in the report", or parts},
 //    "out", "err", "log": "text" or ["text", "!text that must not be there"],
-//    "outFile": "list.txt" (stdout exactly), "after": {"path": "symlink|file|char device|absent"},
+//    "outFile": "fixtures/list.txt" (stdout exactly), "after": {"path": "symlink|file|char device|absent"},
 //    "exit": 64 or [130, 143],
 //    "replay": ["--test", "..."]}      the run again from its recording rec.json (--record
 //                                      rec.json in "args"): same verdicts, events, key values
@@ -67,7 +67,7 @@ std::vector<TableRow> loadCases() {
     std::vector<TableRow> cases;
     for (const auto& file : files) {
         for (TableRow row : vekr::testing::tableRows(
-                 file, nullptr, fs::path(VEKR_SOURCE_DIR) / "scenarios.json")) {
+                 file, nullptr, fs::path(VEKR_SOURCE_DIR) / "fixtures/scenarios.json")) {
             row.label = file.stem().string() + "_" + row.label;
             const json presses = row.entry.value("presses", json::object());
             row.entry.erase("presses");

@@ -22,7 +22,7 @@ namespace vekr::testing {
 // worker must end (the event "" unless given).
 inline std::vector<TableRow> workerRows(const char* table) {
     auto rows = tableRows(VEKR_SOURCE_DIR "/diag/vekrsensors/tests/worker_tables.json", table,
-                          VEKR_SOURCE_DIR "/diag/vekrsensors/tests/scenarios.json");
+                          VEKR_SOURCE_DIR "/diag/vekrsensors/tests/fixtures/scenarios.json");
     for (TableRow& row : rows) {
         if (!row.entry.contains("locator"))
             row.entry["locator"] = row.entry.at("scenario").at("sensors").at(0).at("locator");
