@@ -23,11 +23,10 @@ namespace layouts {
 inline const DriverLayout& named(const std::string& key) {
     static const std::map<std::string, DriverLayout> all = [] {
         std::map<std::string, DriverLayout> out;
-        const auto file = nlohmann::json::parse(
-            std::ifstream(VEKR_TEST_FIXTURES_DIR "/driver_layouts.json"));
+        const auto file =
+            nlohmann::json::parse(std::ifstream(VEKR_TEST_FIXTURES_DIR "/driver_layouts.json"));
         for (const auto& [k, v] : file.items()) {
-            out[k] = {v.at("name"),
-                      v.at("attributes").get<std::map<std::string, std::string>>()};
+            out[k] = {v.at("name"), v.at("attributes").get<std::map<std::string, std::string>>()};
         }
         return out;
     }();

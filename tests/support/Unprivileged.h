@@ -20,8 +20,8 @@ inline int asUnprivileged(const std::function<int()>& body) {
         return body();
     const pid_t pid = ::fork();
     if (pid == 0) {
-        const bool dropped = ::setgroups(0, nullptr) == 0 && ::setgid(kNobody) == 0 &&
-                             ::setuid(kNobody) == 0;
+        const bool dropped =
+            ::setgroups(0, nullptr) == 0 && ::setgid(kNobody) == 0 && ::setuid(kNobody) == 0;
         ::_exit(dropped ? body() & 0xff : 255);
     }
     int status = 0;

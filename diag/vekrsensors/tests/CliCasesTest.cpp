@@ -21,8 +21,8 @@
 //    "report": {...},                  a subset of the report's top level
 //    "within": {"/json/pointer": "part of that text in the report", or parts},
 //    "out", "err", "log": "text" or ["text", "!text that must not be there"],
-//    "outFile": "fixtures/list.txt" (stdout exactly), "after": {"path": "symlink|file|char device|absent"},
-//    "exit": 64 or [130, 143],
+//    "outFile": "fixtures/list.txt" (stdout exactly),
+//    "after": {"path": "symlink|file|char device|absent"}, "exit": 64 or [130, 143],
 //    "replay": ["--test", "..."]}      the run again from its recording rec.json (--record
 //                                      rec.json in "args"): same verdicts, events, key values
 //
@@ -224,8 +224,8 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
         const auto& display = displays.emplace_back(std::make_unique<TestDisplay>(kind->second));
         if (!display->installed())
             GTEST_SKIP() << kind->first << ": Xvfb or weston is not installed";
-        ASSERT_TRUE(display->available())
-            << kind->first << " did not start:\n" << display->serverOutput();
+        ASSERT_TRUE(display->available()) << kind->first << " did not start:\n"
+                                          << display->serverOutput();
         e.replace(e.size() - 2, 2, display->name());
         if (!display->runtimeDir().empty())
             start.env.push_back("XDG_RUNTIME_DIR=" + display->runtimeDir());

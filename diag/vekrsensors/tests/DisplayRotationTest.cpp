@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "DisplayRotation.h"
 #include "Capture.h"
+#include "DisplayRotation.h"
 #include "ScratchDir.h"
 #include "platform/Display.h"
 #include "platform/Environment.h"

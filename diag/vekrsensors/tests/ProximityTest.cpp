@@ -10,9 +10,9 @@
 #include <sstream>
 #include <thread>
 
+#include "Capture.h"
 #include "ProximitySensorTest/PostMessageTimer.h"
 #include "ProximitySensorTest/ProximitySensorTestDlg.h"
-#include "Capture.h"
 #include "ScratchDir.h"
 #include "libLumo/GdiResourceManager.h"
 #include "libOrra/SimBackend.h"

@@ -87,9 +87,8 @@ int VekDialog::DoModal() {
         watch->start(kStopCheckMs);
     }
     // Said once the dialog's loop runs, so that a host (and a test) can act on an open dialog.
-    QTimer::singleShot(0, this, [this] {
-        VEK_LOG(s_logger, kLoggerName, 1, "Dialog open: " << operatorName_);
-    });
+    QTimer::singleShot(
+        0, this, [this] { VEK_LOG(s_logger, kLoggerName, 1, "Dialog open: " << operatorName_); });
     const int code = exec();
     delete watch;
     open_ = false;

@@ -62,7 +62,8 @@ public:
     bool waitUntil(const vek::Clock& clock, vek::Clock::Duration due) {
         constexpr vek::Clock::Duration kSlice = std::chrono::milliseconds(20);
         std::unique_lock lock(mutex_);
-        for (vek::Clock::Duration left; (left = due - clock.now()) > vek::Clock::Duration::zero();) {
+        for (vek::Clock::Duration left;
+             (left = due - clock.now()) > vek::Clock::Duration::zero();) {
             if (wake_.wait_for(lock, std::min(left, kSlice), [this] { return stopping_; }))
                 return false;
         }

@@ -62,15 +62,16 @@ TestDisplay::TestDisplay(Kind kind) {
         if (pipe2(ready, O_CLOEXEC) != 0)
             return;
         const int childEnd = dup(ready[1]);  // without close-on-exec: Xvfb keeps it
-        pid_ = spawnLogged({"/usr/bin/Xvfb", "-displayfd", std::to_string(childEnd), "-screen",
-                            "0", "1280x800x24", "-nolisten", "tcp"},
+        pid_ = spawnLogged({"/usr/bin/Xvfb", "-displayfd", std::to_string(childEnd), "-screen", "0",
+                            "1280x800x24", "-nolisten", "tcp"},
                            log_);
         close(childEnd);
         close(ready[1]);
         std::string number;
         pollfd pfd{ready[0], POLLIN, 0};
         char c = 0;
-        while (pid_ > 0 && poll(&pfd, 1, kStartLimitMs) > 0 && read(ready[0], &c, 1) == 1 && c != '\n')
+        while (pid_ > 0 && poll(&pfd, 1, kStartLimitMs) > 0 && read(ready[0], &c, 1) == 1 &&
+               c != '\n')
             number += c;
         close(ready[0]);
         if (!number.empty())
