@@ -14,7 +14,7 @@ using vekrsensors::matrixText;
 using vekrsensors::MountVerdict;
 using vekrsensors::SignedAxis;
 
-constexpr SignedAxis kPx{0, 1}, kMx{0, -1}, kPy{1, 1}, kMy{1, -1}, kPz{2, 1}, kMz{2, -1};
+constexpr SignedAxis kPx{0, 1}, kMx{0, -1}, kMy{1, -1}, kPz{2, 1}, kMz{2, -1};
 const libOrra::iio::Matrix3 kNone = libOrra::iio::kIdentity;
 
 struct Tablet {
