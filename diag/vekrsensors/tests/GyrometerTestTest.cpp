@@ -10,7 +10,7 @@
 #include "GyrometerTest/GyrometerTestDlg.h"
 #include "WorkerHarness.h"
 #include "kiva5/DiagModule.h"
-#include "libLumo/GdiResourceManager.h"
+#include "WithGui.h"
 #include "libOrra/SimBackend.h"
 #include "vek/Clock.h"
 
@@ -49,11 +49,7 @@ INSTANTIATE_TEST_SUITE_P(Gyrometer, GyroWorker,
 
 // The dialog on its own: what it draws. How it closes once the worker is done is in every
 // worker row above.
-class GyroDialog : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_TRUE(gui_.ready()); }
-    libLumo::GdiResourceManager gui_;
-};
+class GyroDialog : public vekr::testing::WithGui {};
 
 // A device lying still costs no drawing; a change shows at the next frame tick. Judged in
 // ticks of the dialog's frame clock, not in milliseconds, so a slow machine only waits longer.

@@ -9,7 +9,7 @@
 #include "MagnetometerTest/MagnetometerTestDlg.h"
 #include "WorkerHarness.h"
 #include "kiva5/DiagModule.h"
-#include "libLumo/GdiResourceManager.h"
+#include "WithGui.h"
 #include "libOrra/SimBackend.h"
 #include "platform/Display.h"
 #include "vek/Clock.h"
@@ -190,11 +190,7 @@ INSTANTIATE_TEST_SUITE_P(Compass, CompassWorker,
 
 // The dialog on its own: what it draws. How it closes once the worker is done is in every
 // worker row above.
-class CompassDialog : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_TRUE(gui_.ready()); }
-    libLumo::GdiResourceManager gui_;
-};
+class CompassDialog : public vekr::testing::WithGui {};
 
 TEST_F(CompassDialog, RepaintsOnlyForQuarterDegreeMoves) {
     MagnetometerTestDlg dialog(nullptr);

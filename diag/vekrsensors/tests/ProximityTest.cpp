@@ -14,6 +14,7 @@
 #include "ProximitySensorTest/PostMessageTimer.h"
 #include "ProximitySensorTest/ProximitySensorTestDlg.h"
 #include "ScratchDir.h"
+#include "WithGui.h"
 #include "libLumo/GdiResourceManager.h"
 #include "libOrra/SimBackend.h"
 #include "libTarra/Proximity.h"
@@ -66,10 +67,8 @@ void runOut(PostMessageTimer& timer, Mailbox& box) {
     QCoreApplication::sendPostedEvents(&box);
 }
 
-class Countdown : public ::testing::Test {
+class Countdown : public vekr::testing::WithGui {
 protected:
-    void SetUp() override { ASSERT_TRUE(gui_.ready()); }
-    libLumo::GdiResourceManager gui_;
     Mailbox box_;
 };
 

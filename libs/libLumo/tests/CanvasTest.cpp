@@ -6,8 +6,8 @@
 
 #include "Capture.h"
 #include "ScratchDir.h"
+#include "WithGui.h"
 #include "libLumo/CanvasDialog.h"
-#include "libLumo/GdiResourceManager.h"
 #include "vek/Logging.h"
 #include "vek/Resource.h"
 
@@ -41,10 +41,10 @@ protected:
     }
 };
 
-class Canvas : public ::testing::Test {
+class Canvas : public vekr::testing::WithGui {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(gui_.ready());
+        WithGui::SetUp();
         QImage green(4, 4, QImage::Format_ARGB32);
         green.fill(Qt::green);
         std::filesystem::create_directories(scratch_ / "resources/probe");
@@ -59,7 +59,6 @@ protected:
     static QRgb centre(const QImage& frame) {
         return frame.pixel(frame.width() / 2, frame.height() / 2);
     }
-    libLumo::GdiResourceManager gui_;
     vekr::testing::ScratchDir scratch_{"vekr-canvas"};
     vekr::testing::LogCapture log_;
 };
