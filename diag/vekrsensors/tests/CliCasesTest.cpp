@@ -23,7 +23,7 @@
 //    "out", "err", "log": "text" or ["text", "!text that must not be there"],
 //    "outFile": "fixtures/list.txt" (stdout exactly),
 //    "after": {"path": "symlink|file|char device|absent"}, "exit": 64 or [130, 143],
-//    "replay": ["--test", "..."]}      the run again from its recording rec.json (--record
+//    "replay": ["--param", "..."]}     the run again from its recording rec.json (--record
 //                                      rec.json in "args"): same verdicts, events, key values
 //
 // Every case also holds the host's promises: the exit code is the report's code, nothing
@@ -180,6 +180,7 @@ protected:
         ASSERT_TRUE(in) << o.out << o.err;
         const json second = json::parse(in);
         expectRunsWithinTheWhole(second);
+        EXPECT_EQ(second["code"], first["code"]) << "the replay's exit code";
         ASSERT_EQ(second["runs"].size(), first["runs"].size()) << second["runs"].dump(1);
         for (std::size_t i = 0; i < first["runs"].size(); ++i) {
             const json &a = first["runs"][i], &b = second["runs"][i];

@@ -256,6 +256,20 @@ std::vector<Test*> selectTests(const Catalogue& catalogue, const CommandLine& o)
     return tests;
 }
 
+// A replayed recording runs the tests, and on the device, its recorded run chose, unless the
+// command line chooses itself: its --test and --device still win.
+void takeRecordedSelection(CommandLine& o, const std::vector<std::string>& recorded) {
+    if (recorded.empty() || o.orientation)
+        return;
+    CommandLine r;
+    if (CommandLine::read(recorded, recorded.front(), "", r).settled || r.orientation)
+        return;
+    if (o.tests.empty())
+        o.tests = r.tests;
+    if (o.device.empty())
+        o.device = r.device;
+}
+
 // --param assignments, checked against the catalogue.
 std::vector<std::pair<Parameter*, std::string>> parameterOverrides(const Catalogue& catalogue,
                                                                    const CommandLine& o) {
@@ -463,12 +477,7 @@ int Host::start(const std::vector<std::string>& args) {
         // The command line is checked against the catalogue before anything is read.
         if (o.orientation && !orientationCheck_)
             throw UsageError{"--orientation is not available in this module"};
-        const std::vector<Test*> tests =
-            o.orientation ? std::vector<Test*>{orientationCheck_} : selectTests(catalogue_, o);
         const auto overrides = parameterOverrides(catalogue_, o);
-
-        loadResources(catalogue_, tests, language, module);
-        const std::vector<std::string> profiles = applyParameters(catalogue_, o, module, overrides);
 
         BackendSelection selection;
         selection.backend = o.backend.empty() ? "iio" : o.backend;
@@ -484,6 +493,11 @@ int Host::start(const std::vector<std::string>& args) {
         }
         std::unique_ptr<DeviceSource> source =
             devices_ ? devices_(selection) : std::make_unique<EmptySource>();
+        takeRecordedSelection(o, source->recordedCommandLine());
+        const std::vector<Test*> tests =
+            o.orientation ? std::vector<Test*>{orientationCheck_} : selectTests(catalogue_, o);
+        loadResources(catalogue_, tests, language, module);
+        const std::vector<std::string> profiles = applyParameters(catalogue_, o, module, overrides);
         std::vector<DiagDevice> devices = source->devices();
         const std::vector<std::string> leftAlone =
             o.orientation ? keepDisplayAccelerometers(devices) : std::vector<std::string>{};

@@ -5,6 +5,7 @@
 #include "libOrra/Backends.h"
 #include "libOrra/Recorder.h"
 #include "libOrra/Scenario.h"
+#include "libOrra/SimBackend.h"
 
 namespace kiva5 {
 namespace {
@@ -13,7 +14,8 @@ class SensorDeviceSource : public DeviceSource {
 public:
     SensorDeviceSource(std::shared_ptr<libOrra::SensorBackend> backend,
                        std::shared_ptr<libOrra::Recorder> recorder)
-        : backend_(recorder ? libOrra::recordingBackend(std::move(backend), recorder)
+        : recorded_(recordedBy(*backend)),
+          backend_(recorder ? libOrra::recordingBackend(std::move(backend), recorder)
                             : std::move(backend)),
           recorder_(std::move(recorder)) {
         libOrra::installBackend(backend_);
@@ -38,6 +40,7 @@ public:
         return out;
     }
 
+    std::vector<std::string> recordedCommandLine() const override { return recorded_; }
     std::string lookedIn() const override { return backend_->lookedIn(); }
     bool readable(const DiagDevice& device) override {
         const auto kind = libOrra::kindFromCapability(device.capability().name());
@@ -72,6 +75,12 @@ public:
     }
 
 private:
+    static std::vector<std::string> recordedBy(const libOrra::SensorBackend& backend) {
+        const auto* sim = dynamic_cast<const libOrra::SimBackend*>(&backend);
+        return sim ? sim->scenario().recordedCommandLine : std::vector<std::string>{};
+    }
+
+    std::vector<std::string> recorded_;
     std::shared_ptr<libOrra::SensorBackend> backend_;
     std::shared_ptr<libOrra::Recorder> recorder_;
 };

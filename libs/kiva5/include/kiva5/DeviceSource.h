@@ -36,6 +36,9 @@ public:
     virtual void stopSeen(int /*run*/) {}
     // Whether one reading can be taken from `device` now (bounded, as every sensor access).
     virtual bool readable(const DiagDevice& /*device*/) { return false; }
+    // A replayed recording's: the arguments of the run it recorded, the program first; empty
+    // for any other source.
+    virtual std::vector<std::string> recordedCommandLine() const { return {}; }
     // Where the source looked for devices ("" when it cannot say).
     virtual std::string lookedIn() const { return {}; }
     // For a bug report: where each of the device's values comes from and one reading, a line

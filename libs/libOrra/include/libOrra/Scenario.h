@@ -104,6 +104,8 @@ struct Scenario {
     // The machine's DMI vendor and product as the kernel's modalias gives them (svn, pn).
     std::string dmiVendor = "Simulated";
     std::string dmiProduct = "Tablet";
+    // A recording's: the arguments of the run it recorded, the program first.
+    std::vector<std::string> recordedCommandLine;
 };
 
 // A scenario that does not say what it must: the message names the file, the place (line and

@@ -340,9 +340,18 @@ public:
         keys(doc, "",
              {"display", "sensors", "operator", "devices", "failEnumeration", "stop", "dmi",
               "recording"});
-        if (doc.contains("recording"))
-            object(doc["recording"], "/recording");
         Scenario sc;
+        if (doc.contains("recording")) {
+            // Replay reads one thing of it: the arguments the recorded run was started with,
+            // whose choice of tests and device a replay makes again.
+            const json& r = object(doc["recording"], "/recording");
+            if (r.contains("commandLine")) {
+                const json& args = array(r["commandLine"], "/recording/commandLine");
+                for (std::size_t i = 0; i < args.size(); ++i)
+                    sc.recordedCommandLine.push_back(
+                        text(args[i], "/recording/commandLine/" + std::to_string(i)));
+            }
+        }
         if (doc.contains("display")) {
             const auto& d = object(doc["display"], "/display");
             keys(d, "/display", {"rotation"});
