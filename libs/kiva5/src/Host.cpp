@@ -12,16 +12,14 @@
 #include <optional>
 #include <ostream>
 #include <sstream>
-#include <tuple>
 
 #include "RunContext.h"
 #include "kiva5/CommandLine.h"
 #include "kiva5/KivaException.h"
 #include "kiva5/Localization.h"
 #include "kiva5/MachineIdentity.h"
-#include "kiva5/Metrics.h"
 #include "kiva5/Report.h"
-#include "kiva5/ReportDestination.h"
+#include "sinks/Sink.h"
 #include "vek/Clock.h"
 #include "vek/Exception.h"
 #include "vek/Json.h"
@@ -179,35 +177,6 @@ std::string stateReportPath() {
     std::string stamp = Report::utcText(std::chrono::system_clock::now());
     std::replace(stamp.begin(), stamp.end(), ':', '-');
     return (dir / ("report-" + stamp + ".json")).string();
-}
-
-// What a recording says about itself, for the person who reads it: the module, the command
-// line, and each run so far with its parameters and verdict. Replay leaves it alone; no host
-// identity, so a recording can be shared.
-std::string recordingBlock(const Report& report) {
-    nlohmann::json block;
-    block["module"] = report.moduleFile + " " + report.version + " (build " + report.build + ")";
-    block["backend"] = report.backend;
-    block["commandLine"] = report.commandLine;
-    nlohmann::json runs = nlohmann::json::array();
-    for (const RunRecord& run : report.runs) {
-        nlohmann::json r{{"test", run.test}, {"result", run.result.name()}};
-        if (run.device)
-            r["device"] = run.device->osLocator().str();
-        nlohmann::json parameters = nlohmann::json::object();
-        for (const auto& [name, value] : run.parameters)
-            parameters[name] = value;
-        r["parameters"] = std::move(parameters);
-        nlohmann::json events = nlohmann::json::array();
-        for (const auto& e : run.events)
-            events.push_back(e.name);
-        r["events"] = std::move(events);
-        if (const std::string key = Report::keyMeasurement(run); !key.empty())
-            r["key"] = key;
-        runs.push_back(std::move(r));
-    }
-    block["runs"] = std::move(runs);
-    return block.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 // The orientation check turns with the screen: on a convertible with an accelerometer in the
@@ -456,24 +425,14 @@ int Host::start(const std::vector<std::string>& args) {
             }
         }
         // Where the evidence goes is settled before anything runs.
-        std::optional<ReportDestination> destination;
-        std::optional<ReportDestination> junitDestination;
-        std::optional<ReportDestination> hwdbDestination;
-        std::optional<ReportDestination> recordDestination;
-        std::optional<ReportDestination> metricsDestination;
-        for (auto [given, option, name, into] :
-             {std::tuple(o.reportGiven, "--report", &o.report, &destination),
-              std::tuple(o.junitGiven, "--junit", &o.junit, &junitDestination),
-              std::tuple(o.hwdbGiven, "--hwdb", &o.hwdb, &hwdbDestination),
-              std::tuple(o.recordGiven, "--record", &o.record, &recordDestination),
-              std::tuple(o.metricsGiven, "--metrics", &o.metrics, &metricsDestination)}) {
-            if (!given)
-                continue;
-            std::string problem;
-            *into = ReportDestination::check(option, *name, problem);
-            if (!*into)
-                throw UsageError{problem};
-        }
+        std::string problem;
+        const std::vector<std::unique_ptr<Sink>> sinks = makeSinks(o, problem);
+        if (!problem.empty())
+            throw UsageError{problem};
+        const auto anySink = [&sinks](bool (Sink::*asks)() const) {
+            return std::any_of(sinks.begin(), sinks.end(),
+                               [asks](const auto& sink) { return (*sink.*asks)(); });
+        };
         // The command line is checked against the catalogue before anything is read.
         if (o.orientation && !orientationCheck_)
             throw UsageError{"--orientation is not available in this module"};
@@ -481,7 +440,7 @@ int Host::start(const std::vector<std::string>& args) {
 
         BackendSelection selection;
         selection.backend = o.backend.empty() ? "iio" : o.backend;
-        selection.record = recordDestination.has_value();
+        selection.record = anySink(&Sink::needsRecording);
         // Only the simulated machine's time can be hurried; the dialogs' own timers (the
         // person's presses, the frame clock) keep real time.
         static vek::FastClock fast(10.0);
@@ -524,7 +483,7 @@ int Host::start(const std::vector<std::string>& args) {
         report.started = std::chrono::system_clock::now();
         report.commandLine = args;
         // Who was tested matters only to a report someone keeps.
-        if (destination || junitDestination)
+        if (anySink(&Sink::needsMachineIdentity))
             report.machine = MachineIdentity::read();
         report.moduleFile = moduleFile_;
         report.version = versionText;
@@ -532,23 +491,11 @@ int Host::start(const std::vector<std::string>& args) {
         report.backend = selection.backend;
         report.language = language;
         report.profiles = profiles;
-        const auto toStdout = [](const std::optional<ReportDestination>& d) {
-            return d && d->kind() == ReportDestination::Kind::Stdout;
-        };
-        const bool reportToStdout = toStdout(destination) || toStdout(junitDestination);
-        std::ostream& terminal = reportToStdout ? err_ : out_;
-        // A recording is complete after every run: rewritten whole (a regular file atomically),
-        // so a stop leaves one that replays up to it and a crash loses at most one test.
-        bool recorded = true;
+        std::ostream& terminal = anySink(&Sink::writesToStdout) ? err_ : out_;
+        SinkContext context{devices, *source, out_, err_, moduleFile_};
         runEnded_ = [&](int) {
-            if (!recordDestination)
-                return;
-            const std::string problem =
-                recordDestination->write(source->recording(recordingBlock(report)), out_);
-            if (!problem.empty() && recorded) {
-                err_ << moduleFile_ << ": " << problem << "\n";
-                recorded = false;
-            }
+            for (const auto& sink : sinks)
+                sink->runEnded(report, context);
         };
         std::exception_ptr escaped =
             runTests(tests, devices, o.device, *source, report, o.quiet ? nullptr : &terminal);
@@ -558,50 +505,14 @@ int Host::start(const std::vector<std::string>& args) {
             run.notes.insert(run.notes.end(), leftAlone.begin(), leftAlone.end());
         report.ended = std::chrono::system_clock::now();
         report.settleResult();
-        // The reports first, then the summary, which can then tell the real exit code.
+        // The evidence first, then the summary, which can then tell the real exit code.
         int code = report.result.value();
         bool written = true;
-        for (const auto& [to, text] :
-             {std::pair(&destination, destination ? report.toJson() : std::string()),
-              std::pair(&junitDestination,
-                        junitDestination ? report.toJUnitXml() : std::string())}) {
-            if (!*to)
+        for (const auto& sink : sinks) {
+            if (sink->finish(report, code, context))
                 continue;
-            const std::string problem = (*to)->write(text, out_);
-            if (!problem.empty()) {
-                err_ << moduleFile_ << ": " << problem << "\n";
-                code = TestResult::EXITEDABNORMALLY().value();
-                written = false;
-            }
-        }
-        if (hwdbDestination) {
-            for (const RunRecord& run : report.runs) {
-                for (const auto& [name, value] : run.details) {
-                    if (name != "hwdb")
-                        continue;
-                    if (const std::string problem = hwdbDestination->write(value.text(), out_);
-                        !problem.empty()) {
-                        err_ << moduleFile_ << ": " << problem << "\n";
-                        code = TestResult::EXITEDABNORMALLY().value();
-                    }
-                }
-            }
-        }
-        if (!recorded)
             code = TestResult::EXITEDABNORMALLY().value();
-        if (metricsDestination) {
-            // Every sensor the machine has, read once, beside the tests' verdicts.
-            std::vector<SensorHealth> health;
-            for (const DiagDevice& d : devices) {
-                health.push_back({std::string(d.capability().name()), d.osLocator().str(),
-                                  d.name().str(), source->readable(d)});
-            }
-            if (const std::string problem =
-                    metricsDestination->write(metricsText(report, health, code), out_);
-                !problem.empty()) {
-                err_ << moduleFile_ << ": " << problem << "\n";
-                code = TestResult::EXITEDABNORMALLY().value();
-            }
+            written = written && !sink->keepsTheReport();
         }
         report.printSummary(terminal, written ? "" : "report not written", code);
         if (o.window && !escaped) {
