@@ -335,7 +335,7 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
         EXPECT_FALSE(fs::is_regular_file(reportAt)) << "no report when nothing was run";
     } else {
         std::ifstream in(reportAt);
-        ASSERT_TRUE(in) << o.out << o.err;
+        ASSERT_TRUE(in) << "no report; exit " << o.exitCode << "\n" << o.out << o.err;
         const json report = json::parse(in);
         EXPECT_EQ(o.exitCode, report["code"]) << o.err;
         expectRunsWithinTheWhole(report);

@@ -14,6 +14,7 @@
 #include <sstream>
 
 #include "RunContext.h"
+#include "Runner.h"
 #include "kiva5/CommandLine.h"
 #include "kiva5/KivaException.h"
 #include "kiva5/Localization.h"
@@ -39,10 +40,6 @@ struct UsageError {
 
 std::string moduleStem(const std::string& file) {
     return std::filesystem::path(file).stem().string();
-}
-
-bool equalNoCase(const std::string& a, const std::string& b) {
-    return vek::String(a).equalNoCase(vek::String(b));
 }
 
 std::string joined(const std::vector<std::string>& words) {
@@ -338,50 +335,6 @@ std::vector<std::string> applyParameters(
     return used;
 }
 
-// Why a test is not called on a device at all, or "" when it may run. `interactiveProblem`
-// asks, when needed, why interactive tests cannot run here.
-std::string reasonNotToRun(const Test& test, bool escaped,
-                           const std::function<std::string()>& interactiveProblem) {
-    if (escaped)
-        return "not started: an earlier test ended abnormally";
-    if (StopFlag::isSet()) {
-        const int sig = StopFlag::signalNumber();
-        return std::string("not started: stop requested") +
-               (sig ? std::string(" by SIG") + sigabbrev_np(sig) : "");
-    }
-    for (const Parameter* p : test.parameters()) {
-        if (p->isset() && !p->value().isValid()) {
-            return "parameter " + p->name() + " = \"" + p->value().text() + "\" is not a valid " +
-                   std::string(p->type().name());
-        }
-    }
-    return test.interactive() ? interactiveProblem() : "";
-}
-
-// The result for a run that reasonNotToRun() refused.
-TestResult refusedResult(const Test& test, bool escaped) {
-    if (escaped || StopFlag::isSet())
-        return TestResult::USERABORTED();
-    for (const Parameter* p : test.parameters()) {
-        if (p->isset() && !p->value().isValid())
-            return TestResult::BADPARAMS();
-    }
-    return TestResult::CANNOTRUN();
-}
-
-// Adds what the sensor source noticed to the run. A failing verdict reached while another
-// program held the device (the desktop streaming the sensor) says nothing about the sensor:
-// the run could not be made, and the note says how to free the device.
-void settleWithSourceNotes(RunRecord& run, const std::vector<SourceNote>& notes) {
-    bool held = false;
-    for (const auto& n : notes) {
-        run.notes.push_back(n.text);
-        held = held || n.heldElsewhere;
-    }
-    if (held && (run.result == TestResult::FAIL() || run.result == TestResult::TIMEDOUT()))
-        run.result = TestResult::CANNOTRUN();
-}
-
 }  // namespace
 
 int Host::start(const std::vector<std::string>& args) {
@@ -493,13 +446,19 @@ int Host::start(const std::vector<std::string>& args) {
         report.profiles = profiles;
         std::ostream& terminal = anySink(&Sink::writesToStdout) ? err_ : out_;
         SinkContext context{devices, *source, out_, err_, moduleFile_};
-        runEnded_ = [&](int) {
+        Runner::Hooks hooks;
+        hooks.interactiveProblem = [this] {
+            if (!interactiveProblem_)
+                interactiveProblem_ = interactiveCheck_ ? interactiveCheck_(simulatedMachine_) : "";
+            return *interactiveProblem_;
+        };
+        hooks.runEnded = [&] {
             for (const auto& sink : sinks)
                 sink->runEnded(report, context);
         };
-        std::exception_ptr escaped =
-            runTests(tests, devices, o.device, *source, report, o.quiet ? nullptr : &terminal);
-        runEnded_ = nullptr;
+        const std::exception_ptr escaped =
+            Runner(*source, report, o.quiet ? nullptr : &terminal, std::move(hooks))
+                .run(tests, devices, o.device);
 
         for (RunRecord& run : report.runs)
             run.notes.insert(run.notes.end(), leftAlone.begin(), leftAlone.end());
@@ -535,122 +494,6 @@ int Host::start(const std::vector<std::string>& args) {
         err_ << moduleFile_ << ": " << CommandLine::printable(e.toString().str()) << "\n";
         return kUsageError;
     }
-}
-
-std::exception_ptr Host::runTests(const std::vector<Test*>& tests,
-                                  const std::vector<DiagDevice>& devices,
-                                  const std::string& onlyDevice, DeviceSource& source,
-                                  Report& report, std::ostream* progress) {
-    StopFlag::clear();
-    // Every (test, device) pair first, so progress can say how far the run has come; a test
-    // without a device is one entry with none.
-    std::vector<std::pair<Test*, const DiagDevice*>> plan;
-    for (Test* test : tests) {
-        const std::size_t before = plan.size();
-        for (const auto& d : devices) {
-            if (d.capability() == test->capability() &&
-                (onlyDevice.empty() || equalNoCase(d.osLocator().str(), onlyDevice))) {
-                plan.emplace_back(test, &d);
-            }
-        }
-        if (plan.size() == before)
-            plan.emplace_back(test, nullptr);
-    }
-    const auto said = [&](std::size_t index, const std::string& text) {
-        if (progress) {
-            *progress << "[" << index + 1 << "/" << plan.size() << "] " << text << std::endl;
-        }
-    };
-    const auto ended = [&](std::size_t index, const RunRecord& run) {
-        std::ostringstream line;
-        line << run.test << ": " << run.result.name();
-        if (run.seconds > 0)
-            line << " after " << std::fixed << std::setprecision(2) << run.seconds << " s";
-        std::string why = Report::keyMeasurement(run);
-        if (why.empty() && !run.notes.empty())
-            why = run.notes.front();
-        if (!why.empty())
-            line << " (" << why << ")";
-        said(index, line.str());
-    };
-
-    std::exception_ptr escaped;
-    int started = 0;
-    for (std::size_t i = 0; i < plan.size(); ++i) {
-        Test* test = plan[i].first;
-        const DiagDevice* device = plan[i].second;
-        RunRecord run;
-        run.test = test->name();
-        run.started = std::chrono::system_clock::now();
-        if (!device) {
-            run.result = TestResult::NODEVICE();
-            run.notes.push_back("no " + std::string(test->capability().name()) + " device" +
-                                (onlyDevice.empty() ? "" : " with locator " + onlyDevice));
-            ended(i, run);
-            report.runs.push_back(std::move(run));
-            if (runEnded_)
-                runEnded_(started);
-            continue;
-        }
-        run.device = *device;
-        for (const Parameter* p : test->parameters()) {
-            if (p->isset())
-                run.parameters.emplace_back(p->name(), p->value().text());
-        }
-        const std::string refused = reasonNotToRun(*test, static_cast<bool>(escaped), [this] {
-            if (!interactiveProblem_) {
-                interactiveProblem_ = interactiveCheck_ ? interactiveCheck_(simulatedMachine_) : "";
-            }
-            return *interactiveProblem_;
-        });
-        if (!refused.empty()) {
-            run.result = refusedResult(*test, static_cast<bool>(escaped));
-            run.notes.push_back(refused);
-            ended(i, run);
-            report.runs.push_back(std::move(run));
-            if (runEnded_)
-                runEnded_(started);
-            continue;
-        }
-        said(i,
-             test->name() + " on " + device->osLocator().str() + " (" + device->name().str() + ")");
-        if (const LocalizedString* instruction = test->instruction())
-            said(i, "  " + instruction->localizedString().toStdString());
-        VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
-                "Running " << test->name() << " on " << device->osLocator().str());
-        report.runs.push_back(std::move(run));
-        RunRecord& current = report.runs.back();
-        RunContext::begin(&current);
-        RunContext::setSource(&source);
-        source.testStarting(test->name(), *device);
-        ++started;
-        if (progress)
-            RunContext::setSpeaker([&said, i](const std::string& text) { said(i, "  " + text); });
-        // Real time, as the run's start is: under --fast the tests' own clock runs ahead.
-        const auto runStart = std::chrono::steady_clock::now();
-        try {
-            current.result = test->function()(*device);
-        } catch (...) {
-            escaped = std::current_exception();
-            current.result = TestResult::EXITEDABNORMALLY();
-            current.notes.push_back("the test ended by an exception");
-        }
-        current.seconds =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - runStart).count();
-        RunContext::setSpeaker(nullptr);
-        source.testFinished();
-        settleWithSourceNotes(current, source.takeNotes(*device));
-        RunContext::setSource(nullptr);
-        RunContext::end();
-        VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
-                test->name() << " result " << current.result.name());
-        ended(i, current);
-        if (StopFlag::isSet() || source.stopDue())
-            source.stopSeen(started);
-        if (runEnded_)
-            runEnded_(started);
-    }
-    return escaped;
 }
 
 }  // namespace kiva5

@@ -44,18 +44,6 @@ public:
     bool runAgain() const { return runAgain_; }
 
 private:
-    // Calls each test once per matching device, in order, into `report`, saying on
-    // `progress` (unless null) as each starts and ends. Returns the exception that escaped a
-    // test, if one did (the runs after it are not started).
-    std::exception_ptr runTests(const std::vector<Test*>& tests,
-                                const std::vector<DiagDevice>& devices,
-                                const std::string& onlyDevice, DeviceSource& source, Report& report,
-                                std::ostream* progress);
-
-    // Called after each run has settled (refused or not), with the number of runs started so
-    // far; the recording is rewritten there.
-    std::function<void(int started)> runEnded_;
-
     Catalogue& catalogue_;
     std::string moduleFile_;
     ModuleVersion version_;
