@@ -14,6 +14,7 @@
 #include <sstream>
 
 #include "RunContext.h"
+#include "RunPlan.h"
 #include "Runner.h"
 #include "kiva5/CommandLine.h"
 #include "kiva5/KivaException.h"
@@ -33,117 +34,11 @@ namespace {
 std::atomic<vek::Logger*> s_logger{nullptr};
 constexpr const char* kLoggerName = "kiva5";
 
-// A command line the host cannot obey; reported as one line with EX_USAGE.
-struct UsageError {
-    std::string message;
-};
-
-std::string moduleStem(const std::string& file) {
-    return std::filesystem::path(file).stem().string();
-}
-
-std::string joined(const std::vector<std::string>& words) {
-    std::string out;
-    for (const auto& w : words)
-        out += (out.empty() ? "" : " ") + w;
-    return out;
-}
-
-std::filesystem::path shippedProfilePath(const std::string& module) {
-    return std::filesystem::path("resources") / module / "profile.json";
-}
-
-// A profile: {"parameters": {"Name": "text" | number | boolean, ...}}. Problems in a file the
-// person named are input errors; in the shipped one, framework failures.
-std::vector<std::pair<std::string, std::string>> readProfile(const std::filesystem::path& file,
-                                                             bool named) {
-    const auto fail = [&](const std::string& why) {
-        const std::string text = "profile " + file.string() + ": " + why;
-        if (named)
-            throw InputError(text);
-        throw KivaException(text);
-    };
-    std::string problem;
-    const auto content = vek::readTextFile(file, &problem);
-    if (!content)
-        fail(problem);
-    vek::JsonSyntaxError error;
-    auto parsed = vek::parseJson(*content, error);
-    if (!parsed)
-        fail("not valid JSON (" + error.describe() + ")");
-    nlohmann::json& doc = *parsed;
-    if (!doc.is_object() || !doc.contains("parameters") || !doc["parameters"].is_object())
-        fail("expected an object with a \"parameters\" object");
-    std::vector<std::pair<std::string, std::string>> values;
-    for (const auto& [name, v] : doc["parameters"].items()) {
-        std::string text;
-        if (v.is_string()) {
-            text = v.get<std::string>();
-        } else if (v.is_boolean()) {
-            text = v.get<bool>() ? "true" : "false";
-        } else if (v.is_number_integer()) {
-            text = std::to_string(v.get<long long>());
-        } else if (v.is_number()) {
-            text = Value::formatDouble(v.get<double>());
-        } else {
-            fail("parameter \"" + name + "\" must be a string, number or boolean");
-        }
-        values.emplace_back(name, std::move(text));
-    }
-    return values;
-}
-
-std::string knownParameters(const Catalogue& catalogue) {
-    std::vector<std::string> names;
-    for (const auto& p : catalogue.parameters())
-        names.push_back(p->name());
-    return joined(names);
-}
-
+// The source of a host that was given no factory: a machine without sensors.
 class EmptySource : public DeviceSource {
 public:
     std::vector<DiagDevice> devices() override { return {}; }
 };
-
-// The declared catalogue, each parameter with its unit and the shipped profile's value.
-void printCatalogue(const Catalogue& c, const std::string& module, std::ostream& out) {
-    std::map<std::string, std::string> defaults;
-    if (const auto shipped = vek::Resource::resolve(shippedProfilePath(module))) {
-        try {
-            for (auto& [name, text] : readProfile(*shipped, false))
-                defaults[name] = text;
-        } catch (const KivaException&) {
-            // --list still lists; the run itself will name the broken file.
-        }
-    }
-    const auto describe = [&](const Parameter& p) {
-        std::string text(p.type().name());
-        if (!p.unit().empty())
-            text += ", " + p.unit();
-        const auto d = defaults.find(p.name());
-        return text + (d == defaults.end() ? ", no default" : ", default " + d->second);
-    };
-    out << "Tests:\n";
-    for (const auto& t : c.tests()) {
-        out << "  " << t->name() << "  capability " << t->capability().name();
-        if (t->interactive())
-            out << "  interactive";
-        if (t->createsOwnGUI())
-            out << "  own GUI";
-        out << "\n";
-        for (const Parameter* p : t->parameters())
-            out << "    " << p->name() << " (" << describe(*p) << ")\n";
-    }
-    out << "Parameters:\n";
-    for (const auto& p : c.parameters())
-        out << "  " << p->name() << " (" << describe(*p) << ")\n";
-    out << "Events:\n";
-    for (const auto& e : c.events())
-        out << "  " << e->name() << "\n";
-    out << "Localized strings:\n";
-    for (const auto& s : c.strings())
-        out << "  " << s->key() << "\n";
-}
 
 }  // namespace
 
@@ -156,212 +51,81 @@ Host::Host(Catalogue& catalogue, std::string moduleFile, ModuleVersion version,
       out_(out),
       err_(err) {}
 
-namespace {
-
-// The tests to run, in the order asked for (each once); all of them by default.
-// $XDG_STATE_HOME/vekrsensors/report-<UTC time>.json (~/.local/state when unset), the folder
-// made as needed; a run started from the desktop keeps its report there.
-std::string stateReportPath() {
-    const char* state = std::getenv("XDG_STATE_HOME");
-    const char* home = std::getenv("HOME");
-    std::filesystem::path dir =
-        state && *state && state[0] == '/'
-            ? std::filesystem::path(state)
-            : std::filesystem::path(home && *home ? home : "/tmp") / ".local/state";
-    dir /= "vekrsensors";
-    std::error_code ec;
-    std::filesystem::create_directories(dir, ec);
-    std::string stamp = Report::utcText(std::chrono::system_clock::now());
-    std::replace(stamp.begin(), stamp.end(), ':', '-');
-    return (dir / ("report-" + stamp + ".json")).string();
+std::string Host::versionText() const {
+    return std::to_string(version_.major) + "." + std::to_string(version_.minor);
 }
 
-// The orientation check turns with the screen: on a convertible with an accelerometer in the
-// display and one in the base, the base's is left out. Its matrix is set so that it reads as
-// the display's with the lid closed (systemd's hwdb notes), not by poses of the screen. Returns
-// a note for each one left out.
-std::vector<std::string> keepDisplayAccelerometers(std::vector<DiagDevice>& devices) {
-    const auto isBase = [](const DiagDevice& d) {
-        return d.capability() == DeviceCapability::Accelerometer() &&
-               d.name().str().find("(accel-base)") != std::string::npos;
-    };
-    const bool another = std::any_of(devices.begin(), devices.end(), [&](const DiagDevice& d) {
-        return d.capability() == DeviceCapability::Accelerometer() && !isBase(d);
-    });
-    std::vector<std::string> notes;
-    if (!another)
-        return notes;
-    for (const DiagDevice& d : devices) {
-        if (isBase(d)) {
-            notes.push_back(d.osLocator().str() + " (" + d.name().str() +
-                            ") left alone: a base accelerometer does not turn with the screen; "
-                            "its matrix makes it read as the display's with the lid closed");
-        }
-    }
-    std::erase_if(devices, isBase);
-    return notes;
+std::optional<int> Host::readCommandLine(const std::vector<std::string>& args, CommandLine& o) {
+    const CommandLine::Reading reading =
+        CommandLine::read(args, moduleFile_,
+                          moduleFile_ + " " + versionText() + " (build " + version_.build + ")", o);
+    if (!reading.settled)
+        return std::nullopt;
+    out_ << reading.out;
+    if (!reading.error.empty())
+        err_ << moduleFile_ << ": " << reading.error << " (see --help)\n";
+    return reading.exitCode;
 }
 
-std::vector<Test*> selectTests(const Catalogue& catalogue, const CommandLine& o) {
-    std::vector<Test*> tests;
-    for (const auto& name : o.tests) {
-        Test* t = catalogue.findTest(name);
-        if (!t) {
-            std::vector<std::string> known;
-            for (const auto& k : catalogue.tests())
-                known.push_back(k->name());
-            throw UsageError{"unknown test \"" + name + "\"; known tests: " + joined(known)};
-        }
-        if (std::find(tests.begin(), tests.end(), t) == tests.end())
-            tests.push_back(t);
-    }
-    if (tests.empty()) {
-        for (const auto& t : catalogue.tests())
-            tests.push_back(t.get());
-    }
-    return tests;
-}
-
-// A replayed recording runs the tests, and on the device, its recorded run chose, unless the
-// command line chooses itself: its --test and --device still win.
-void takeRecordedSelection(CommandLine& o, const std::vector<std::string>& recorded) {
-    if (recorded.empty() || o.orientation)
+void Host::openLog(const CommandLine& o, const std::vector<std::string>& args) const {
+    if (o.log.empty())
         return;
-    CommandLine r;
-    if (CommandLine::read(recorded, recorded.front(), "", r).settled || r.orientation)
-        return;
-    if (o.tests.empty())
-        o.tests = r.tests;
-    if (o.device.empty())
-        o.device = r.device;
+    if (!vek::LogFactory::openFile(o.log))
+        throw UsageError{"cannot open log file " + o.log};
+    vek::LogFactory::setPriority(o.logLevel ? o.logLevel : vek::kLogProgress);
+    std::string line;
+    for (const auto& a : args)
+        line += " " + a;
+    VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
+            moduleFile_ << " " << versionText() << " (build " << version_.build
+                        << ") started:" << line);
 }
 
-// --param assignments, checked against the catalogue.
-std::vector<std::pair<Parameter*, std::string>> parameterOverrides(const Catalogue& catalogue,
-                                                                   const CommandLine& o) {
-    std::vector<std::pair<Parameter*, std::string>> overrides;
-    for (const auto& assignment : o.params) {
-        const auto eq = assignment.find('=');
-        if (eq == std::string::npos || eq == 0)
-            throw UsageError{"--param expects NAME=VALUE, got \"" + assignment + "\""};
-        const std::string name = assignment.substr(0, eq);
-        Parameter* p = catalogue.findParameter(name);
-        if (!p) {
-            throw UsageError{"unknown parameter \"" + name +
-                             "\"; known parameters: " + knownParameters(catalogue)};
-        }
-        overrides.emplace_back(p, assignment.substr(eq + 1));
-    }
-    return overrides;
+std::unique_ptr<DeviceSource> Host::openMachine(const CommandLine& o, bool record) {
+    BackendSelection selection;
+    selection.backend = o.scenario.empty() ? (o.backend.empty() ? "iio" : o.backend) : "sim";
+    if (!o.scenario.empty())
+        selection.scenario = o.scenario;
+    selection.record = record;
+    // Only the simulated machine's time can be hurried; the dialogs' own timers (the person's
+    // presses, the frame clock) keep real time.
+    static vek::FastClock fast(10.0);
+    if (o.fast)
+        vek::Clock::install(&fast);
+    backend_ = selection.backend;
+    simulatedMachine_ = backend_ == "sim";
+    interactiveProblem_.reset();
+    return devices_ ? devices_(selection) : std::make_unique<EmptySource>();
 }
 
-// The string table to speak in: the one --lang names (a usage error when there is none), else
-// the environment's first language that has one, else English.
-std::string chooseLanguage(const CommandLine& o, const std::string& module) {
-    if (o.lang.empty()) {
-        const std::string found =
-            Localization::firstAvailable(module, Localization::preferencesFromEnvironment());
-        return found.empty() ? "en" : found;
+int Host::listDevices(const std::vector<DiagDevice>& devices, DeviceSource& source, bool verbose) {
+    if (devices.empty()) {
+        const std::string where = source.lookedIn();
+        err_ << moduleFile_ << ": no sensors found"
+             << (where.empty() ? "" : " in " + CommandLine::printable(where)) << "\n";
     }
-    const std::string found = Localization::firstAvailable(module, {o.lang});
-    if (found.empty()) {
-        throw UsageError{"no texts in language \"" + o.lang +
-                         "\"; available: " + joined(Localization::available(module))};
+    for (const auto& d : devices) {
+        out_ << std::string(d.capability().name()) << "\t" << d.osLocator().str() << "\t"
+             << d.name().str() << "\n";
+        for (const auto& line : verbose ? source.explain(d) : std::vector<std::string>{})
+            out_ << "    " << line << "\n";
     }
-    return found;
+    return 0;
 }
 
-// Texts and settings serve the dialogs and their instructions. When an interactive test is
-// selected they are read before any test starts, so a broken install fails at once; for a
-// threshold-only run the texts are read only if a test looks one up, and settings on first use.
-void loadResources(const Catalogue& catalogue, const std::vector<Test*>& tests,
-                   const std::string& language, const std::string& module) {
-    std::vector<std::string> keys;
-    for (const auto& s : catalogue.strings())
-        keys.push_back(s->key());
-    vek::VekLocale::setGlobalLocale(language);
-    if (std::none_of(tests.begin(), tests.end(), [](const Test* t) { return t->interactive(); })) {
-        Localization::loadOnFirstUse(module, language, keys);
-        return;
-    }
-    Localization::load(module, language, keys);
-    try {
-        vek::Resource::loadSettings(vek::String(module));
-    } catch (const vek::Exception& e) {
-        throw KivaException(e.toString().toStdString());
-    }
+const std::string& Host::interactiveProblem() {
+    if (!interactiveProblem_)
+        interactiveProblem_ = interactiveCheck_ ? interactiveCheck_(simulatedMachine_) : "";
+    return *interactiveProblem_;
 }
-
-// Parameters: every one unset, then the shipped profile, then --profile laid over it, then
-// --param. Returns the profile files read, in that order.
-std::vector<std::string> applyParameters(
-    const Catalogue& catalogue, const CommandLine& o, const std::string& module,
-    const std::vector<std::pair<Parameter*, std::string>>& overrides) {
-    for (const auto& p : catalogue.parameters())
-        p->unset();
-    const auto relative = shippedProfilePath(module);
-    const auto shipped = vek::Resource::resolve(relative);
-    if (!shipped) {
-        throw KivaException(relative.string() +
-                            ": not found beside the working directory or the executable");
-    }
-    if (vek::Resource::overridesInstalled(relative, *shipped)) {
-        VEK_LOG(s_logger, kLoggerName, vek::kLogWarning,
-                "Profile " << shipped->string()
-                           << " from the working folder is used in place of the installed one");
-    }
-    std::vector<std::pair<std::filesystem::path, bool>> files{{*shipped, false}};
-    if (!o.profile.empty())
-        files.emplace_back(o.profile, true);
-    std::vector<std::string> used;
-    for (const auto& [file, named] : files) {
-        for (const auto& [name, text] : readProfile(file, named)) {
-            Parameter* p = catalogue.findParameter(name);
-            if (!p) {
-                const std::string why = "profile " + file.string() + ": unknown parameter \"" +
-                                        name +
-                                        "\"; known parameters: " + knownParameters(catalogue);
-                if (named)
-                    throw InputError(why);
-                throw KivaException(why);
-            }
-            p->set(text);
-        }
-        VEK_LOG(s_logger, kLoggerName, vek::kLogProgress, "Profile: " << file.string());
-        used.push_back(file.string());
-    }
-    for (const auto& [p, text] : overrides)
-        p->set(text);
-    return used;
-}
-
-}  // namespace
 
 int Host::start(const std::vector<std::string>& args) {
-    const std::string versionText =
-        std::to_string(version_.major) + "." + std::to_string(version_.minor);
     CommandLine o;
-    const CommandLine::Reading reading = CommandLine::read(
-        args, moduleFile_, moduleFile_ + " " + versionText + " (build " + version_.build + ")", o);
-    if (reading.settled) {
-        out_ << reading.out;
-        if (!reading.error.empty())
-            err_ << moduleFile_ << ": " << reading.error << " (see --help)\n";
-        return reading.exitCode;
-    }
+    if (const std::optional<int> settled = readCommandLine(args, o))
+        return *settled;
     const std::string module = moduleStem(moduleFile_);
     try {
-        if (!o.log.empty()) {
-            if (!vek::LogFactory::openFile(o.log))
-                throw UsageError{"cannot open log file " + o.log};
-            vek::LogFactory::setPriority(o.logLevel ? o.logLevel : vek::kLogProgress);
-            std::string line;
-            for (const auto& a : args)
-                line += " " + a;
-            VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
-                    moduleFile_ << " " << versionText << " (build " << version_.build
-                                << ") started:" << line);
-        }
+        openLog(o, args);
         // The language is checked whatever else is asked, so --list and a run agree on it.
         const std::string language = chooseLanguage(o, module);
         if (o.list) {
@@ -369,15 +133,14 @@ int Host::start(const std::vector<std::string>& args) {
             return 0;
         }
         // Started from the desktop: the report is kept where the person's state belongs.
-        if (o.window) {
-            if (!resultsWindow_)
-                throw UsageError{"--window is not available in this module"};
-            if (!o.reportGiven) {
-                o.report = stateReportPath();
-                o.reportGiven = true;
-            }
+        if (o.window && !resultsWindow_)
+            throw UsageError{"--window is not available in this module"};
+        if (o.window && !o.reportGiven) {
+            o.report = stateReportPath();
+            o.reportGiven = true;
         }
-        // Where the evidence goes is settled before anything runs.
+        // Where the evidence goes, and the command line against the catalogue, are settled
+        // before anything is read.
         std::string problem;
         const std::vector<std::unique_ptr<Sink>> sinks = makeSinks(o, problem);
         if (!problem.empty())
@@ -386,104 +149,49 @@ int Host::start(const std::vector<std::string>& args) {
             return std::any_of(sinks.begin(), sinks.end(),
                                [asks](const auto& sink) { return (*sink.*asks)(); });
         };
-        // The command line is checked against the catalogue before anything is read.
         if (o.orientation && !orientationCheck_)
             throw UsageError{"--orientation is not available in this module"};
         const auto overrides = parameterOverrides(catalogue_, o);
 
-        BackendSelection selection;
-        selection.backend = o.backend.empty() ? "iio" : o.backend;
-        selection.record = anySink(&Sink::needsRecording);
-        // Only the simulated machine's time can be hurried; the dialogs' own timers (the
-        // person's presses, the frame clock) keep real time.
-        static vek::FastClock fast(10.0);
-        if (o.fast)
-            vek::Clock::install(&fast);
-        if (!o.scenario.empty()) {
-            selection.backend = "sim";
-            selection.scenario = o.scenario;
-        }
-        std::unique_ptr<DeviceSource> source =
-            devices_ ? devices_(selection) : std::make_unique<EmptySource>();
+        const std::unique_ptr<DeviceSource> source = openMachine(o, anySink(&Sink::needsRecording));
         takeRecordedSelection(o, source->recordedCommandLine());
         const std::vector<Test*> tests =
             o.orientation ? std::vector<Test*>{orientationCheck_} : selectTests(catalogue_, o);
         loadResources(catalogue_, tests, language, module);
-        const std::vector<std::string> profiles = applyParameters(catalogue_, o, module, overrides);
+        Report report;
+        report.profiles = applyParameters(catalogue_, o, module, overrides);
         std::vector<DiagDevice> devices = source->devices();
         const std::vector<std::string> leftAlone =
             o.orientation ? keepDisplayAccelerometers(devices) : std::vector<std::string>{};
-        if (o.devices) {
-            if (devices.empty()) {
-                const std::string where = source->lookedIn();
-                err_ << moduleFile_ << ": no sensors found"
-                     << (where.empty() ? "" : " in " + CommandLine::printable(where)) << "\n";
-            }
-            for (const auto& d : devices) {
-                out_ << std::string(d.capability().name()) << "\t" << d.osLocator().str() << "\t"
-                     << d.name().str() << "\n";
-                if (o.verbose) {
-                    for (const auto& line : source->explain(d))
-                        out_ << "    " << line << "\n";
-                }
-            }
-            return 0;
-        }
-        simulatedMachine_ = selection.backend == "sim";
-        interactiveProblem_.reset();
+        if (o.devices)
+            return listDevices(devices, *source, o.verbose);
 
-        Report report;
         report.started = std::chrono::system_clock::now();
         report.commandLine = args;
         // Who was tested matters only to a report someone keeps.
         if (anySink(&Sink::needsMachineIdentity))
             report.machine = MachineIdentity::read();
         report.moduleFile = moduleFile_;
-        report.version = versionText;
+        report.version = versionText();
         report.build = version_.build;
-        report.backend = selection.backend;
+        report.backend = backend_;
         report.language = language;
-        report.profiles = profiles;
         std::ostream& terminal = anySink(&Sink::writesToStdout) ? err_ : out_;
         SinkContext context{devices, *source, out_, err_, moduleFile_};
-        Runner::Hooks hooks;
-        hooks.interactiveProblem = [this] {
-            if (!interactiveProblem_)
-                interactiveProblem_ = interactiveCheck_ ? interactiveCheck_(simulatedMachine_) : "";
-            return *interactiveProblem_;
-        };
-        hooks.runEnded = [&] {
-            for (const auto& sink : sinks)
-                sink->runEnded(report, context);
-        };
+        Runner::Hooks hooks{[this] { return interactiveProblem(); },
+                            [&] {
+                                for (const auto& sink : sinks)
+                                    sink->runEnded(report, context);
+                            }};
         const std::exception_ptr escaped =
             Runner(*source, report, o.quiet ? nullptr : &terminal, std::move(hooks))
                 .run(tests, devices, o.device);
-
         for (RunRecord& run : report.runs)
             run.notes.insert(run.notes.end(), leftAlone.begin(), leftAlone.end());
         report.ended = std::chrono::system_clock::now();
         report.settleResult();
-        // The evidence first, then the summary, which can then tell the real exit code.
-        int code = report.result.value();
-        bool written = true;
-        for (const auto& sink : sinks) {
-            if (sink->finish(report, code, context))
-                continue;
-            code = TestResult::EXITEDABNORMALLY().value();
-            written = written && !sink->keepsTheReport();
-        }
-        report.printSummary(terminal, written ? "" : "report not written", code);
-        if (o.window && !escaped) {
-            interactiveProblem_ = interactiveProblem_ ? interactiveProblem_
-                                  : interactiveCheck_ ? interactiveCheck_(simulatedMachine_)
-                                                      : std::string();
-            if (interactiveProblem_->empty()) {
-                runAgain_ = resultsWindow_(report, written ? o.report : std::string());
-            } else {
-                err_ << moduleFile_ << ": no results window: " << *interactiveProblem_ << "\n";
-            }
-        }
+        const int code =
+            finish(report, sinks, context, terminal, o.window && !escaped ? &o : nullptr);
         if (escaped)
             std::rethrow_exception(escaped);
         return code;
@@ -494,6 +202,27 @@ int Host::start(const std::vector<std::string>& args) {
         err_ << moduleFile_ << ": " << CommandLine::printable(e.toString().str()) << "\n";
         return kUsageError;
     }
+}
+
+int Host::finish(const Report& report, const std::vector<std::unique_ptr<Sink>>& sinks,
+                 SinkContext& context, std::ostream& terminal, const CommandLine* window) {
+    // The evidence first, then the summary, which can then tell the real exit code.
+    int code = report.result.value();
+    bool written = true;
+    for (const auto& sink : sinks) {
+        if (sink->finish(report, code, context))
+            continue;
+        code = TestResult::EXITEDABNORMALLY().value();
+        written = written && !sink->keepsTheReport();
+    }
+    report.printSummary(terminal, written ? "" : "report not written", code);
+    if (!window)
+        return code;
+    if (interactiveProblem().empty())
+        runAgain_ = resultsWindow_(report, written ? window->report : std::string());
+    else
+        err_ << moduleFile_ << ": no results window: " << interactiveProblem() << "\n";
+    return code;
 }
 
 }  // namespace kiva5

@@ -3,6 +3,7 @@
 #include <exception>
 #include <functional>
 #include <iosfwd>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +13,10 @@
 #include "kiva5/Report.h"
 
 namespace kiva5 {
+
+struct CommandLine;
+class Sink;
+struct SinkContext;
 
 struct ModuleVersion {
     int major = 0;
@@ -44,6 +49,20 @@ public:
     bool runAgain() const { return runAgain_; }
 
 private:
+    // The steps of start(), in the order it takes them.
+    std::string versionText() const;
+    // The exit code when the command line settles the matter (--help, --version, an error).
+    std::optional<int> readCommandLine(const std::vector<std::string>& args, CommandLine& o);
+    void openLog(const CommandLine& o, const std::vector<std::string>& args) const;
+    // The one place the machine is chosen: the backend and, with --fast, the hurried clock.
+    std::unique_ptr<DeviceSource> openMachine(const CommandLine& o, bool record);
+    int listDevices(const std::vector<DiagDevice>& devices, DeviceSource& source, bool verbose);
+    // Why interactive tests cannot run here ("" when they can), asked once per start().
+    const std::string& interactiveProblem();
+    // The sinks, the summary and, for `window` (--window), the results window; the exit code.
+    int finish(const Report& report, const std::vector<std::unique_ptr<Sink>>& sinks,
+               SinkContext& context, std::ostream& terminal, const CommandLine* window);
+
     Catalogue& catalogue_;
     std::string moduleFile_;
     ModuleVersion version_;
@@ -54,6 +73,7 @@ private:
     bool runAgain_ = false;
     // The check's answer for this start(), once asked.
     std::optional<std::string> interactiveProblem_;
+    std::string backend_;
     bool simulatedMachine_ = false;
     std::ostream& out_;
     std::ostream& err_;
