@@ -16,6 +16,9 @@ constexpr const char* kLoggerName = "libLumo";
 
 QWidget* s_cuiHandle = nullptr;
 std::atomic<bool> s_started{false};
+// Qt came up offscreen where the session's display was expected: the display stopped
+// answering between the host's probe and Qt's own connection. No dialog can be shown.
+std::atomic<bool> s_displayLost{false};
 // The primary screen's rotation code, kept current from the screen's change notifications so
 // that worker threads can read it without touching Qt.
 std::atomic<int> s_rotation{-1};
@@ -63,13 +66,33 @@ void toModuleLog(QtMsgType type, const QMessageLogContext&, const QString& messa
     VEK_LOG(s_logger, kLoggerName, priority, "Qt: " << message.toStdString());
 }
 
+bool onlyOffscreenAsked() {
+    return qgetenv("QT_QPA_PLATFORM") == "offscreen";
+}
+
+// Qt ends the process when none of the platforms it is asked for can start. The session's own
+// platform is tried first and offscreen after it, so that a display which stops answering
+// between the host's probe and Qt's own connection (an X server going away, a loaded machine's
+// time-out) is a dialog that cannot be shown, not a lost report. Where the platform is Qt's own
+// choice, xcb is named for it as Qt chooses it, except in a Wayland session, whose choice is
+// left to Qt.
+void askOffscreenAsFallback() {
+    QByteArray platforms = qgetenv("QT_QPA_PLATFORM");
+    if (platforms.isEmpty()) {
+        if (qgetenv("XDG_SESSION_TYPE") == "wayland")
+            return;
+        platforms = "xcb";
+    }
+    qputenv("QT_QPA_PLATFORM", platforms + ";offscreen");
+}
+
 }  // namespace
 
 namespace libLumo {
 
 GdiResourceManager::GdiResourceManager() {
     if (QApplication::instance()) {
-        ready_ = true;
+        ready_ = !s_displayLost.load();
         return;
     }
     const platform::DisplayMode mode = platform::displayMode();
@@ -85,6 +108,9 @@ GdiResourceManager::GdiResourceManager() {
             return;
         }
     }
+    const bool screenExpected = mode == platform::DisplayMode::Screen && !onlyOffscreenAsked();
+    if (screenExpected)
+        askOffscreenAsFallback();
     qInstallMessageHandler(&toModuleLog);
     static int argc = 1;
     static char name[] = "vekrsensors";
@@ -92,6 +118,13 @@ GdiResourceManager::GdiResourceManager() {
     // Lives to the end of the process: later dialogs reuse it.
     new QApplication(argc, argv);
     s_started.store(true);
+    if (screenExpected && QGuiApplication::platformName() == "offscreen") {
+        s_displayLost.store(true);
+        VEK_LOG(s_logger, kLoggerName, 4,
+                "No display to show a dialog on: the display stopped answering before the "
+                "dialog could be shown");
+        return;
+    }
     followPrimaryScreen();
     VEK_LOG(s_logger, kLoggerName, 1,
             "GUI toolkit started on " << QGuiApplication::platformName().toStdString());

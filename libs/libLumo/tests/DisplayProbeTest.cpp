@@ -2,7 +2,10 @@
 
 #include <cstdlib>
 
+#include "Capture.h"
 #include "libLumo/DisplayProbe.h"
+#include "libLumo/GdiResourceManager.h"
+#include "platform/Screen.h"
 
 namespace {
 
@@ -41,6 +44,21 @@ TEST(DisplayProbe, TrustsANamedQtPlatformAndFallsBackOffscreenOnTheSimulatedMach
     }
     for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
         unsetenv(name);
+}
+
+// The probe found a screen, but by the time the toolkit starts the display no longer answers
+// (here: nothing listens on it): the dialog cannot be shown, said in the log, and the process
+// goes on to write its report instead of ending inside Qt.
+TEST(Toolkit, ADisplayThatStopsAnsweringAfterTheProbeIsNoScreen) {
+    unsetenv("QT_QPA_PLATFORM");
+    unsetenv("WAYLAND_DISPLAY");
+    unsetenv("XDG_SESSION_TYPE");
+    setenv("DISPLAY", ":7299", 1);  // below the test displays' numbers, above any desktop's
+    platform::setDisplayMode(DisplayMode::Screen);
+    vekr::testing::LogCapture log;
+    EXPECT_FALSE(libLumo::GdiResourceManager().ready());
+    EXPECT_FALSE(libLumo::GdiResourceManager().ready()) << "nor for a later dialog";
+    EXPECT_EQ(log.count("the display stopped answering"), 1) << log.text();
 }
 
 }  // namespace
