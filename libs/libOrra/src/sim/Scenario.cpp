@@ -1,12 +1,10 @@
 #include "libOrra/Scenario.h"
 
-#include "libOrra/IioAttribute.h"
-
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
-
 #include <sstream>
+
 #include "libOrra/IioAttribute.h"
 #include "vek/Json.h"
 
@@ -456,25 +454,6 @@ private:
 
 }  // namespace
 
-std::optional<std::array<double, 3>> poseDirection(std::string_view hold) {
-    // What a correctly mounted accelerometer reads in each pose, in g (the kernel's
-    // convention: upright reads -y, standing on its right-hand edge +x, flat screen up +z).
-    // Moving: no axis near gravity.
-    static const std::pair<std::string_view, std::array<double, 3>> kPoses[] = {
-        {"upright", {0, -1, 0}},
-        {"left-up", {1, 0, 0}},
-        {"face-up", {0, 0, 1}},
-        {"upside-down", {0, 1, 0}},
-        {"right-up", {-1, 0, 0}},
-        {"face-down", {0, 0, -1}},
-        {"moving", {0.57735, 0.57735, 0.57735}}};
-    for (const auto& [name, g] : kPoses) {
-        if (name == hold)
-            return g;
-    }
-    return std::nullopt;
-}
-
 Scenario parseScenario(std::string_view text, const std::string& fileName) {
     vek::JsonSyntaxError error;
     const auto doc = vek::parseJson(text, error);
@@ -493,34 +472,6 @@ Scenario loadScenario(const std::string& path) {
     if (!text)
         throw ScenarioError("scenario " + path + ": " + problem);
     return parseScenario(*text, path);
-}
-
-std::string_view demoScenarioText() {
-    return R"({
-  "display": {"rotation": 0},
-  "sensors": [
-    {"kind": "light", "locator": "SIM\\ALS\\0", "name": "Simulated ambient light sensor",
-     "states": ["INITIALIZING", "READY"],
-     "updates": [{"lux": 4.0}, {"lux": 120.5}]},
-    {"kind": "accelerometer", "locator": "SIM\\ACCEL\\0", "name": "Simulated accelerometer",
-     "states": ["READY"],
-     "updates": [{"fail": true}, {"x": 0.01, "y": -0.02, "z": 0.99}],
-     "poses": [{"at": 0.5, "hold": "upright"}, {"at": 2.0, "hold": "moving"},
-               {"at": 2.3, "hold": "left-up"}, {"at": 3.8, "hold": "moving"},
-               {"at": 4.1, "hold": "face-up"}]},
-    {"kind": "magnetometer", "locator": "SIM\\COMPASS\\0", "name": "Simulated compass",
-     "heading": {"start": 10, "follow": "target", "degreesPerSecond": 90}},
-    {"kind": "gyrometer", "locator": "SIM\\GYRO\\0", "name": "Simulated gyrometer",
-     "motion": [{"seconds": 0.5, "rate": [60, 0, 0]}, {"seconds": 1.0, "rate": [-60, 0, 0]},
-                {"seconds": 0.5, "rate": [0, 60, 0]}, {"seconds": 1.0, "rate": [0, -60, 0]},
-                {"seconds": 0.5, "rate": [0, 0, 60]}, {"seconds": 1.0, "rate": [0, 0, -60]}]},
-    {"kind": "proximity", "locator": "SIM\\PROX\\0", "name": "Simulated proximity sensor",
-     "readings": [{"at": 0.2, "detected": true, "mm": 100}, {"at": 0.4, "detected": true, "mm": 102},
-                  {"at": 0.6, "detected": true, "mm": 101}, {"at": 0.8, "detected": true, "mm": 100},
-                  {"at": 1.4, "detected": true, "mm": 160}, {"at": 1.6, "detected": true, "mm": 40}]}
-  ],
-  "operator": []
-})";
 }
 
 }  // namespace libOrra
