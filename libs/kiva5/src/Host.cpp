@@ -2,31 +2,19 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <exception>
-#include <filesystem>
-#include <fstream>
-#include <iomanip>
-#include <map>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
-#include <sstream>
 
-#include "RunContext.h"
 #include "RunPlan.h"
 #include "Runner.h"
 #include "kiva5/CommandLine.h"
 #include "kiva5/KivaException.h"
-#include "kiva5/Localization.h"
 #include "kiva5/MachineIdentity.h"
 #include "kiva5/Report.h"
 #include "sinks/Sink.h"
 #include "vek/Clock.h"
-#include "vek/Exception.h"
-#include "vek/Json.h"
 #include "vek/Logging.h"
-#include "vek/Resource.h"
 
 namespace kiva5 {
 namespace {

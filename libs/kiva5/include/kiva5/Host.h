@@ -24,9 +24,12 @@ struct ModuleVersion {
     std::string build;
 };
 
-// The diagnostic host behind DiagModule::start(): reads the command line, the profile and the
-// language, discovers devices, calls each test once per device on the calling thread, prints
-// the summary and writes the report. One Host serves one start().
+// The diagnostic host behind DiagModule::start(), as a pipeline: the command line and the
+// catalogue make the run plan (language, tests, parameters, profiles; RunPlan.cpp), the sinks
+// are checked before anything runs (src/sinks/), the machine is opened in one place, the
+// Runner calls each test once per device on the calling thread, and the sinks and the summary
+// take the finished report. Owned by DiagModule; one Host serves one start(), on the main
+// thread.
 class Host {
 public:
     // Exit code for a command line that cannot be obeyed (sysexits' EX_USAGE).
