@@ -53,7 +53,9 @@ kiva5::TestResult AccelerometerTest(const kiva5::DiagDevice& device) {
     accelerometer.m_pSensor->SetEventSink(&sink);
 
     vekrsensors::ReadingStats stats(
-        "g", kiva5::Value::formatDouble(target) + " +/- " + kiva5::Value::formatDouble(threshold));
+        {"acceleration", "The accelerometer's last reading's magnitude in the run.", 0.0, "g",
+         "meters_per_second_squared", 9.80665},
+        kiva5::Value::formatDouble(target) + " +/- " + kiva5::Value::formatDouble(threshold));
     vek::Stopwatch watch;
     double magnitude = 0.0;
     for (;;) {

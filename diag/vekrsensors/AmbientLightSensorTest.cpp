@@ -74,7 +74,9 @@ kiva5::TestResult AmbientLightSensorTest(const kiva5::DiagDevice& device) {
     vekrsensors::SensorEventSink sink(sensor.m_pSensor);
     sensor.m_pSensor->SetEventSink(&sink);
 
-    vekrsensors::ReadingStats stats("lux", "> " + Value::formatDouble(threshold));
+    vekrsensors::ReadingStats stats(
+        {"illuminance", "The light sensor's last reading in the run.", 0.0, "lux", "lux", 1.0},
+        "> " + Value::formatDouble(threshold));
     vek::Stopwatch watch;
     for (;;) {
         if (!sensor.update()) {

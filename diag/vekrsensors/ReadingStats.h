@@ -13,10 +13,11 @@ namespace vekrsensors {
 // the last, smallest and largest value. Reported beside the verdict, never part of it.
 class ReadingStats {
 public:
-    // `unit` names the values ("g", "lux"); `wanted` says what passes ("1 +/- 0.1", "> 10"),
-    // so the summary can put the measurement beside the rule it was held to.
-    ReadingStats(std::string unit, std::string wanted)
-        : unit_(std::move(unit)), wanted_(std::move(wanted)) {}
+    // `key` says what the values are (its value is the last reading's); `wanted` says what
+    // passes ("1 +/- 0.1", "> 10"), so the summary can put the measurement beside the rule it
+    // was held to.
+    ReadingStats(kiva5::KeyMeasurement key, std::string wanted)
+        : key_(std::move(key)), wanted_(std::move(wanted)) {}
 
     void add(double value) {
         ++count_;
@@ -44,14 +45,17 @@ public:
         DiagModule::setRunDetail(KivaString("wanted"), Value(wanted_));
         if (count_ == 0)
             return;
-        DiagModule::setRunDetail(KivaString("unit"), Value(unit_));
+        kiva5::KeyMeasurement key = key_;
+        key.value = last_;
+        DiagModule::setRunKey(key);
+        DiagModule::setRunDetail(KivaString("unit"), Value(key_.unit));
         DiagModule::setRunDetail(KivaString("last"), Value(last_, DataType::DOUBLE()));
         DiagModule::setRunDetail(KivaString("min"), Value(min_, DataType::DOUBLE()));
         DiagModule::setRunDetail(KivaString("max"), Value(max_, DataType::DOUBLE()));
     }
 
 private:
-    std::string unit_;
+    kiva5::KeyMeasurement key_;
     std::string wanted_;
     std::int64_t count_ = 0;
     std::int64_t failures_ = 0;

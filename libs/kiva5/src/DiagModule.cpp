@@ -93,6 +93,10 @@ void DiagModule::setRunDetail(const KivaString& name, const Value& value) {
     RunContext::addDetail(name.str(), value);
 }
 
+void DiagModule::setRunKey(const KeyMeasurement& key) {
+    RunContext::setKey(key);
+}
+
 void DiagModule::addRunNote(const std::string& text) {
     RunContext::addNote(text);
 }

@@ -307,15 +307,11 @@ std::string Report::keyMeasurement(const RunRecord& run) {
     if (const Value* finding = detail("finding"))
         return finding->text();
     std::string text;
-    const Value* last = detail("last");
-    const Value* unit = detail("unit");
     const Value* readings = detail("readings");
-    if (last && unit) {
-        if (const auto v = Value::parseDouble(last->text())) {
-            std::ostringstream fixed;
-            fixed << std::fixed << std::setprecision(2) << *v << " " << unit->text();
-            text = fixed.str();
-        }
+    if (run.key) {
+        std::ostringstream fixed;
+        fixed << std::fixed << std::setprecision(2) << run.key->value << " " << run.key->unit;
+        text = fixed.str();
     } else if (readings && readings->text() == "0") {
         text = "no readings";
     }

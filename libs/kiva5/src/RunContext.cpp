@@ -83,6 +83,12 @@ void RunContext::say(const std::string& text) {
         s_speaker(text);
 }
 
+void RunContext::setKey(const KeyMeasurement& key) {
+    std::lock_guard lock(s_mutex);
+    if (s_run)
+        s_run->key = key;
+}
+
 void RunContext::addDetail(const std::string& name, const Value& value) {
     std::lock_guard lock(s_mutex);
     if (!s_run)

@@ -20,6 +20,7 @@ public:
     // run the event is only logged.
     static void raise(Event* event, const char* severity, const char* file, int line);
     static void addDetail(const std::string& name, const Value& value);
+    static void setKey(const KeyMeasurement& key);
     static void addNote(const std::string& text);
     // Where a running test's words to the person go (the host's progress lines; null: none).
     static void setSpeaker(std::function<void(const std::string&)> speaker);

@@ -35,6 +35,8 @@ public:
     // Records a measurement beside the running test's verdict (it never changes the verdict):
     // the report's "details".
     static void setRunDetail(const KivaString& name, const Value& value);
+    // The running test's key measurement (replaces an earlier one).
+    static void setRunKey(const KeyMeasurement& key);
     // A remark for the person beside the running test's verdict (the report's "notes").
     static void addRunNote(const std::string& text);
     // Tells the person at the device what to do now, on the terminal, as a progress line of

@@ -25,6 +25,18 @@ struct EventRecord {
 };
 
 // One call of a test function (or a test that could not be called, with a note saying why).
+// A run's key measurement, typed, as the test that took it words it: what was measured, the
+// value in the unit the test speaks, and how a collector gets it in its base unit. The
+// summary, JUnit and the metrics read it as it is, never from the text of the details.
+struct KeyMeasurement {
+    std::string quantity;     // "acceleration": names the metric with `baseUnit`
+    std::string description;  // "The accelerometer's last reading's magnitude in the run."
+    double value = 0.0;       // in `unit`
+    std::string unit;         // "g"
+    std::string baseUnit;     // "meters_per_second_squared"
+    double toBase = 1.0;      // value * toBase is in baseUnit
+};
+
 struct RunRecord {
     std::string test;
     std::optional<DiagDevice> device;
@@ -35,6 +47,7 @@ struct RunRecord {
     std::vector<EventRecord> events;
     std::vector<std::string> notes;  // the host's own remarks (bad parameter, not started, ...)
     std::vector<std::pair<std::string, Value>> details;  // measurements beside the verdict
+    std::optional<KeyMeasurement> key;                   // the one the verdict was judged by
 };
 
 struct Report {
