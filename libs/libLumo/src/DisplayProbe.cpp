@@ -6,6 +6,7 @@
 #include <QLibraryInfo>
 #include <filesystem>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <functional>
@@ -36,6 +37,12 @@ std::string answerProblem(const std::string& what, std::function<bool()> connect
     return *answered ? std::string() : "cannot connect to " + what;
 }
 
+// The probe's connection, kept open once the server answered, for the life of the process:
+// an X server without another client (a bare Xvfb on a build machine or a test rig) resets
+// when its last client leaves, and while it does it refuses the next connection, which would
+// be Qt's own, a moment later.
+std::atomic<xcb_connection_t*> s_keptConnection{nullptr};
+
 // Why the X server named in DISPLAY cannot be used; empty when it answers. This is the same
 // connection Qt's xcb plugin makes, which aborts the process when it fails.
 std::string xServerProblem() {
@@ -44,9 +51,13 @@ std::string xServerProblem() {
     const std::string display = std::getenv("DISPLAY");
     return answerProblem("the X display \"" + display + "\"", [display] {
         xcb_connection_t* connection = xcb_connect(display.c_str(), nullptr);
-        const bool ok = xcb_connection_has_error(connection) == 0;
-        xcb_disconnect(connection);
-        return ok;
+        if (xcb_connection_has_error(connection) != 0) {
+            xcb_disconnect(connection);
+            return false;
+        }
+        if (xcb_connection_t* earlier = s_keptConnection.exchange(connection))
+            xcb_disconnect(earlier);
+        return true;
     });
 }
 
