@@ -107,6 +107,35 @@ const std::string& Host::interactiveProblem() {
     return *interactiveProblem_;
 }
 
+void Host::checkModes(CommandLine& o) const {
+    if (o.orientation && !orientationCheck_)
+        throw UsageError{"--orientation is not available in this module"};
+    if (o.window && !resultsWindow_)
+        throw UsageError{"--window is not available in this module"};
+    // Started from the desktop: the report is kept where the person's state belongs.
+    if (o.window && !o.reportGiven) {
+        o.report = stateReportPath();
+        o.reportGiven = true;
+    }
+}
+
+Report Host::newReport(const std::vector<std::string>& args, const std::string& language,
+                       const std::vector<std::string>& profiles, bool identifyMachine) const {
+    Report report;
+    report.started = std::chrono::system_clock::now();
+    report.commandLine = args;
+    // Who was tested matters only to a report someone keeps.
+    if (identifyMachine)
+        report.machine = MachineIdentity::read();
+    report.moduleFile = moduleFile_;
+    report.version = versionText();
+    report.build = version_.build;
+    report.backend = backend_;
+    report.language = language;
+    report.profiles = profiles;
+    return report;
+}
+
 int Host::start(const std::vector<std::string>& args) {
     CommandLine o;
     if (const std::optional<int> settled = readCommandLine(args, o))
@@ -120,13 +149,7 @@ int Host::start(const std::vector<std::string>& args) {
             printCatalogue(catalogue_, module, out_);
             return 0;
         }
-        // Started from the desktop: the report is kept where the person's state belongs.
-        if (o.window && !resultsWindow_)
-            throw UsageError{"--window is not available in this module"};
-        if (o.window && !o.reportGiven) {
-            o.report = stateReportPath();
-            o.reportGiven = true;
-        }
+        checkModes(o);
         // Where the evidence goes, and the command line against the catalogue, are settled
         // before anything is read.
         std::string problem;
@@ -137,8 +160,6 @@ int Host::start(const std::vector<std::string>& args) {
             return std::any_of(sinks.begin(), sinks.end(),
                                [asks](const auto& sink) { return (*sink.*asks)(); });
         };
-        if (o.orientation && !orientationCheck_)
-            throw UsageError{"--orientation is not available in this module"};
         const auto overrides = parameterOverrides(catalogue_, o);
 
         const std::unique_ptr<DeviceSource> source = openMachine(o, anySink(&Sink::needsRecording));
@@ -146,24 +167,14 @@ int Host::start(const std::vector<std::string>& args) {
         const std::vector<Test*> tests =
             o.orientation ? std::vector<Test*>{orientationCheck_} : selectTests(catalogue_, o);
         loadResources(catalogue_, tests, language, module);
-        Report report;
-        report.profiles = applyParameters(catalogue_, o, module, overrides);
+        const std::vector<std::string> profiles = applyParameters(catalogue_, o, module, overrides);
         std::vector<DiagDevice> devices = source->devices();
         const std::vector<std::string> leftAlone =
             o.orientation ? keepDisplayAccelerometers(devices) : std::vector<std::string>{};
         if (o.devices)
             return listDevices(devices, *source, o.verbose);
 
-        report.started = std::chrono::system_clock::now();
-        report.commandLine = args;
-        // Who was tested matters only to a report someone keeps.
-        if (anySink(&Sink::needsMachineIdentity))
-            report.machine = MachineIdentity::read();
-        report.moduleFile = moduleFile_;
-        report.version = versionText();
-        report.build = version_.build;
-        report.backend = backend_;
-        report.language = language;
+        Report report = newReport(args, language, profiles, anySink(&Sink::needsMachineIdentity));
         std::ostream& terminal = anySink(&Sink::writesToStdout) ? err_ : out_;
         SinkContext context{devices, *source, out_, err_, moduleFile_};
         Runner::Hooks hooks{[this] { return interactiveProblem(); },

@@ -57,8 +57,14 @@ private:
     // The exit code when the command line settles the matter (--help, --version, an error).
     std::optional<int> readCommandLine(const std::vector<std::string>& args, CommandLine& o);
     void openLog(const CommandLine& o, const std::vector<std::string>& args) const;
+    // --orientation and --window need what the module set for them; --window keeps its report.
+    void checkModes(CommandLine& o) const;
     // The one place the machine is chosen: the backend and, with --fast, the hurried clock.
     std::unique_ptr<DeviceSource> openMachine(const CommandLine& o, bool record);
+    // The report's head: module, command line, language, profiles and (for a report someone
+    // keeps) the machine.
+    Report newReport(const std::vector<std::string>& args, const std::string& language,
+                     const std::vector<std::string>& profiles, bool identifyMachine) const;
     int listDevices(const std::vector<DiagDevice>& devices, DeviceSource& source, bool verbose);
     // Why interactive tests cannot run here ("" when they can), asked once per start().
     const std::string& interactiveProblem();
