@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 namespace {
 
 void BM_LibOrraAccelerometerUpdate(benchmark::State& state) {
-    libOrra::installBackend(std::make_shared<libOrra::IioBackend>(FakeAccelTree::root()));
+    const libOrra::SensorsInUse inUse(std::make_shared<libOrra::IioBackend>(FakeAccelTree::root()));
     vek::Array<std::unique_ptr<libOrra::Accelerometer>> accels;
     if (!libOrra::getAccelerometers(accels) || accels.size() != 1) {
         state.SkipWithError("no accelerometer in the fake tree");
@@ -30,7 +30,6 @@ void BM_LibOrraAccelerometerUpdate(benchmark::State& state) {
             state.SkipWithError("update failed");
         benchmark::DoNotOptimize(accels[0]->x);
     }
-    libOrra::installBackend(nullptr);
 }
 BENCHMARK(BM_LibOrraAccelerometerUpdate);
 

@@ -11,7 +11,7 @@
 #include "PoseTracker.h"
 #include "kiva5/DiagModule.h"
 #include "libOrra/Records.h"
-#include "libOrra/SensorBackend.h"
+#include "libOrra/Machine.h"
 #include "vek/Logging.h"
 #include "vek/Stopwatch.h"
 #include "vek/System.h"
@@ -146,17 +146,16 @@ TestResult judge(const std::array<SignedAxis, 3>& read, const libOrra::Mounting&
     return warn ? TestResult::WARN() : TestResult::FAIL();
 }
 
-TestResult run(const kiva5::DiagDevice& device) {
-    const auto backend = libOrra::installedBackend();
+TestResult run(const kiva5::DiagDevice& device, libOrra::Machine& machine) {
     vek::Array<std::unique_ptr<libOrra::Accelerometer>> records;
-    if (!backend || !libOrra::getAccelerometers(records))
+    if (!libOrra::getAccelerometers(records))
         return TestResult::CANNOTRUN();
     libOrra::Accelerometer* record = nullptr;
     for (std::size_t i = 0; i < records.size(); ++i) {
         if (records[i]->osLocator().equalNoCase(vek::String(device.osLocator().str())))
             record = records[i].get();
     }
-    const auto mounting = backend->mounting(device.osLocator().str());
+    const auto mounting = machine.inspector().mounting(device.osLocator().str());
     if (!record || !mounting) {
         kiva5::DiagModule::addRunNote("the accelerometer could not be opened");
         return TestResult::CANNOTRUN();
@@ -165,7 +164,7 @@ TestResult run(const kiva5::DiagDevice& device) {
     Outcome outcome;
     // Where a display exists the person also sees the pose in a window; the sensor is read on
     // a worker meanwhile. Without one, the terminal alone guides, on this thread.
-    const std::string noDialog = DialogsPlugin::check(backend->name() == "sim");
+    const std::string noDialog = DialogsPlugin::check(machine.simulated());
     if (noDialog.empty() && DialogsPlugin::hasOrientationDialog()) {
         std::thread worker([&] {
             outcome = takePoses(*record, session);

@@ -16,6 +16,7 @@
 #include "ScratchDir.h"
 #include "WithGui.h"
 #include "libLumo/GdiResourceManager.h"
+#include "libOrra/Records.h"
 #include "libOrra/SimBackend.h"
 #include "libTarra/Proximity.h"
 #include "vek/Clock.h"
@@ -162,11 +163,10 @@ private:
 TEST(ProximityLookup, AWedgedSensorListDoesNotHoldTheLookup) {
     auto backend = std::make_shared<WedgedBackend>(
         libOrra::parseScenario(R"({"sensors": [{"kind": "proximity", "locator": "P"}]})", "t"));
-    libOrra::installBackend(backend);
+    const libOrra::SensorsInUse inUse(backend);
     EXPECT_TRUE(libTarra::ProximitySensorEnumerator::getOsLocators(100).empty());
     EXPECT_FALSE(backend->answered) << "the lookup waited for the wedged list";
     backend->release.set_value();
-    libOrra::installBackend(nullptr);
 }
 
 }  // namespace

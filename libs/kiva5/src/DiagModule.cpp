@@ -11,7 +11,6 @@ namespace {
 struct ModuleState {
     std::vector<std::string> args;
     ModuleVersion version;
-    DeviceSourceFactory devices;
     InteractiveCheck interactiveCheck;
     std::function<int()> startOverride;
     Test* orientationCheck = nullptr;
@@ -60,7 +59,7 @@ int DiagModule::start() {
     // Run again from the results window starts the whole run anew, a new report with it.
     for (;;) {
         Host host(Catalogue::global(), moduleFile, s.version,
-                  s.devices ? s.devices : DeviceSourceFactory(makeSensorDeviceSource), std::cout,
+                  openMachine, std::cout,
                   std::cerr);
         host.setInteractiveCheck(s.interactiveCheck);
         host.setOrientationCheck(s.orientationCheck);
@@ -80,7 +79,7 @@ void DiagModule::warning(Event* event, const char* sourceFile, int line) {
 }
 
 bool DiagModule::checkForStop() {
-    return StopFlag::isSet() || RunContext::sourceStopDue();
+    return StopFlag::isSet();
 }
 void DiagModule::requestStop() {
     StopFlag::set();
@@ -119,10 +118,6 @@ void DiagModule::captureEventsForTesting(RunRecord* run) {
     } else {
         RunContext::end();
     }
-}
-
-void DiagModule::setDeviceSourceFactory(DeviceSourceFactory factory) {
-    state().devices = std::move(factory);
 }
 
 void DiagModule::setInteractiveCheck(InteractiveCheck check) {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <ostream>
 
+#include "RunContext.h"
 #include "RunPlan.h"
 #include "Runner.h"
 #include "kiva5/CommandLine.h"
@@ -22,20 +23,14 @@ namespace {
 std::atomic<vek::Logger*> s_logger{nullptr};
 constexpr const char* kLoggerName = "kiva5";
 
-// The source of a host that was given no factory: a machine without sensors.
-class EmptySource : public DeviceSource {
-public:
-    std::vector<DiagDevice> devices() override { return {}; }
-};
-
 }  // namespace
 
 Host::Host(Catalogue& catalogue, std::string moduleFile, ModuleVersion version,
-           DeviceSourceFactory devices, std::ostream& out, std::ostream& err)
+           MachineFactory machines, std::ostream& out, std::ostream& err)
     : catalogue_(catalogue),
       moduleFile_(std::move(moduleFile)),
       version_(std::move(version)),
-      devices_(std::move(devices)),
+      machines_(std::move(machines)),
       out_(out),
       err_(err) {}
 
@@ -69,33 +64,40 @@ void Host::openLog(const CommandLine& o, const std::vector<std::string>& args) c
                         << ") started:" << line);
 }
 
-std::unique_ptr<DeviceSource> Host::openMachine(const CommandLine& o, bool record) {
-    BackendSelection selection;
-    selection.backend = o.scenario.empty() ? (o.backend.empty() ? "iio" : o.backend) : "sim";
+std::unique_ptr<libOrra::Machine> Host::openMachine(const CommandLine& o, bool record) {
+    libOrra::MachineChoice choice;
+    choice.backend = o.scenario.empty() ? (o.backend.empty() ? "iio" : o.backend) : "sim";
     if (!o.scenario.empty())
-        selection.scenario = o.scenario;
-    selection.record = record;
+        choice.scenario = o.scenario;
+    choice.record = record;
     // Only the simulated machine's time can be hurried; the dialogs' own timers (the person's
     // presses, the frame clock) keep real time.
     static vek::FastClock fast(10.0);
     if (o.fast)
         vek::Clock::install(&fast);
-    backend_ = selection.backend;
-    simulatedMachine_ = backend_ == "sim";
+    backend_ = choice.backend;
     interactiveProblem_.reset();
-    return devices_ ? devices_(selection) : std::make_unique<EmptySource>();
+    auto machine = machines_(choice);
+    simulatedMachine_ = machine->simulated();
+    // The machine's own stop requests (a scenario's stop time) are the run's stop requests.
+    machine->onStopRequest([] { StopFlag::set(); });
+    return machine;
 }
 
-int Host::listDevices(const std::vector<DiagDevice>& devices, DeviceSource& source, bool verbose) {
+int Host::listDevices(const std::vector<DiagDevice>& devices, libOrra::Machine& machine,
+                      bool verbose) {
     if (devices.empty()) {
-        const std::string where = source.lookedIn();
+        const std::string where = machine.inspector().lookedIn();
         err_ << moduleFile_ << ": no sensors found"
              << (where.empty() ? "" : " in " + CommandLine::printable(where)) << "\n";
     }
     for (const auto& d : devices) {
         out_ << std::string(d.capability().name()) << "\t" << d.osLocator().str() << "\t"
              << d.name().str() << "\n";
-        for (const auto& line : verbose ? source.explain(d) : std::vector<std::string>{})
+        const auto kind = libOrra::kindFromCapability(d.capability().name());
+        if (!verbose || !kind)
+            continue;
+        for (const auto& line : machine.inspector().explain(*kind, d.osLocator().str()))
             out_ << "    " << line << "\n";
     }
     return 0;
@@ -162,28 +164,29 @@ int Host::start(const std::vector<std::string>& args) {
         };
         const auto overrides = parameterOverrides(catalogue_, o);
 
-        const std::unique_ptr<DeviceSource> source = openMachine(o, anySink(&Sink::needsRecording));
-        takeRecordedSelection(o, source->recordedCommandLine());
+        const std::unique_ptr<libOrra::Machine> machine =
+            openMachine(o, anySink(&Sink::needsRecording));
+        takeRecordedSelection(o, machine->recordedCommandLine());
         const std::vector<Test*> tests =
             o.orientation ? std::vector<Test*>{orientationCheck_} : selectTests(catalogue_, o);
         loadResources(catalogue_, tests, language, module);
         const std::vector<std::string> profiles = applyParameters(catalogue_, o, module, overrides);
-        std::vector<DiagDevice> devices = source->devices();
+        std::vector<DiagDevice> devices = devicesOf(*machine);
         const std::vector<std::string> leftAlone =
             o.orientation ? keepDisplayAccelerometers(devices) : std::vector<std::string>{};
         if (o.devices)
-            return listDevices(devices, *source, o.verbose);
+            return listDevices(devices, *machine, o.verbose);
 
         Report report = newReport(args, language, profiles, anySink(&Sink::needsMachineIdentity));
         std::ostream& terminal = anySink(&Sink::writesToStdout) ? err_ : out_;
-        SinkContext context{devices, *source, out_, err_, moduleFile_};
+        SinkContext context{devices, *machine, out_, err_, moduleFile_};
         Runner::Hooks hooks{[this] { return interactiveProblem(); },
                             [&] {
                                 for (const auto& sink : sinks)
                                     sink->runEnded(report, context);
                             }};
         const std::exception_ptr escaped =
-            Runner(*source, report, o.quiet ? nullptr : &terminal, std::move(hooks))
+            Runner(*machine, report, o.quiet ? nullptr : &terminal, std::move(hooks))
                 .run(tests, devices, o.device);
         for (RunRecord& run : report.runs)
             run.notes.insert(run.notes.end(), leftAlone.begin(), leftAlone.end());

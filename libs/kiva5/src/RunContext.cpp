@@ -15,7 +15,6 @@ constexpr const char* kLoggerName = "kiva5";
 
 std::mutex s_mutex;
 RunRecord* s_run = nullptr;
-const DeviceSource* s_source = nullptr;
 std::function<void(const std::string&)> s_speaker;
 
 // Lock-free, so the signal handler may use them.
@@ -100,16 +99,6 @@ void RunContext::addDetail(const std::string& name, const Value& value) {
         }
     }
     s_run->details.emplace_back(name, value);
-}
-
-void RunContext::setSource(const DeviceSource* source) {
-    std::lock_guard lock(s_mutex);
-    s_source = source;
-}
-
-bool RunContext::sourceStopDue() {
-    std::lock_guard lock(s_mutex);
-    return s_source && s_source->stopDue();
 }
 
 bool StopFlag::isSet() {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "kiva5/Catalogue.h"
-#include "kiva5/DeviceSource.h"
+#include "kiva5/HostHooks.h"
 #include "kiva5/Report.h"
 
 namespace kiva5 {
@@ -25,9 +25,6 @@ public:
     // Where a running test's words to the person go (the host's progress lines; null: none).
     static void setSpeaker(std::function<void(const std::string&)> speaker);
     static void say(const std::string& text);
-    // The source asked whether the machine requests a stop (null: none).
-    static void setSource(const DeviceSource* source);
-    static bool sourceStopDue();
 };
 
 // Stop requests: SIGINT, SIGTERM and SIGHUP, and the framework's own. Any thread; the

@@ -148,7 +148,7 @@ std::string stateReportPath() {
 std::vector<std::string> keepDisplayAccelerometers(std::vector<DiagDevice>& devices) {
     const auto isBase = [](const DiagDevice& d) {
         return d.capability() == DeviceCapability::Accelerometer() &&
-               d.name().str().find("(accel-base)") != std::string::npos;
+               d.label() == "accel-base";
     };
     const bool another = std::any_of(devices.begin(), devices.end(), [&](const DiagDevice& d) {
         return d.capability() == DeviceCapability::Accelerometer() && !isBase(d);

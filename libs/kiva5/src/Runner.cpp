@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "RunContext.h"
+#include "libOrra/Records.h"
 #include "vek/Logging.h"
 #include "vek/String.h"
 
@@ -47,10 +48,10 @@ TestResult refusedResult(const Test& test, bool escaped) {
     return TestResult::CANNOTRUN();
 }
 
-// Adds what the sensor source noticed to the run. A failing verdict reached while another
+// Adds what the machine noticed about the device to the run. A failing verdict reached while another
 // program held the device (the desktop streaming the sensor) says nothing about the sensor:
 // the run could not be made, and the note says how to free the device.
-void settleWithSourceNotes(RunRecord& run, const std::vector<SourceNote>& notes) {
+void settleWithMachineNotes(RunRecord& run, const std::vector<libOrra::DeviceNote>& notes) {
     bool held = false;
     for (const auto& n : notes) {
         run.notes.push_back(n.text);
@@ -62,8 +63,8 @@ void settleWithSourceNotes(RunRecord& run, const std::vector<SourceNote>& notes)
 
 }  // namespace
 
-Runner::Runner(DeviceSource& source, Report& report, std::ostream* progress, Hooks hooks)
-    : source_(source), report_(report), progress_(progress), hooks_(std::move(hooks)) {}
+Runner::Runner(libOrra::Machine& machine, Report& report, std::ostream* progress, Hooks hooks)
+    : machine_(machine), report_(report), progress_(progress), hooks_(std::move(hooks)) {}
 
 void Runner::say(std::size_t index, const std::string& text) const {
     if (progress_)
@@ -94,6 +95,8 @@ std::exception_ptr Runner::run(const std::vector<Test*>& tests,
                                const std::vector<DiagDevice>& devices,
                                const std::string& onlyDevice) {
     StopFlag::clear();
+    // The tests' enumeration calls reach this machine's sensors while the runs last.
+    const libOrra::SensorsInUse inUse(machine_.sharedSensors());
     // Every (test, device) pair first, so progress can say how far the run has come.
     plan_.clear();
     for (Test* test : tests) {
@@ -148,15 +151,14 @@ void Runner::runOn(std::size_t index, Test& test, const DiagDevice& device, RunR
     report_.runs.push_back(std::move(run));
     RunRecord& current = report_.runs.back();
     RunContext::begin(&current);
-    RunContext::setSource(&source_);
-    source_.testStarting(test.name(), device);
+    machine_.testStarting();
     ++started_;
     if (progress_)
         RunContext::setSpeaker([this, index](const std::string& text) { say(index, "  " + text); });
     // Real time, as the run's start is: under --fast the tests' own clock runs ahead.
     const auto runStart = std::chrono::steady_clock::now();
     try {
-        current.result = test.function()(device);
+        current.result = test.call(device, machine_);
     } catch (...) {
         escaped_ = std::current_exception();
         current.result = TestResult::EXITEDABNORMALLY();
@@ -165,15 +167,14 @@ void Runner::runOn(std::size_t index, Test& test, const DiagDevice& device, RunR
     current.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - runStart).count();
     RunContext::setSpeaker(nullptr);
-    source_.testFinished();
-    settleWithSourceNotes(current, source_.takeNotes(device));
-    RunContext::setSource(nullptr);
+    machine_.testFinished();
+    settleWithMachineNotes(current, machine_.inspector().takeNotes(device.osLocator().str()));
     RunContext::end();
     VEK_LOG(s_logger, kLoggerName, vek::kLogProgress,
             test.name() << " result " << current.result.name());
     sayEnded(index, current);
-    if (StopFlag::isSet() || source_.stopDue())
-        source_.stopSeen(started_);
+    if (StopFlag::isSet())
+        machine_.stopped(started_);
     if (hooks_.runEnded)
         hooks_.runEnded();
 }

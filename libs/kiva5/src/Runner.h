@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "kiva5/Catalogue.h"
-#include "kiva5/DeviceSource.h"
+#include "kiva5/HostHooks.h"
 #include "kiva5/Report.h"
 
 namespace kiva5 {
@@ -29,7 +29,7 @@ public:
     };
 
     // `progress` null: no progress lines (--quiet).
-    Runner(DeviceSource& source, Report& report, std::ostream* progress, Hooks hooks);
+    Runner(libOrra::Machine& machine, Report& report, std::ostream* progress, Hooks hooks);
 
     // Runs `tests` on `devices` (only the one whose locator is `onlyDevice`, letter case
     // ignored, when it is not empty). Returns the exception that escaped a test, if one did:
@@ -44,7 +44,7 @@ private:
     void keep(std::size_t index, RunRecord run);
     void runOn(std::size_t index, Test& test, const DiagDevice& device, RunRecord run);
 
-    DeviceSource& source_;
+    libOrra::Machine& machine_;
     Report& report_;
     std::ostream* progress_;
     Hooks hooks_;

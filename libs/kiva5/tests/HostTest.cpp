@@ -30,17 +30,28 @@ TestResult gyroTest(const DiagDevice& d) {
     return TestResult::PASS();
 }
 
-// Notes the source hands out after the next run, e.g. that another program held the device.
-std::vector<SourceNote> g_notes;
+// Notes the machine hands out after the next run, e.g. that another program held the device.
+std::vector<libOrra::DeviceNote> g_notes;
 
-class FakeSource : public DeviceSource {
+// A machine that lists the case's devices, has no sensors to read and hands out g_notes.
+class FakeMachine : public libOrra::SensorBackend, public libOrra::DeviceInspector {
 public:
-    explicit FakeSource(std::vector<DiagDevice> d) : devices_(std::move(d)) {}
-    std::vector<DiagDevice> devices() override { return devices_; }
-    std::vector<SourceNote> takeNotes(const DiagDevice&) override { return std::move(g_notes); }
+    explicit FakeMachine(std::vector<libOrra::DeviceEntry> d) : devices_(std::move(d)) {}
+    std::vector<libOrra::SensorInfo> sensors() override { return {}; }
+    bool open(libOrra::SensorKind, std::vector<std::unique_ptr<libOrra::SensorDevice>>&,
+              std::vector<libOrra::SensorInfo>&) override {
+        return false;
+    }
+    std::unique_ptr<libOrra::ProximityStream> openProximity(const std::string&) override {
+        return nullptr;
+    }
+    std::vector<libOrra::DeviceEntry> devices() override { return devices_; }
+    std::vector<libOrra::DeviceNote> takeNotes(const std::string&) override {
+        return std::move(g_notes);
+    }
 
 private:
-    std::vector<DiagDevice> devices_;
+    std::vector<libOrra::DeviceEntry> devices_;
 };
 
 // A small catalogue (a threshold test and an interactive one) and a resource folder of its
@@ -57,8 +68,8 @@ protected:
         catalogue_.createTest("ATest", DeviceCapability::Accelerometer(), accelTest);
         catalogue_.createTest("BTest", DeviceCapability::Gyrometer(), gyroTest)
             ->setInteractive(true);
-        devices_ = {DiagDevice(DeviceCapability::Accelerometer(), "SIM\\ACCEL\\0", "Accel"),
-                    DiagDevice(DeviceCapability::Gyrometer(), "SIM\\GYRO\\0", "Gyro")};
+        devices_ = {{"Accelerometer", "SIM\\ACCEL\\0", "Accel", ""},
+                    {"Gyrometer", "SIM\\GYRO\\0", "Gyro", ""}};
         g_accel = nullptr;
         g_calls.clear();
         DiagModule::requestStop();  // a stale request must not leak into the next start()
@@ -78,7 +89,11 @@ protected:
         std::ostringstream out, err;
         Host host(
             catalogue_, "testmod.vkm", ModuleVersion{6, 5, "000000001"},
-            [this](const BackendSelection&) { return std::make_unique<FakeSource>(devices_); }, out,
+            [this](const libOrra::MachineChoice& choice) {
+                auto fake = std::make_shared<FakeMachine>(devices_);
+                return std::make_unique<libOrra::Machine>(fake, fake, choice.backend == "sim");
+            },
+            out,
             err);
         if (check_)
             host.setInteractiveCheck(check_);
@@ -92,7 +107,7 @@ protected:
     fs::path root_ = scratch_.path();
     Catalogue catalogue_;
     Event* event_ = nullptr;
-    std::vector<DiagDevice> devices_;
+    std::vector<libOrra::DeviceEntry> devices_;
     InteractiveCheck check_;
 };
 
@@ -176,7 +191,7 @@ TEST_F(HostFixture, InteractiveTestsAreCheckedOnceAndOnlyWhenOneIsAboutToRun) {
     writeGoodResources();
 
     g_calls.clear();
-    devices_.push_back(DiagDevice(DeviceCapability::Gyrometer(), "SIM\\GYRO\\1", "Gyro 2"));
+    devices_.push_back({"Gyrometer", "SIM\\GYRO\\1", "Gyro 2", ""});
     report = run({"--backend", "iio"});
     EXPECT_EQ(report["runs"][0]["result"], "PASS") << "a test without a dialog still runs";
     for (int i : {1, 2}) {

@@ -1,17 +1,18 @@
 #include "libOrra/Records.h"
 
 #include <mutex>
+#include <utility>
 
 namespace libOrra {
 namespace {
 
 std::mutex s_mutex;
-std::shared_ptr<SensorBackend> s_backend;
+std::shared_ptr<SensorBackend> s_inUse;
 
 template <typename Record>
 bool enumerate(SensorKind kind, vek::Array<std::unique_ptr<Record>>& out) {
     out.clear();
-    auto backend = installedBackend();
+    auto backend = SensorsInUse::current();
     if (!backend)
         return false;
     std::vector<std::unique_ptr<SensorDevice>> devices;
@@ -26,20 +27,25 @@ bool enumerate(SensorKind kind, vek::Array<std::unique_ptr<Record>>& out) {
 
 }  // namespace
 
-void installBackend(std::shared_ptr<SensorBackend> backend) {
+SensorsInUse::SensorsInUse(std::shared_ptr<SensorBackend> sensors) {
     std::lock_guard lock(s_mutex);
-    s_backend = std::move(backend);
+    previous_ = std::exchange(s_inUse, std::move(sensors));
 }
 
-std::shared_ptr<SensorBackend> installedBackend() {
+SensorsInUse::~SensorsInUse() {
     std::lock_guard lock(s_mutex);
-    return s_backend;
+    s_inUse = std::move(previous_);
+}
+
+std::shared_ptr<SensorBackend> SensorsInUse::current() {
+    std::lock_guard lock(s_mutex);
+    return s_inUse;
 }
 
 std::vector<DeviceEntry> SensorBackend::devices() {
     std::vector<DeviceEntry> out;
     for (const auto& s : sensors()) {
-        out.push_back({std::string(capabilityName(s.kind)), s.locator, s.name});
+        out.push_back({std::string(capabilityName(s.kind)), s.locator, s.name, s.label});
     }
     return out;
 }

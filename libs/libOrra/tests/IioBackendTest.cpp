@@ -27,12 +27,13 @@ class Iio : public ::testing::Test {
 protected:
     void SetUp() override { install(); }
     void TearDown() override {
-        installBackend(nullptr);
+        inUse_.reset();
         IioBackend::setReadTimeout(std::chrono::milliseconds(1000));
     }
     void install() {
         backend_ = std::make_shared<IioBackend>(sysfs_.root(), sysfs_.devRoot());
-        installBackend(backend_);
+        inUse_.reset();
+        inUse_.emplace(backend_);
     }
     // The tree's one accelerometer, opened (held in accels_).
     Accelerometer& accel() {
@@ -46,6 +47,7 @@ protected:
     }
     vek::Array<std::unique_ptr<Accelerometer>> accels_;
     std::shared_ptr<IioBackend> backend_;
+    std::optional<SensorsInUse> inUse_;
     FakeSysfs sysfs_;
 };
 

@@ -23,7 +23,7 @@ using libOrra::SensorKind;
 TEST(Recording, ALongGyrometerRunStaysSmallAndIsReadBack) {
     libOrra::Recorder recorder;
     recorder.sensor({SensorKind::Gyrometer, "/sys/devices/platform/HID-SENSOR-200076.3/iio:device4",
-                     "gyro_3d"});
+                     "gyro_3d", ""});
     constexpr int kReadings = 10 * 60 * 100;
     for (int i = 0; i < kReadings; ++i) {
         libOrra::Sample s;

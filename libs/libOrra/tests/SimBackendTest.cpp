@@ -5,6 +5,10 @@
 // ending is in the command-line cases and the workers' tables.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <optional>
+#include <thread>
+
 #include "CountingSink.h"
 #include "libOrra/Records.h"
 #include "libOrra/SimBackend.h"
@@ -14,21 +18,34 @@ namespace {
 
 using namespace libOrra;
 
-// A simulated machine on a manual clock, installed for the process.
+// A simulated machine on a manual clock, its sensors in use, counting its stop requests.
 class SimMachine : public ::testing::Test {
 protected:
     void SetUp() override { vek::Clock::installForTesting(&clock_); }
     void TearDown() override {
-        installBackend(nullptr);
+        if (backend_)
+            backend_->testFinished();
+        inUse_.reset();
         vek::Clock::installForTesting(nullptr);
     }
     std::shared_ptr<SimBackend> load(const char* json) {
-        auto backend = std::make_shared<SimBackend>(parseScenario(json, "test.json"));
-        installBackend(backend);
-        backend->testStarting();
-        return backend;
+        backend_ = std::make_shared<SimBackend>(parseScenario(json, "test.json"));
+        inUse_.emplace(backend_);
+        backend_->onStopDue([this] { ++stops_; });
+        backend_->testStarting();
+        return backend_;
+    }
+    // The stop requests reach `n` (the timer runs on a thread of its own).
+    bool stopsReach(int n) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (stops_.load() < n && std::chrono::steady_clock::now() < end)
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        return stops_.load() == n;
     }
     vek::ManualClock clock_;
+    std::shared_ptr<SimBackend> backend_;
+    std::optional<SensorsInUse> inUse_;
+    std::atomic<int> stops_{0};
 };
 
 TEST_F(SimMachine, SequencesAndTheStopTimeStartOverForEachTest) {
@@ -46,11 +63,14 @@ TEST_F(SimMachine, SequencesAndTheStopTimeStartOverForEachTest) {
     ASSERT_TRUE(lights[0]->update());
     EXPECT_FLOAT_EQ(lights[0]->lux, 2.0f);
     clock_.advance(std::chrono::milliseconds(2500));
-    EXPECT_TRUE(backend->stopDue());
+    EXPECT_TRUE(stopsReach(1));
+    backend->testFinished();
     backend->testStarting();
     ASSERT_TRUE(lights[0]->update());
     EXPECT_FLOAT_EQ(lights[0]->lux, 1.0f);
-    EXPECT_FALSE(backend->stopDue()) << "measured from each test's start";
+    EXPECT_EQ(stops_.load(), 1) << "measured from each test's start";
+    clock_.advance(std::chrono::milliseconds(2500));
+    EXPECT_TRUE(stopsReach(2)) << "each test has its own stop time";
 }
 
 TEST_F(SimMachine, HeadingTurnsTowardTheTargetTheShortWayAtItsSpeed) {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <mutex>
 
-#include "libOrra/SensorBackend.h"
+#include "libOrra/Records.h"
 #include "vek/CallWithin.h"
 
 namespace libTarra {
@@ -14,7 +14,7 @@ std::unique_ptr<libOrra::ProximityStream> s_running;
 }  // namespace
 
 std::vector<vek::String> ProximitySensorEnumerator::getOsLocators(unsigned int timeoutMs) {
-    auto backend = libOrra::installedBackend();
+    auto backend = libOrra::SensorsInUse::current();
     if (!backend)
         return {};
     // Enumeration walks sysfs; a wedged device must not hold the caller past its time-out.
@@ -34,7 +34,7 @@ bool ProximitySensorRunner::runSensorAsync(const vek::String& osLocator,
                                            std::function<void(bool, unsigned int)> onReading,
                                            std::function<void()> onError) {
     stopSensor();
-    auto backend = libOrra::installedBackend();
+    auto backend = libOrra::SensorsInUse::current();
     if (!backend)
         return false;
     auto stream = backend->openProximity(osLocator.toStdString());

@@ -4,6 +4,7 @@
 
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include <QTimer>
 #include <thread>
@@ -11,6 +12,7 @@
 #include "TableRows.h"
 #include "kiva5/DiagModule.h"
 #include "libLumo/GdiResourceManager.h"
+#include "libOrra/Records.h"
 #include "libOrra/SimBackend.h"
 #include "vek/Clock.h"
 #include "vek/ManagedThread.h"
@@ -49,15 +51,18 @@ protected:
     void TearDown() override {
         kiva5::DiagModule::captureEventsForTesting(nullptr);
         vek::Clock::installForTesting(nullptr);
-        libOrra::installBackend(nullptr);
+        if (machine_)
+            machine_->testFinished();
+        inUse_.reset();
     }
 
-    // Installs the machine (a scenario) and starts its clocks.
+    // Puts the machine (a scenario) in use and starts its clocks.
     void machine(const nlohmann::json& scenario, const std::string& name) {
-        auto backend =
+        inUse_.reset();
+        machine_ =
             std::make_shared<libOrra::SimBackend>(libOrra::parseScenario(scenario.dump(), name));
-        libOrra::installBackend(backend);
-        backend->testStarting();
+        inUse_.emplace(machine_);
+        machine_->testStarting();
     }
 
     // Checks how the worker ended against a table row: its exit code, the result it settled
@@ -116,6 +121,8 @@ protected:
 
     libLumo::GdiResourceManager gui_;
     vek::ManualClock clock_;
+    std::shared_ptr<libOrra::SimBackend> machine_;
+    std::optional<libOrra::SensorsInUse> inUse_;
     kiva5::RunRecord run_;
 };
 

@@ -11,6 +11,10 @@
 #include "kiva5/DiagDevice.h"
 #include "kiva5/KivaString.h"
 #include "kiva5/TestResult.h"
+
+namespace libOrra {
+class Machine;
+}
 #include "kiva5/Value.h"
 
 namespace kiva5 {
@@ -119,12 +123,17 @@ private:
 
 class Test;
 using TestFunction = TestResult (*)(const DiagDevice&);
+// A check of the host's own (the orientation check) that works on the machine itself, not
+// only through the tests' enumeration calls.
+using MachineTestFunction = TestResult (*)(const DiagDevice&, libOrra::Machine&);
 
 // A declared test: its function, device capability, parameters and flags.
 class Test {
 public:
     Test(std::string name, const DeviceCapability& capability, TestFunction fn)
         : name_(std::move(name)), capability_(capability), function_(fn) {}
+    Test(std::string name, const DeviceCapability& capability, MachineTestFunction fn)
+        : name_(std::move(name)), capability_(capability), machineFunction_(fn) {}
 
     Test* addParameter(const Parameter* parameter);
     Test* setInteractive(bool on);
@@ -134,7 +143,10 @@ public:
 
     const std::string& name() const { return name_; }
     const DeviceCapability& capability() const { return capability_; }
-    TestFunction function() const { return function_; }
+    // Calls the test's function on `device` of `machine`.
+    TestResult call(const DiagDevice& device, libOrra::Machine& machine) const {
+        return machineFunction_ ? machineFunction_(device, machine) : function_(device);
+    }
     const std::vector<const Parameter*>& parameters() const { return parameters_; }
     bool interactive() const { return interactive_; }
     bool createsOwnGUI() const { return createsOwnGUI_; }
@@ -143,7 +155,8 @@ public:
 private:
     std::string name_;
     DeviceCapability capability_;
-    TestFunction function_;
+    TestFunction function_ = nullptr;
+    MachineTestFunction machineFunction_ = nullptr;
     std::vector<const Parameter*> parameters_;
     bool interactive_ = false;
     bool createsOwnGUI_ = false;

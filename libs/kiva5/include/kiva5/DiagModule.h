@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "kiva5/Catalogue.h"
-#include "kiva5/DeviceSource.h"
+#include "kiva5/HostHooks.h"
 #include "kiva5/KivaException.h"
 #include "kiva5/Report.h"
 
@@ -54,8 +54,6 @@ public:
     // SIGPIPE is ignored. The first thing main() does, so no signal finds the process without
     // a way to leave a report.
     static void handleStopSignals();
-    // How the host finds devices; set once by the module before start().
-    static void setDeviceSourceFactory(DeviceSourceFactory factory);
     // What interactive tests need before the first of them runs (see Host::InteractiveCheck);
     // set once by the module before start().
     static void setInteractiveCheck(InteractiveCheck check);

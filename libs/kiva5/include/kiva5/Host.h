@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "kiva5/Catalogue.h"
-#include "kiva5/DeviceSource.h"
+#include "kiva5/HostHooks.h"
 #include "kiva5/Report.h"
 
 namespace kiva5 {
@@ -36,7 +36,7 @@ public:
     static constexpr int kUsageError = 64;
 
     Host(Catalogue& catalogue, std::string moduleFile, ModuleVersion version,
-         DeviceSourceFactory devices, std::ostream& out, std::ostream& err);
+         MachineFactory machines, std::ostream& out, std::ostream& err);
 
     // Runs and returns the exit code. Usage errors print one line on `err` and return
     // kUsageError; framework failures throw KivaException; an exception out of a test
@@ -60,12 +60,13 @@ private:
     // --orientation and --window need what the module set for them; --window keeps its report.
     void checkModes(CommandLine& o) const;
     // The one place the machine is chosen: the backend and, with --fast, the hurried clock.
-    std::unique_ptr<DeviceSource> openMachine(const CommandLine& o, bool record);
+    std::unique_ptr<libOrra::Machine> openMachine(const CommandLine& o, bool record);
     // The report's head: module, command line, language, profiles and (for a report someone
     // keeps) the machine.
     Report newReport(const std::vector<std::string>& args, const std::string& language,
                      const std::vector<std::string>& profiles, bool identifyMachine) const;
-    int listDevices(const std::vector<DiagDevice>& devices, DeviceSource& source, bool verbose);
+    int listDevices(const std::vector<DiagDevice>& devices, libOrra::Machine& machine,
+                    bool verbose);
     // Why interactive tests cannot run here ("" when they can), asked once per start().
     const std::string& interactiveProblem();
     // The sinks, the summary and, for `window` (--window), the results window; the exit code.
@@ -75,7 +76,7 @@ private:
     Catalogue& catalogue_;
     std::string moduleFile_;
     ModuleVersion version_;
-    DeviceSourceFactory devices_;
+    MachineFactory machines_;
     InteractiveCheck interactiveCheck_;
     Test* orientationCheck_ = nullptr;
     ResultsWindow resultsWindow_;

@@ -12,8 +12,10 @@ public:
     bool finish(const Report& report, int exitCode, SinkContext& context) override {
         std::vector<SensorHealth> health;
         for (const DiagDevice& d : context.devices) {
+            const auto kind = libOrra::kindFromCapability(d.capability().name());
             health.push_back({std::string(d.capability().name()), d.osLocator().str(),
-                              d.name().str(), context.source.readable(d)});
+                              d.name().str(),
+                              kind && context.machine.readable(*kind, d.osLocator().str())});
         }
         const std::string problem = to_.write(metricsText(report, health, exitCode), context.out);
         if (!problem.empty())

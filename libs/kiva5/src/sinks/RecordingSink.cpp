@@ -1,6 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Sink.h"
+#include "libOrra/Recorder.h"
 
 namespace kiva5 {
 namespace {
@@ -42,8 +43,11 @@ public:
     explicit RecordingSink(ReportDestination to) : to_(std::move(to)) {}
     bool needsRecording() const override { return true; }
     void runEnded(const Report& report, SinkContext& context) override {
+        const libOrra::Recorder* recorder = context.machine.recorder();
+        if (!recorder)
+            return;
         const std::string problem =
-            to_.write(context.source.recording(recordingBlock(report)), context.out);
+            to_.write(recorder->scenarioText(recordingBlock(report)), context.out);
         if (!problem.empty() && kept_) {
             context.say(problem);
             kept_ = false;

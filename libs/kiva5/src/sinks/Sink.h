@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "kiva5/DeviceSource.h"
+#include "kiva5/HostHooks.h"
 #include "kiva5/Report.h"
 #include "kiva5/ReportDestination.h"
 
@@ -13,11 +13,10 @@ namespace kiva5 {
 
 struct CommandLine;
 
-// What a sink may use of the run besides the report: the machine's devices and the source
-// they came from, the stream stdout destinations write through, and where problems are said.
+// What a sink may use of the run besides the report: the machine and its devices, the stream stdout destinations write through, and where problems are said.
 struct SinkContext {
     const std::vector<DiagDevice>& devices;
-    DeviceSource& source;
+    libOrra::Machine& machine;
     std::ostream& out;
     std::ostream& err;
     std::string moduleFile;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "libOrra/Machine.h"
 #include "libOrra/SensorBackend.h"
 
 namespace libOrra {
@@ -23,18 +24,18 @@ class NoteBoard;
 // Every access to a device's files runs on a thread of the device's own or within
 // vek::callWithin, bounded by the read time-out: a driver that never answers costs a failed
 // update or a state, never a hang of the caller.
-class IioBackend : public SensorBackend {
+class IioBackend : public SensorBackend, public DeviceInspector {
 public:
     explicit IioBackend(std::filesystem::path sysfsRoot = defaultSysfsRoot(),
                         std::filesystem::path devRoot = defaultDevRoot());
     ~IioBackend() override;
 
     // SensorBackend
-    std::string name() const override { return "iio"; }
     std::vector<SensorInfo> sensors() override;
     bool open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>>& devices,
               std::vector<SensorInfo>& infos) override;
     std::unique_ptr<ProximityStream> openProximity(const std::string& locator) override;
+    // DeviceInspector
     std::vector<DeviceNote> takeNotes(const std::string& locator) override;
     std::string lookedIn() const override;
     std::vector<std::string> explain(SensorKind kind, const std::string& locator) override;

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "libOrra/Machine.h"
 #include "libOrra/SensorBackend.h"
 
 namespace libOrra {
@@ -62,5 +63,8 @@ private:
 // `inner` with every sensor access written to `recorder` on the way.
 std::shared_ptr<SensorBackend> recordingBackend(std::shared_ptr<SensorBackend> inner,
                                                 std::shared_ptr<Recorder> recorder);
+// What the recorder hears of the machine: each test's start (and the display's rotation
+// then) and the run a stop ended.
+std::shared_ptr<MachineListener> recordingListener(std::shared_ptr<Recorder> recorder);
 
 }  // namespace libOrra

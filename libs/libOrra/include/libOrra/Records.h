@@ -73,8 +73,27 @@ protected:
     void take(const Sample& s) override;
 };
 
+// The sensors the tests' enumeration calls reach. Those calls have the Sensor API's shape,
+// with no argument to carry a machine (on Windows they reach the system's sensor manager), so
+// the host puts its machine's sensors in use for the time of its runs, as a scope on the main
+// thread; scopes nest, the innermost wins. Reading the sensors in use is thread-safe.
+class SensorsInUse {
+public:
+    explicit SensorsInUse(std::shared_ptr<SensorBackend> sensors);
+    ~SensorsInUse();
+    SensorsInUse(const SensorsInUse&) = delete;
+    SensorsInUse& operator=(const SensorsInUse&) = delete;
+
+    // The sensors in use now, or null outside every scope.
+    static std::shared_ptr<SensorBackend> current();
+
+private:
+    std::shared_ptr<SensorBackend> previous_;
+};
+
 // The enumeration functions: fill `out` with one record per sensor of the kind, in the
-// backend's order; false when the enumeration failed (`out` is then empty).
+// backend's order; false when the enumeration failed or no sensors are in use (`out` is then
+// empty).
 bool getAccelerometers(vek::Array<std::unique_ptr<Accelerometer>>& out);
 bool getAmbientLightSensors(vek::Array<std::unique_ptr<AmbientLightSensor>>& out);
 bool getGyrometers(vek::Array<std::unique_ptr<Gyrometer>>& out);

@@ -16,7 +16,8 @@ namespace libOrra {
 struct SensorInfo {
     SensorKind kind;
     std::string locator;
-    std::string name;
+    std::string name;   // as a person reads it, with the label: "bmc150_accel (accel-base)"
+    std::string label;  // the kernel's label telling alike sensors apart ("accel-base"), or ""
 };
 
 // One reading in the units every backend delivers: acceleration in g, angular velocity in
@@ -79,15 +80,15 @@ struct DeviceEntry {
     std::string capability;
     std::string locator;
     std::string name;
+    std::string label;  // see SensorInfo::label
 };
 
-// A source of sensors: the Linux IIO subsystem or a simulated machine. One is installed for
-// the process (installBackend); enumeration happens on the test threads, so implementations
-// are thread-safe.
+// A source of sensors: the Linux IIO subsystem or a simulated machine, what a Machine reads
+// its sensors through. Enumeration happens on the test threads, so implementations are
+// thread-safe.
 class SensorBackend {
 public:
     virtual ~SensorBackend() = default;
-    virtual std::string name() const = 0;
     virtual std::vector<SensorInfo> sensors() = 0;
     // Opens every sensor of `kind`; false when the enumeration itself fails.
     virtual bool open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>>& devices,
@@ -95,28 +96,6 @@ public:
     virtual std::unique_ptr<ProximityStream> openProximity(const std::string& locator) = 0;
     // The devices to test: by default one per sensor.
     virtual std::vector<DeviceEntry> devices();
-    // Called by the host when a test starts on a device (the simulated machine restarts its
-    // time lines there), and asked whether the machine requests a stop.
-    virtual void testStarting() {}
-    virtual bool stopDue() const { return false; }
-    // The notes gathered about the sensors at `locator` since the last call; taken by the host
-    // after each run.
-    virtual std::vector<DeviceNote> takeNotes(const std::string& /*locator*/) { return {}; }
-    // Where the backend looked for sensors, for a person told that it found none.
-    virtual std::string lookedIn() const { return {}; }
-    // What a bug report needs about the sensor of `kind` at `locator`, one line each: where
-    // each value comes from and one bounded reading with its verdict.
-    virtual std::vector<std::string> explain(SensorKind /*kind*/, const std::string& /*locator*/) {
-        return {};
-    }
-    // The accelerometer at `locator`: its matrix in force and how to match it in the hwdb.
-    virtual std::optional<Mounting> mounting(const std::string& /*locator*/) {
-        return std::nullopt;
-    }
 };
-
-void installBackend(std::shared_ptr<SensorBackend> backend);
-// The installed backend, or null.
-std::shared_ptr<SensorBackend> installedBackend();
 
 }  // namespace libOrra

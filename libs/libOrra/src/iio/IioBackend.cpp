@@ -252,10 +252,11 @@ std::vector<IioBackend::Found> IioBackend::scan() const {
             LOG(vek::kLogError, dir.filename().string() << ": name and label did not answer");
         std::string name =
             identity && !identity->first.empty() ? identity->first : dir.filename().string();
-        if (identity && !identity->second.empty())
-            name += " (" + identity->second + ")";
+        const std::string label = identity ? identity->second : "";
+        if (!label.empty())
+            name += " (" + label + ")";
         for (auto& [kind, plan] : plans)
-            found.push_back({kind, dir, locator, name, node, std::move(plan)});
+            found.push_back({kind, dir, locator, name, node, std::move(plan), label});
     }
     return found;
 }
@@ -263,7 +264,7 @@ std::vector<IioBackend::Found> IioBackend::scan() const {
 std::vector<SensorInfo> IioBackend::sensors() {
     std::vector<SensorInfo> out;
     for (const auto& f : scan())
-        out.push_back({f.kind, f.locator, f.name});
+        out.push_back({f.kind, f.locator, f.name, f.label});
     return out;
 }
 
@@ -279,7 +280,7 @@ bool IioBackend::open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>
             continue;
         devices.push_back(std::make_unique<IioDevice>(
             channelsFor(f.dir, f.locator, f.name, f.node, f.plan, notes_)));
-        infos.push_back({f.kind, f.locator, f.name});
+        infos.push_back({f.kind, f.locator, f.name, f.label});
     }
     return true;
 }

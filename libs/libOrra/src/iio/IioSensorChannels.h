@@ -145,6 +145,7 @@ struct IioBackend::Found {
     std::string name;
     std::filesystem::path node;
     iio::ChannelPlan plan;
+    std::string label;  // the kernel's label, "" where the driver gives none
 };
 
 }  // namespace libOrra

@@ -178,6 +178,8 @@ std::string Recorder::scenarioText(const std::string& recordingBlockJson) const 
         add(out,
             {i ? ",\n" : "\n", "  {\"kind\": ", compact(kindName(s.info.kind)),
              ", \"locator\": ", compact(s.info.locator), ", \"name\": ", compact(s.info.name)});
+        if (!s.info.label.empty())
+            add(out, {", \"label\": ", compact(s.info.label)});
         if (!s.states.empty())
             add(out, {",\n   \"states\": ", compact(s.states)});
         if (!s.updates.empty()) {

@@ -117,7 +117,6 @@ public:
         log_ = platform::setOperatorLog(std::move(log));
     }
     ~RecordingBackend() override { platform::clearOperatorLog(log_); }
-    std::string name() const override { return inner_->name(); }
     std::vector<SensorInfo> sensors() override {
         auto list = inner_->sensors();
         for (const auto& s : list)
@@ -146,28 +145,9 @@ public:
         auto list = inner_->devices();
         for (const auto& d : list) {
             if (const auto kind = kindFromCapability(d.capability))
-                recorder_->sensor({*kind, d.locator, d.name});
+                recorder_->sensor({*kind, d.locator, d.name, d.label});
         }
         return list;
-    }
-    void testStarting() override {
-        inner_->testStarting();
-        recorder_->testStarting();
-        DEVMODEW mode;
-        const bool known = EnumDisplaySettingsW(nullptr, ENUM_CURRENT_SETTINGS, &mode) &&
-                           (mode.dmFields & DM_DISPLAYORIENTATION);
-        recorder_->rotation(known ? std::optional(mode.dmDisplayOrientation) : std::nullopt);
-    }
-    bool stopDue() const override { return inner_->stopDue(); }
-    std::vector<DeviceNote> takeNotes(const std::string& locator) override {
-        return inner_->takeNotes(locator);
-    }
-    std::string lookedIn() const override { return inner_->lookedIn(); }
-    std::vector<std::string> explain(SensorKind kind, const std::string& locator) override {
-        return inner_->explain(kind, locator);
-    }
-    std::optional<Mounting> mounting(const std::string& locator) override {
-        return inner_->mounting(locator);
     }
 
 private:
@@ -176,7 +156,30 @@ private:
     unsigned log_ = 0;
 };
 
+// Tells the recorder where each test's time line starts, the display's rotation then, and
+// which run a stop ended.
+class RecordingListener final : public MachineListener {
+public:
+    explicit RecordingListener(std::shared_ptr<Recorder> recorder)
+        : recorder_(std::move(recorder)) {}
+    void testStarting() override {
+        recorder_->testStarting();
+        DEVMODEW mode;
+        const bool known = EnumDisplaySettingsW(nullptr, ENUM_CURRENT_SETTINGS, &mode) &&
+                           (mode.dmFields & DM_DISPLAYORIENTATION);
+        recorder_->rotation(known ? std::optional(mode.dmDisplayOrientation) : std::nullopt);
+    }
+    void stopped(int run) override { recorder_->stop(run); }
+
+private:
+    std::shared_ptr<Recorder> recorder_;
+};
+
 }  // namespace
+
+std::shared_ptr<MachineListener> recordingListener(std::shared_ptr<Recorder> recorder) {
+    return std::make_shared<RecordingListener>(std::move(recorder));
+}
 
 std::shared_ptr<SensorBackend> recordingBackend(std::shared_ptr<SensorBackend> inner,
                                                 std::shared_ptr<Recorder> recorder) {

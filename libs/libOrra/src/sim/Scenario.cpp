@@ -152,7 +152,7 @@ public:
     ScenarioSensor sensor(const json& v, const std::string& where) const {
         object(v, where);
         keys(v, where,
-             {"kind", "locator", "name", "states", "updates", "motion", "heading", "readings",
+             {"kind", "locator", "name", "label", "states", "updates", "motion", "heading", "readings",
               "error", "faults", "poses", "mounting", "matrix", "modalias"});
         ScenarioSensor s;
         if (!v.contains("kind"))
@@ -170,6 +170,7 @@ public:
             fail(where + "/locator", "a non-empty locator");
         s.name = v.contains("name") ? text(v["name"], where + "/name")
                                     : "Simulated " + std::string(kindName(s.kind));
+        s.label = v.contains("label") ? text(v["label"], where + "/label") : "";
         if (v.contains("states")) {
             const auto& a = array(v["states"], where + "/states");
             for (std::size_t i = 0; i < a.size(); ++i) {
@@ -398,7 +399,7 @@ public:
             for (std::size_t i = 0; i < a.size(); ++i) {
                 const std::string w = "/devices/" + std::to_string(i);
                 object(a[i], w);
-                keys(a[i], w, {"capability", "locator", "name"});
+                keys(a[i], w, {"capability", "locator", "name", "label"});
                 ScenarioDevice d;
                 if (!a[i].contains("capability"))
                     fail(w + "/capability", "a device capability");
@@ -412,6 +413,7 @@ public:
                     fail(w + "/locator", "the device's locator");
                 d.locator = text(a[i]["locator"], w + "/locator");
                 d.name = a[i].contains("name") ? text(a[i]["name"], w + "/name") : d.locator;
+                d.label = a[i].contains("label") ? text(a[i]["label"], w + "/label") : "";
                 devices.push_back(d);
             }
             sc.devices = std::move(devices);

@@ -139,7 +139,8 @@ private:
 
 }  // namespace
 
-SimBackend::SimBackend(Scenario scenario) : scenario_(std::move(scenario)) {
+SimBackend::SimBackend(Scenario scenario)
+    : scenario_(std::move(scenario)), stopTimer_(std::make_unique<StoppableThread>()) {
     for (const auto& s : scenario_.sensors) {
         auto st = std::make_unique<SensorState>();
         if (s.heading)
@@ -171,6 +172,7 @@ SimBackend::SimBackend(Scenario scenario) : scenario_(std::move(scenario)) {
 }
 
 SimBackend::~SimBackend() {
+    stopTimer_->stop();
     platform::clearOperatorWatcher(watcherToken_);
     platform::clearOperatorScript(operatorToken_);
     platform::clearRotationProvider(rotationToken_);
@@ -182,23 +184,42 @@ double SimBackend::now() const {
 }
 
 void SimBackend::testStarting() {
-    ++runs_;
-    std::lock_guard lock(mutex_);
-    originNs_ = vek::Clock::current().now().count();
-    for (std::size_t i = 0; i < states_.size(); ++i) {
-        *states_[i] = SensorState{};
-        if (scenario_.sensors[i].heading) {
-            states_[i]->heading = wrap360(scenario_.sensors[i].heading->start);
+    const int run = ++runs_;
+    std::int64_t origin = 0;
+    {
+        std::lock_guard lock(mutex_);
+        origin = originNs_ = vek::Clock::current().now().count();
+        for (std::size_t i = 0; i < states_.size(); ++i) {
+            *states_[i] = SensorState{};
+            if (scenario_.sensors[i].heading) {
+                states_[i]->heading = wrap360(scenario_.sensors[i].heading->start);
+            }
         }
+        headingTarget_.reset();
     }
-    headingTarget_.reset();
+    // A recording's stop came in one run and, like a signal, holds for the runs after it.
+    if (scenario_.stopRun && run != *scenario_.stopRun) {
+        if (run > *scenario_.stopRun && stopDue_)
+            stopDue_();
+        return;
+    }
+    if (!scenario_.stopAt || !stopDue_)
+        return;
+    const auto due = vek::Clock::Duration(origin) +
+                     std::chrono::duration_cast<vek::Clock::Duration>(
+                         std::chrono::duration<double>(*scenario_.stopAt));
+    stopTimer_->start([due, handler = stopDue_](StoppableThread& self) {
+        if (self.waitUntil(vek::Clock::current(), due))
+            handler();
+    });
 }
 
-bool SimBackend::stopDue() const {
-    // A recording's stop came in one run and, like a signal, holds for the runs after it.
-    if (scenario_.stopRun && runs_.load() != *scenario_.stopRun)
-        return runs_.load() > *scenario_.stopRun;
-    return scenario_.stopAt && now() >= *scenario_.stopAt;
+void SimBackend::testFinished() {
+    stopTimer_->stop();
+}
+
+void SimBackend::onStopDue(std::function<void()> handler) {
+    stopDue_ = std::move(handler);
 }
 
 void SimBackend::setHeadingTarget(double degrees) {
@@ -209,7 +230,7 @@ void SimBackend::setHeadingTarget(double degrees) {
 std::vector<SensorInfo> SimBackend::sensors() {
     std::vector<SensorInfo> out;
     for (const auto& s : scenario_.sensors)
-        out.push_back({s.kind, s.locator, s.name});
+        out.push_back({s.kind, s.locator, s.name, s.label});
     return out;
 }
 
@@ -218,7 +239,7 @@ std::vector<DeviceEntry> SimBackend::devices() {
         return SensorBackend::devices();
     std::vector<DeviceEntry> out;
     for (const auto& d : *scenario_.devices)
-        out.push_back({d.capability, d.locator, d.name});
+        out.push_back({d.capability, d.locator, d.name, d.label});
     return out;
 }
 
@@ -236,7 +257,7 @@ bool SimBackend::open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>
         if (s.faults.disappearAt && t >= *s.faults.disappearAt)
             continue;  // gone from the bus
         devices.push_back(std::make_unique<SimDevice>(shared_from_this(), i));
-        infos.push_back({s.kind, s.locator, s.name});
+        infos.push_back({s.kind, s.locator, s.name, s.label});
     }
     return true;
 }
