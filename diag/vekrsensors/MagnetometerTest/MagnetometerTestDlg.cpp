@@ -4,7 +4,9 @@
 #include <QPainterPath>
 #include <cmath>
 
+#include "CompassTarget.h"
 #include "LocalizedText.h"
+#include "platform/Display.h"
 #include "platform/Screen.h"
 #include "vek/Logging.h"
 #include "vekrsensors.h"
@@ -82,8 +84,14 @@ void MagnetometerTestDlg::OnDestroy() {
 void MagnetometerTestDlg::SetTargetRotation(double angle) {
     target_.store(angle, std::memory_order_relaxed);
     VEK_LOG(s_logger, kLoggerName, 1, "New target rotation: " << angle);
-    // Whoever stands in front of a simulated machine reads the target off the dial.
-    platform::showToOperator(operatorName(), "target", angle);
+    // Whoever stands in front of a simulated machine reads the target off the dial: the heading
+    // that brings the needle onto it, with the display turned as it is now.
+    DEVMODEW mode;
+    const bool known = EnumDisplaySettingsW(nullptr, ENUM_CURRENT_SETTINGS, &mode) &&
+                       (mode.dmFields & DM_DISPLAYORIENTATION);
+    platform::showToOperator(
+        operatorName(), "heading",
+        targetHeading(angle, known ? std::optional(mode.dmDisplayOrientation) : std::nullopt));
     requestRepaint();
 }
 

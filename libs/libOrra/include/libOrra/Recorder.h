@@ -32,12 +32,10 @@ public:
     void press(const std::string& dialog, const std::string& control, double secondsAfterOpen);
     // A stop request ended the `run`-th test run (from 1).
     void stop(int run);
-    // The compass's target heading as the person reads it; later headings are kept relative
+    // The heading a dialog asks the person to turn to (the compass's target); later headings are kept relative
     // to it, so a replay whose target is drawn anew turns the same way toward its own.
     void headingTarget(double degrees);
     void rotation(std::optional<std::uint32_t> rotation);
-    // The display rotation recorded (nullopt: unknown or unreadable).
-    std::optional<std::uint32_t> recordedRotation() const;
 
     // The scenario so far (JSON text), with `recording` as its "recording" block.
     std::string scenarioText(const std::string& recordingBlockJson) const;

@@ -136,11 +136,6 @@ void Recorder::rotation(std::optional<std::uint32_t> rotation) {
         rotation_ = rotation;
 }
 
-std::optional<std::uint32_t> Recorder::recordedRotation() const {
-    std::lock_guard lock(mutex_);
-    return rotation_.value_or(std::nullopt);
-}
-
 namespace {
 
 std::string compact(const nlohmann::json& j) {

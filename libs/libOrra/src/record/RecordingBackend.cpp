@@ -3,7 +3,6 @@
 
 #include "../SensorObject.h"
 #include "libOrra/Recorder.h"
-#include "../CompassTarget.h"
 #include "platform/Display.h"
 #include "platform/Screen.h"
 
@@ -107,12 +106,11 @@ public:
         platform::OperatorLog log;
         log.press = [recorder = recorder_](const std::string& dialog, const std::string& control,
                                            double at) { recorder->press(dialog, control, at); };
-        // The compass's target as drawn, -(target + display rotation): the heading the person
-        // turns toward (see Recorder::headingTarget).
-        log.shown = [recorder = recorder_](const std::string& dialog, const std::string& item,
+        // The heading a dialog asks the person to turn toward (see Recorder::headingTarget).
+        log.shown = [recorder = recorder_](const std::string&, const std::string& item,
                                            double value) {
-            if (dialog == "MagnetometerTest" && item == "target")
-                recorder->headingTarget(targetHeading(value, recorder->recordedRotation()));
+            if (item == "heading")
+                recorder->headingTarget(value);
         };
         log_ = platform::setOperatorLog(std::move(log));
     }

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <thread>
 
-#include "../CompassTarget.h"
 #include "../SensorObject.h"
 #include "../StoppableThread.h"
 #include "libOrra/IioAttribute.h"
@@ -32,6 +31,11 @@ namespace {
 // longer than the second a pose must be held still, so no pose is missed however slowly the
 // machine reads.
 constexpr double kPoseKeptSeconds = 1.2;
+
+double wrap360(double d) {
+    d = std::fmod(d, 360.0);
+    return d < 0 ? d + 360.0 : d;
+}
 
 // A simulated sensor's COM face: its state comes from the scenario's sequence.
 class SimSensorObject final : public SensorObject {
@@ -161,13 +165,11 @@ SimBackend::SimBackend(Scenario scenario)
         }
         return presses;
     });
-    // The person reads the compass's target as drawn, -(target + display rotation), and turns
-    // the device toward the heading that brings the needle onto it.
-    const std::optional<std::uint32_t> rotationNow = scenario_.rotation;
+    // The person turns the device toward the heading a dialog asks for.
     watcherToken_ = platform::setOperatorWatcher(
-        [this, rotationNow](const std::string& dialog, const std::string& item, double value) {
-            if (dialog == "MagnetometerTest" && item == "target")
-                setHeadingTarget(targetHeading(value, rotationNow));
+        [this](const std::string&, const std::string& item, double value) {
+            if (item == "heading")
+                setHeadingTarget(value);
         });
 }
 

@@ -38,8 +38,8 @@ void clearOperatorScript(unsigned token);
 // The presses for `dialog`; none without a script.
 std::vector<OperatorPress> operatorPresses(const std::string& dialog);
 
-// What the simulated person reads off a dialog, e.g. the compass's target ("target", in
-// degrees as drawn). Called from whichever thread sets the value.
+// What the simulated person reads off a dialog, e.g. the "heading" the compass dialog asks the
+// person to turn the device to, in degrees. Called from whichever thread sets the value.
 using OperatorWatcher =
     std::function<void(const std::string& dialog, const std::string& item, double value)>;
 unsigned setOperatorWatcher(OperatorWatcher watcher);

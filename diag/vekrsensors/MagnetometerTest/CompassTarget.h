@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace libOrra {
+namespace vekrsensors {
 
 inline double wrap360(double d) {
     d = std::fmod(d, 360.0);
@@ -26,10 +26,10 @@ inline double compassRotationDegrees(std::optional<std::uint32_t> rotation) {
 }
 
 // The heading a person turns the device to once the compass dialog draws its target as
-// `drawn` degrees, -(target + display rotation): the simulated person and a recording of a
-// real one read it the same way.
+// `drawn` degrees, -(target + display rotation). The dialog shows it to the simulated person
+// (and to a recording of a real one) as the "heading" it asks for.
 inline double targetHeading(double drawn, std::optional<std::uint32_t> rotation) {
     return wrap360(-drawn - compassRotationDegrees(rotation));
 }
 
-}  // namespace libOrra
+}  // namespace vekrsensors
