@@ -23,6 +23,11 @@ namespace {
 std::atomic<vek::Logger*> s_logger{nullptr};
 constexpr const char* kLoggerName = "kiva5";
 
+bool anySink(const std::vector<std::unique_ptr<Sink>>& sinks, bool (Sink::*asks)() const) {
+    return std::any_of(sinks.begin(), sinks.end(),
+                       [asks](const auto& sink) { return (*sink.*asks)(); });
+}
+
 }  // namespace
 
 Host::Host(Catalogue& catalogue, std::string moduleFile, ModuleVersion version,
@@ -121,8 +126,8 @@ void Host::checkModes(CommandLine& o) const {
     }
 }
 
-Report Host::newReport(const std::vector<std::string>& args, const std::string& language,
-                       const std::vector<std::string>& profiles, bool identifyMachine) const {
+Report Host::newReport(const std::vector<std::string>& args, const RunPlan& plan,
+                       bool identifyMachine) const {
     Report report;
     report.started = std::chrono::system_clock::now();
     report.commandLine = args;
@@ -133,8 +138,8 @@ Report Host::newReport(const std::vector<std::string>& args, const std::string& 
     report.version = versionText();
     report.build = version_.build;
     report.backend = backend_;
-    report.language = language;
-    report.profiles = profiles;
+    report.language = plan.language;
+    report.profiles = plan.profiles;
     return report;
 }
 
@@ -142,61 +147,33 @@ int Host::start(const std::vector<std::string>& args) {
     CommandLine o;
     if (const std::optional<int> settled = readCommandLine(args, o))
         return *settled;
-    const std::string module = moduleStem(moduleFile_);
     try {
         openLog(o, args);
-        // The language is checked whatever else is asked, so --list and a run agree on it.
-        const std::string language = chooseLanguage(o, module);
+        RunPlan plan = RunPlan::begin(o, moduleFile_);
         if (o.list) {
-            printCatalogue(catalogue_, module, out_);
+            printCatalogue(catalogue_, plan.module, out_);
             return 0;
         }
         checkModes(o);
         // Where the evidence goes, and the command line against the catalogue, are settled
         // before anything is read.
         std::string problem;
-        const std::vector<std::unique_ptr<Sink>> sinks = makeSinks(o, problem);
+        std::vector<std::unique_ptr<Sink>> sinks = makeSinks(o, problem);
         if (!problem.empty())
             throw UsageError{problem};
-        const auto anySink = [&sinks](bool (Sink::*asks)() const) {
-            return std::any_of(sinks.begin(), sinks.end(),
-                               [asks](const auto& sink) { return (*sink.*asks)(); });
-        };
-        const auto overrides = parameterOverrides(catalogue_, o);
+        if (o.window) {
+            sinks.push_back(makeResultsWindowSink(
+                resultsWindow_, [this] { return interactiveProblem(); }, o.report, runAgain_));
+        }
+        plan.overrides = parameterOverrides(catalogue_, o);
 
         const std::unique_ptr<libOrra::Machine> machine =
-            openMachine(o, anySink(&Sink::needsRecording));
-        takeRecordedSelection(o, machine->recordedCommandLine());
-        const std::vector<Test*> tests =
-            o.orientation ? std::vector<Test*>{orientationCheck_} : selectTests(catalogue_, o);
-        loadResources(catalogue_, tests, language, module);
-        const std::vector<std::string> profiles = applyParameters(catalogue_, o, module, overrides);
-        std::vector<DiagDevice> devices = devicesOf(*machine);
-        const std::vector<std::string> leftAlone =
-            o.orientation ? keepDisplayAccelerometers(devices) : std::vector<std::string>{};
+            openMachine(o, anySink(sinks, &Sink::needsRecording));
+        plan.settle(catalogue_, o, *machine, orientationCheck_);
         if (o.devices)
-            return listDevices(devices, *machine, o.verbose);
-
-        Report report = newReport(args, language, profiles, anySink(&Sink::needsMachineIdentity));
-        std::ostream& terminal = anySink(&Sink::writesToStdout) ? err_ : out_;
-        SinkContext context{devices, *machine, out_, err_, moduleFile_};
-        Runner::Hooks hooks{[this] { return interactiveProblem(); },
-                            [&] {
-                                for (const auto& sink : sinks)
-                                    sink->runEnded(report, context);
-                            }};
-        const std::exception_ptr escaped =
-            Runner(*machine, report, o.quiet ? nullptr : &terminal, std::move(hooks))
-                .run(tests, devices, o.device);
-        for (RunRecord& run : report.runs)
-            run.notes.insert(run.notes.end(), leftAlone.begin(), leftAlone.end());
-        report.ended = std::chrono::system_clock::now();
-        report.settleResult();
-        const int code =
-            finish(report, sinks, context, terminal, o.window && !escaped ? &o : nullptr);
-        if (escaped)
-            std::rethrow_exception(escaped);
-        return code;
+            return listDevices(plan.devices, *machine, o.verbose);
+        Report report = newReport(args, plan, anySink(sinks, &Sink::needsMachineIdentity));
+        return run(o, plan, *machine, sinks, report);
     } catch (const UsageError& e) {
         err_ << moduleFile_ << ": " << CommandLine::printable(e.message) << " (see --help)\n";
         return kUsageError;
@@ -206,24 +183,44 @@ int Host::start(const std::vector<std::string>& args) {
     }
 }
 
+int Host::run(const CommandLine& o, const RunPlan& plan, libOrra::Machine& machine,
+              const std::vector<std::unique_ptr<Sink>>& sinks, Report& report) {
+    std::ostream& terminal = anySink(sinks, &Sink::writesToStdout) ? err_ : out_;
+    SinkContext context{plan.devices, machine, out_, err_, moduleFile_};
+    Runner::Hooks hooks{[this] { return interactiveProblem(); },
+                        [&] {
+                            for (const auto& sink : sinks)
+                                sink->runEnded(report, context);
+                        }};
+    const std::exception_ptr escaped =
+        Runner(machine, report, o.quiet ? nullptr : &terminal, std::move(hooks))
+            .run(plan.tests, plan.devices, o.device);
+    for (RunRecord& run : report.runs)
+        run.notes.insert(run.notes.end(), plan.leftAlone.begin(), plan.leftAlone.end());
+    report.ended = std::chrono::system_clock::now();
+    report.settleResult();
+    const int code = finish(report, sinks, context, terminal, !escaped);
+    if (escaped)
+        std::rethrow_exception(escaped);
+    return code;
+}
+
 int Host::finish(const Report& report, const std::vector<std::unique_ptr<Sink>>& sinks,
-                 SinkContext& context, std::ostream& terminal, const CommandLine* window) {
-    // The evidence first, then the summary, which can then tell the real exit code.
+                 SinkContext& context, std::ostream& terminal, bool present) {
+    // The evidence first, then the summary, which can then tell the real exit code, then what
+    // shows the run to the person.
     int code = report.result.value();
-    bool written = true;
     for (const auto& sink : sinks) {
-        if (sink->finish(report, code, context))
+        if (sink->showsTheRun() || sink->finish(report, code, context))
             continue;
         code = TestResult::EXITEDABNORMALLY().value();
-        written = written && !sink->keepsTheReport();
+        context.reportKept = context.reportKept && !sink->keepsTheReport();
     }
-    report.printSummary(terminal, written ? "" : "report not written", code);
-    if (!window)
-        return code;
-    if (interactiveProblem().empty())
-        runAgain_ = resultsWindow_(report, written ? window->report : std::string());
-    else
-        err_ << moduleFile_ << ": no results window: " << interactiveProblem() << "\n";
+    report.printSummary(terminal, context.reportKept ? "" : "report not written", code);
+    for (const auto& sink : sinks) {
+        if (present && sink->showsTheRun())
+            sink->finish(report, code, context);
+    }
     return code;
 }
 

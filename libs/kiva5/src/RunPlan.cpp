@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
+#include "kiva5/HostHooks.h"
 #include "kiva5/KivaException.h"
 #include "kiva5/Localization.h"
 #include "kiva5/Report.h"
@@ -299,6 +300,25 @@ std::vector<std::string> applyParameters(
     for (const auto& [p, text] : overrides)
         p->set(text);
     return used;
+}
+
+RunPlan RunPlan::begin(const CommandLine& o, const std::string& moduleFile) {
+    RunPlan plan;
+    plan.module = moduleStem(moduleFile);
+    // The language is checked whatever else is asked, so --list and a run agree on it.
+    plan.language = chooseLanguage(o, plan.module);
+    return plan;
+}
+
+void RunPlan::settle(const Catalogue& catalogue, CommandLine& o, libOrra::Machine& machine,
+                     Test* orientationCheck) {
+    takeRecordedSelection(o, machine.recordedCommandLine());
+    tests = o.orientation ? std::vector<Test*>{orientationCheck} : selectTests(catalogue, o);
+    loadResources(catalogue, tests, language, module);
+    profiles = applyParameters(catalogue, o, module, overrides);
+    devices = devicesOf(machine);
+    if (o.orientation)
+        leftAlone = keepDisplayAccelerometers(devices);
 }
 
 }  // namespace kiva5

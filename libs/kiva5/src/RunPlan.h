@@ -9,6 +9,10 @@
 #include "kiva5/CommandLine.h"
 #include "kiva5/DiagDevice.h"
 
+namespace libOrra {
+class Machine;
+}
+
 namespace kiva5 {
 
 // A command line the host cannot obey; reported as one line with EX_USAGE.
@@ -48,5 +52,25 @@ std::vector<std::string> applyParameters(
 // --orientation on a convertible: the base's accelerometer is left out of `devices`; a note
 // for each one left out.
 std::vector<std::string> keepDisplayAccelerometers(std::vector<DiagDevice>& devices);
+
+// The plan as one value, made by the steps above in their order: what runs, in which language,
+// with which parameters and profiles, on which devices. Made and used by the host's start(),
+// on the main thread.
+struct RunPlan {
+    std::string module;    // the resource folder's name, see moduleStem()
+    std::string language;  // see chooseLanguage()
+    std::vector<std::pair<Parameter*, std::string>> overrides;
+    std::vector<Test*> tests;
+    std::vector<std::string> profiles;
+    std::vector<DiagDevice> devices;
+    std::vector<std::string> leftAlone;  // a note for each device --orientation leaves out
+
+    // Before anything is read: the module and the language.
+    static RunPlan begin(const CommandLine& o, const std::string& moduleFile);
+    // With the machine open: the recording's selection where the command line makes none, the
+    // tests (`orientationCheck` for --orientation), their texts and parameters, the devices.
+    void settle(const Catalogue& catalogue, CommandLine& o, libOrra::Machine& machine,
+                Test* orientationCheck);
+};
 
 }  // namespace kiva5

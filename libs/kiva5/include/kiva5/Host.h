@@ -15,6 +15,7 @@
 namespace kiva5 {
 
 struct CommandLine;
+struct RunPlan;
 class Sink;
 struct SinkContext;
 
@@ -63,15 +64,19 @@ private:
     std::unique_ptr<libOrra::Machine> openMachine(const CommandLine& o, bool record);
     // The report's head: module, command line, language, profiles and (for a report someone
     // keeps) the machine.
-    Report newReport(const std::vector<std::string>& args, const std::string& language,
-                     const std::vector<std::string>& profiles, bool identifyMachine) const;
+    Report newReport(const std::vector<std::string>& args, const RunPlan& plan,
+                     bool identifyMachine) const;
     int listDevices(const std::vector<DiagDevice>& devices, libOrra::Machine& machine,
                     bool verbose);
     // Why interactive tests cannot run here ("" when they can), asked once per start().
     const std::string& interactiveProblem();
-    // The sinks, the summary and, for `window` (--window), the results window; the exit code.
+    // The runs of the plan into `report` and the sinks; the exit code.
+    int run(const CommandLine& o, const RunPlan& plan, libOrra::Machine& machine,
+            const std::vector<std::unique_ptr<Sink>>& sinks, Report& report);
+    // The sinks, the summary and, when `present`, the sinks that show the run to the person
+    // (the results window); the exit code.
     int finish(const Report& report, const std::vector<std::unique_ptr<Sink>>& sinks,
-               SinkContext& context, std::ostream& terminal, const CommandLine* window);
+               SinkContext& context, std::ostream& terminal, bool present);
 
     Catalogue& catalogue_;
     std::string moduleFile_;

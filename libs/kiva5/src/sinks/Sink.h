@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -20,6 +21,8 @@ struct SinkContext {
     std::ostream& out;
     std::ostream& err;
     std::string moduleFile;
+    // Whether the report was kept, as the sinks that keep it have finished.
+    bool reportKept = true;
 
     // One line on `err` naming the module: how a destination that failed is reported.
     void say(const std::string& problem) const;
@@ -40,6 +43,9 @@ public:
     virtual bool writesToStdout() const { return false; }
     // True for the report itself (JSON, JUnit): the summary says when it was not written.
     virtual bool keepsTheReport() const { return false; }
+    // True for what shows the finished run to the person (the results window): it finishes
+    // after the summary, and only when no test ended by an exception.
+    virtual bool showsTheRun() const { return false; }
 
     // After each run has settled, refused ones too.
     virtual void runEnded(const Report& /*report*/, SinkContext& /*context*/) {}
@@ -57,6 +63,11 @@ std::vector<std::unique_ptr<Sink>> makeSinks(const CommandLine& o, std::string& 
 std::unique_ptr<Sink> makeReportSink(ReportDestination to);
 std::unique_ptr<Sink> makeJUnitSink(ReportDestination to);
 std::unique_ptr<Sink> makeHwdbSink(ReportDestination to);
+// The results window (--window): `problem` says why it cannot be shown ("" when it can);
+// `reportPath` is offered when the report was kept; Run again sets `runAgain`.
+std::unique_ptr<Sink> makeResultsWindowSink(ResultsWindow window,
+                                            std::function<std::string()> problem,
+                                            std::string reportPath, bool& runAgain);
 std::unique_ptr<Sink> makeRecordingSink(ReportDestination to);
 std::unique_ptr<Sink> makeMetricsSink(ReportDestination to);
 
