@@ -58,9 +58,7 @@ int DiagModule::start() {
     const std::string moduleFile = s.args.empty() ? "vekrsensors.vkm" : s.args.front();
     // Run again from the results window starts the whole run anew, a new report with it.
     for (;;) {
-        Host host(Catalogue::global(), moduleFile, s.version,
-                  openMachine, std::cout,
-                  std::cerr);
+        Host host(Catalogue::global(), moduleFile, s.version, openMachine, std::cout, std::cerr);
         host.setInteractiveCheck(s.interactiveCheck);
         host.setOrientationCheck(s.orientationCheck);
         host.setResultsWindow(s.resultsWindow);

@@ -210,24 +210,66 @@ std::string Report::utcText(std::chrono::system_clock::time_point t) {
     return out.str();
 }
 
+namespace {
+
+// How JUnit counts a verdict.
+enum class JUnitKind { Pass, Failure, Error, Skipped };
+
+JUnitKind junitKindOf(const TestResult& r) {
+    if (r == TestResult::PASS() || r == TestResult::WARN())
+        return JUnitKind::Pass;
+    if (r == TestResult::FAIL() || r == TestResult::TIMEDOUT())
+        return JUnitKind::Failure;
+    if (r == TestResult::EXITEDABNORMALLY() || r == TestResult::BADPARAMS())
+        return JUnitKind::Error;
+    return JUnitKind::Skipped;
+}
+
+// One run as a <testcase> of the suite `stem`.
+void writeJUnitCase(std::ostream& x, const RunRecord& run, const std::string& stem) {
+    const std::string device =
+        run.device ? run.device->osLocator().str() : std::string("(no device)");
+    x << "    <testcase classname=\"" << xmlText(stem + "." + run.test) << "\" name=\""
+      << xmlText(device) << "\" time=\"" << roundedSeconds(run.seconds) << "\"";
+    std::string body;
+    for (const auto& e : run.events)
+        body += eventText(e) + "\n";
+    for (const auto& n : run.notes)
+        body += "note: " + n + "\n";
+    const JUnitKind k = junitKindOf(run.result);
+    if (k == JUnitKind::Pass && body.empty()) {
+        x << "/>\n";
+        return;
+    }
+    x << ">\n";
+    std::string message = std::string(run.result.name());
+    if (const std::string measured = Report::keyMeasurement(run); !measured.empty())
+        message += ": " + measured;
+    else if (!run.notes.empty())
+        message += ": " + run.notes.front();
+    const char* element = k == JUnitKind::Failure   ? "failure"
+                          : k == JUnitKind::Error   ? "error"
+                          : k == JUnitKind::Skipped ? "skipped"
+                                                    : nullptr;
+    if (element) {
+        x << "      <" << element << " message=\"" << xmlText(message) << "\" type=\""
+          << run.result.name() << "\">" << xmlText(body) << "</" << element << ">\n";
+    } else {
+        x << "      <system-out>" << xmlText(message + "\n" + body) << "</system-out>\n";
+    }
+    x << "    </testcase>\n";
+}
+
+}  // namespace
+
 std::string Report::toJUnitXml() const {
-    enum class Kind { Pass, Failure, Error, Skipped };
-    const auto kindOf = [](const TestResult& r) {
-        if (r == TestResult::PASS() || r == TestResult::WARN())
-            return Kind::Pass;
-        if (r == TestResult::FAIL() || r == TestResult::TIMEDOUT())
-            return Kind::Failure;
-        if (r == TestResult::EXITEDABNORMALLY() || r == TestResult::BADPARAMS())
-            return Kind::Error;
-        return Kind::Skipped;
-    };
     std::size_t failures = 0, errors = 0, skipped = 0;
     double seconds = 0;
     for (const auto& run : runs) {
-        const Kind k = kindOf(run.result);
-        failures += k == Kind::Failure;
-        errors += k == Kind::Error;
-        skipped += k == Kind::Skipped;
+        const JUnitKind k = junitKindOf(run.result);
+        failures += k == JUnitKind::Failure;
+        errors += k == JUnitKind::Error;
+        skipped += k == JUnitKind::Skipped;
         seconds += run.seconds;
     }
     const std::string stem = std::filesystem::path(moduleFile).stem().string();
@@ -258,39 +300,8 @@ std::string Report::toJUnitXml() const {
     if (machine && machine->machineId)
         property("machineId", *machine->machineId);
     x << "    </properties>\n";
-    for (const auto& run : runs) {
-        const std::string device =
-            run.device ? run.device->osLocator().str() : std::string("(no device)");
-        x << "    <testcase classname=\"" << xmlText(stem + "." + run.test) << "\" name=\""
-          << xmlText(device) << "\" time=\"" << roundedSeconds(run.seconds) << "\"";
-        std::string body;
-        for (const auto& e : run.events)
-            body += eventText(e) + "\n";
-        for (const auto& n : run.notes)
-            body += "note: " + n + "\n";
-        const Kind k = kindOf(run.result);
-        if (k == Kind::Pass && body.empty()) {
-            x << "/>\n";
-            continue;
-        }
-        x << ">\n";
-        std::string message = std::string(run.result.name());
-        if (const std::string measured = keyMeasurement(run); !measured.empty())
-            message += ": " + measured;
-        else if (!run.notes.empty())
-            message += ": " + run.notes.front();
-        const char* element = k == Kind::Failure   ? "failure"
-                              : k == Kind::Error   ? "error"
-                              : k == Kind::Skipped ? "skipped"
-                                                   : nullptr;
-        if (element) {
-            x << "      <" << element << " message=\"" << xmlText(message) << "\" type=\""
-              << run.result.name() << "\">" << xmlText(body) << "</" << element << ">\n";
-        } else {
-            x << "      <system-out>" << xmlText(message + "\n" + body) << "</system-out>\n";
-        }
-        x << "    </testcase>\n";
-    }
+    for (const auto& run : runs)
+        writeJUnitCase(x, run, stem);
     x << "  </testsuite>\n</testsuites>\n";
     return x.str();
 }

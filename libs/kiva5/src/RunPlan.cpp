@@ -148,8 +148,7 @@ std::string stateReportPath() {
 // a note for each one left out.
 std::vector<std::string> keepDisplayAccelerometers(std::vector<DiagDevice>& devices) {
     const auto isBase = [](const DiagDevice& d) {
-        return d.capability() == DeviceCapability::Accelerometer() &&
-               d.label() == "accel-base";
+        return d.capability() == DeviceCapability::Accelerometer() && d.label() == "accel-base";
     };
     const bool another = std::any_of(devices.begin(), devices.end(), [&](const DiagDevice& d) {
         return d.capability() == DeviceCapability::Accelerometer() && !isBase(d);

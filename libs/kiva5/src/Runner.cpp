@@ -48,8 +48,8 @@ TestResult refusedResult(const Test& test, bool escaped) {
     return TestResult::CANNOTRUN();
 }
 
-// Adds what the machine noticed about the device to the run. A failing verdict reached while another
-// program held the device (the desktop streaming the sensor) says nothing about the sensor:
+// Adds what the machine noticed about the device to the run. A failing verdict reached while
+// another program held the device (the desktop streaming the sensor) says nothing about the sensor:
 // the run could not be made, and the note says how to free the device.
 void settleWithMachineNotes(RunRecord& run, const std::vector<libOrra::DeviceNote>& notes) {
     bool held = false;

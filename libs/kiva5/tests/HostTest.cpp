@@ -93,8 +93,7 @@ protected:
                 auto fake = std::make_shared<FakeMachine>(devices_);
                 return std::make_unique<libOrra::Machine>(fake, fake, choice.backend == "sim");
             },
-            out,
-            err);
+            out, err);
         if (check_)
             host.setInteractiveCheck(check_);
         const int exit = host.start(args);

@@ -78,9 +78,8 @@ std::unique_ptr<Machine> makeMachine(const MachineChoice& choice) {
         auto iio = std::make_shared<IioBackend>();
         machine = std::make_unique<Machine>(iio, iio, false);
     } else if (choice.backend == "sim") {
-        Scenario scenario = choice.scenario
-                                ? loadScenario(*choice.scenario)
-                                : parseScenario(demoScenarioText(), "(embedded demo)");
+        Scenario scenario = choice.scenario ? loadScenario(*choice.scenario)
+                                            : parseScenario(demoScenarioText(), "(embedded demo)");
         auto sim = std::make_shared<SimBackend>(std::move(scenario));
         machine = std::make_unique<Machine>(sim, sim, true);
         machine->setRecordedCommandLine(sim->scenario().recordedCommandLine);

@@ -60,10 +60,11 @@ std::vector<BadRow> badRows() {
     for (const auto& e :
          nlohmann::json::parse(std::ifstream(VEKR_TEST_DATA "/malformed_scenarios.json"))) {
         std::string message;
-        for (const auto& piece : e.at("message").is_array() ? e["message"] : nlohmann::json{e["message"]})
+        for (const auto& piece :
+             e.at("message").is_array() ? e["message"] : nlohmann::json{e["message"]})
             message += piece.get<std::string>();
-        rows.push_back({e.at("text").is_string() ? e["text"].get<std::string>() : e["text"].dump(),
-                        message});
+        rows.push_back(
+            {e.at("text").is_string() ? e["text"].get<std::string>() : e["text"].dump(), message});
     }
     return rows;
 }

@@ -14,7 +14,8 @@ namespace kiva5 {
 
 struct CommandLine;
 
-// What a sink may use of the run besides the report: the machine and its devices, the stream stdout destinations write through, and where problems are said.
+// What a sink may use of the run besides the report: the machine and its devices, the stream stdout
+// destinations write through, and where problems are said.
 struct SinkContext {
     const std::vector<DiagDevice>& devices;
     libOrra::Machine& machine;

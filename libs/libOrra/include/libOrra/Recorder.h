@@ -32,8 +32,9 @@ public:
     void press(const std::string& dialog, const std::string& control, double secondsAfterOpen);
     // A stop request ended the `run`-th test run (from 1).
     void stop(int run);
-    // The heading a dialog asks the person to turn to (the compass's target); later headings are kept relative
-    // to it, so a replay whose target is drawn anew turns the same way toward its own.
+    // The heading a dialog asks the person to turn to (the compass's target); later headings are
+    // kept relative to it, so a replay whose target is drawn anew turns the same way toward its
+    // own.
     void headingTarget(double degrees);
     void rotation(std::optional<std::uint32_t> rotation);
 

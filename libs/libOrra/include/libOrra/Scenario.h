@@ -63,7 +63,7 @@ struct ScenarioSensor {
     SensorKind kind = SensorKind::Accelerometer;
     std::string locator;
     std::string name;
-    std::string label;  // the kernel's label ("accel-base"), "" for none
+    std::string label;                    // the kernel's label ("accel-base"), "" for none
     std::vector<std::int32_t> states;     // one per GetState call, the last repeats
     std::vector<ScenarioUpdate> updates;  // one per update() call, the last repeats
     std::vector<MotionSegment> motion;

@@ -152,8 +152,8 @@ public:
     ScenarioSensor sensor(const json& v, const std::string& where) const {
         object(v, where);
         keys(v, where,
-             {"kind", "locator", "name", "label", "states", "updates", "motion", "heading", "readings",
-              "error", "faults", "poses", "mounting", "matrix", "modalias"});
+             {"kind", "locator", "name", "label", "states", "updates", "motion", "heading",
+              "readings", "error", "faults", "poses", "mounting", "matrix", "modalias"});
         ScenarioSensor s;
         if (!v.contains("kind"))
             fail(where + "/kind", "the sensor's kind");

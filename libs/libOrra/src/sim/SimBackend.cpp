@@ -207,9 +207,9 @@ void SimBackend::testStarting() {
     }
     if (!scenario_.stopAt || !stopDue_)
         return;
-    const auto due = vek::Clock::Duration(origin) +
-                     std::chrono::duration_cast<vek::Clock::Duration>(
-                         std::chrono::duration<double>(*scenario_.stopAt));
+    const auto due =
+        vek::Clock::Duration(origin) + std::chrono::duration_cast<vek::Clock::Duration>(
+                                           std::chrono::duration<double>(*scenario_.stopAt));
     stopTimer_->start([due, handler = stopDue_](StoppableThread& self) {
         if (self.waitUntil(vek::Clock::current(), due))
             handler();
