@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Com.h"
+#include "platform/WindowsNames.h"
 
 // Makes a thread's use of COM a scope: initialised (single-threaded apartment) when built,
 // uninitialised when destroyed if the initialisation succeeded. A local object of the thread

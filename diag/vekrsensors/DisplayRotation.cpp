@@ -1,6 +1,6 @@
 #include "DisplayRotation.h"
 
-#include "platform/Display.h"
+#include "platform/WindowsNames.h"
 #include "vek/Exception.h"
 
 namespace vekrsensors {

@@ -10,7 +10,7 @@
 #include "TestHelper.h"
 #include "comptr.h"
 #include "libLumo/GdiResourceManager.h"
-#include "platform/Display.h"
+#include "platform/WindowsNames.h"
 #include "vek/Logging.h"
 #include "vek/Stopwatch.h"
 #include "vek/System.h"

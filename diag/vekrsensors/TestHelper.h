@@ -5,7 +5,7 @@
 
 #include "kiva5/TestResult.h"
 #include "libOrra/Records.h"
-#include "platform/Sensors.h"
+#include "platform/WindowsNames.h"
 
 // Readiness check that every libOrra-based test runs before it reads data: asks the sensor
 // for its state, waits up to SensorStateTimeout seconds for one that is not yet ready, and

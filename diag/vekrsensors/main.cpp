@@ -1,5 +1,5 @@
 #include "kiva5/DiagModule.h"
-#include "platform/CWinApp.h"
+#include "platform/WindowsNames.h"
 
 // The process entry, as MFC's: the application object was built during static
 // initialisation; AfxWinMain runs its InitInstance and Run. Stop signals are taken first, so

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "kiva5/DiagModule.h"
-#include "platform/CWinApp.h"
+#include "platform/WindowsNames.h"
 
 // The application object: hands the command line and the module's version to the framework
 // and runs it. The process has exactly one, built last during static initialisation.

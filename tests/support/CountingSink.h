@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "platform/Sensors.h"
+#include "platform/WindowsNames.h"
 
 namespace vekr::testing {
 

@@ -6,8 +6,8 @@
 
 #include "CompassTarget.h"
 #include "LocalizedText.h"
-#include "platform/Display.h"
 #include "platform/Screen.h"
+#include "platform/WindowsNames.h"
 #include "vek/Logging.h"
 #include "vekrsensors.h"
 

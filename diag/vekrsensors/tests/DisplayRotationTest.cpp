@@ -6,8 +6,8 @@
 #include "Capture.h"
 #include "DisplayRotation.h"
 #include "ScratchDir.h"
-#include "platform/Display.h"
 #include "platform/Environment.h"
+#include "platform/WindowsNames.h"
 #include "vek/DynamicLibrary.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include "kiva5/DiagModule.h"
 #include "WithGui.h"
 #include "libOrra/SimBackend.h"
-#include "platform/Display.h"
+#include "platform/WindowsNames.h"
 #include "vek/Clock.h"
 #include "vekrsensors.h"
 

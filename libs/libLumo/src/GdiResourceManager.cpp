@@ -5,8 +5,8 @@
 #include <atomic>
 #include <optional>
 
-#include "platform/Display.h"
 #include "platform/Screen.h"
+#include "platform/WindowsNames.h"
 #include "vek/Logging.h"
 
 namespace {

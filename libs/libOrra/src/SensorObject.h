@@ -4,7 +4,7 @@
 #include <chrono>
 #include <mutex>
 
-#include "platform/Sensors.h"
+#include "platform/WindowsNames.h"
 
 namespace libOrra {
 

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+namespace platform {
+
 namespace {
 CWinApp* s_app = nullptr;
 std::vector<std::string>& processArgs() {
@@ -10,7 +12,7 @@ std::vector<std::string>& processArgs() {
 }
 }  // namespace
 
-void CCommandLineInfo::ParseParam(const char*, BOOL, BOOL) {}
+void CCommandLineInfo::ParseParam(const char*, int, int) {}
 
 CWinApp::CWinApp(const char* appName) : appName_(appName) {
     // Like MFC, the last application object constructed is the process's.
@@ -22,8 +24,8 @@ CWinApp::~CWinApp() {
         s_app = nullptr;
 }
 
-BOOL CWinApp::InitInstance() {
-    return TRUE;
+int CWinApp::InitInstance() {
+    return 1;  // nonzero: the entry goes on to Run
 }
 
 int CWinApp::Run() {
@@ -34,8 +36,8 @@ void CWinApp::ParseCommandLine(CCommandLineInfo& info) {
     const auto& args = processArgs();
     for (std::size_t i = 1; i < args.size(); ++i) {
         const std::string& a = args[i];
-        const BOOL flag = !a.empty() && (a[0] == '-' || a[0] == '/') ? TRUE : FALSE;
-        info.ParseParam(a.c_str(), flag, i + 1 == args.size() ? TRUE : FALSE);
+        const int flag = !a.empty() && (a[0] == '-' || a[0] == '/') ? 1 : 0;
+        info.ParseParam(a.c_str(), flag, i + 1 == args.size() ? 1 : 0);
     }
 }
 
@@ -58,3 +60,5 @@ int AfxWinMain(int argc, char** argv) {
         return app->ExitInstance();
     return app->Run();
 }
+
+}  // namespace platform

@@ -2,6 +2,8 @@
 
 #include "platform/Sensors.h"
 
+namespace platform {
+
 const IID IID_IUnknown = {0x00000000, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 const IID IID_ISensorEvents = {
     0x5D8DCC91, 0x4641, 0x47E7, {0xB7, 0xC3, 0xB7, 0x4F, 0x48, 0xA6, 0xC3, 0x91}};
@@ -22,12 +24,12 @@ HRESULT CoInitializeEx(void*, std::uint32_t model) {
     if (t_apartment.count == 0) {
         t_apartment.model = model;
         t_apartment.count = 1;
-        return S_OK;
+        return hr::ok;
     }
     if (t_apartment.model != model)
-        return RPC_E_CHANGED_MODE;
+        return hr::changedMode;
     ++t_apartment.count;
-    return S_FALSE;
+    return hr::okFalse;
 }
 
 HRESULT CoInitialize(void* reserved) {
@@ -38,3 +40,5 @@ void CoUninitialize() {
     if (t_apartment.count > 0)
         --t_apartment.count;
 }
+
+}  // namespace platform

@@ -18,16 +18,16 @@ bool platform::hasRotationProvider() {
     return static_cast<bool>(s_provider.get());
 }
 
-int EnumDisplaySettingsW(const wchar_t* deviceName, DWORD modeNum, DEVMODEW* mode) {
-    if (deviceName || modeNum != ENUM_CURRENT_SETTINGS || !mode)
+int platform::EnumDisplaySettingsW(const wchar_t* deviceName, DWORD modeNum, DEVMODEW* mode) {
+    if (deviceName || modeNum != enumCurrentSettings || !mode)
         return 0;
-    const platform::RotationProvider provider = s_provider.get();
+    const RotationProvider provider = s_provider.get();
     if (!provider)
         return 0;
     const std::optional<DWORD> rotation = provider();
     mode->dmFields = 0;
     if (rotation) {
-        mode->dmFields = DM_DISPLAYORIENTATION;
+        mode->dmFields = dm::displayOrientation;
         mode->dmDisplayOrientation = *rotation;
     }
     return 1;

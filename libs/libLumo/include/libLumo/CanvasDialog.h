@@ -9,7 +9,7 @@
 
 #include "libLumo/DialogTemplate.h"
 #include "libLumo/VekDialog.h"
-#include "platform/Hresult.h"
+#include "platform/WindowsNames.h"
 #include "vek/Logging.h"
 
 class QPainter;

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/CWinApp.h"
+#include "platform/WindowsNames.h"
 #include "vek/String.h"
 
 namespace libLumo {

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "libOrra/SensorBackend.h"
-#include "platform/Sensors.h"
+#include "platform/WindowsNames.h"
 #include "vek/Array.h"
 #include "vek/String.h"
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "libOrra/SensorKind.h"
-#include "platform/Sensors.h"
+#include "platform/WindowsNames.h"
 
 namespace libOrra {
 

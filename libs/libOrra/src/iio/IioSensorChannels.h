@@ -15,7 +15,7 @@
 #include "SysfsFile.h"
 #include "libOrra/IioBackend.h"
 #include "libOrra/SensorBackend.h"
-#include "platform/Sensors.h"
+#include "platform/WindowsNames.h"
 
 namespace libOrra::iio {
 

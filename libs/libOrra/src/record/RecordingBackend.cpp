@@ -3,8 +3,8 @@
 
 #include "../SensorObject.h"
 #include "libOrra/Recorder.h"
-#include "platform/Display.h"
 #include "platform/Screen.h"
+#include "platform/WindowsNames.h"
 
 // The recording decorator: a backend that hands out the inner backend's sensors and writes
 // every state, reading, proximity event and press to the recorder on the way.

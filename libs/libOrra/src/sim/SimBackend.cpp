@@ -7,8 +7,8 @@
 #include "../SensorObject.h"
 #include "../StoppableThread.h"
 #include "libOrra/IioAttribute.h"
-#include "platform/Display.h"
 #include "platform/Screen.h"
+#include "platform/WindowsNames.h"
 #include "vek/Clock.h"
 
 namespace libOrra {

@@ -5,11 +5,10 @@
 
 // The slice of the MFC application framework that the module is written against: one
 // application object, constructed during static initialisation, whose InitInstance and Run
-// the process entry calls in MFC's order.
+// the process entry calls in MFC's order. Where MFC has BOOL (a macro in some Windows headers)
+// these declarations have int: nonzero is true.
 
-using BOOL = int;
-inline constexpr BOOL TRUE = 1;
-inline constexpr BOOL FALSE = 0;
+namespace platform {
 
 class CWnd;
 
@@ -19,7 +18,7 @@ class CWnd;
 class CCommandLineInfo {
 public:
     virtual ~CCommandLineInfo() = default;
-    virtual void ParseParam(const char* param, BOOL flag, BOOL last);
+    virtual void ParseParam(const char* param, int flag, int last);
 };
 
 class CWinApp {
@@ -29,7 +28,7 @@ public:
     CWinApp(const CWinApp&) = delete;
     CWinApp& operator=(const CWinApp&) = delete;
 
-    virtual BOOL InitInstance();
+    virtual int InitInstance();
     virtual int Run();
     virtual int ExitInstance() { return 0; }
 
@@ -51,3 +50,5 @@ private:
 
 // The process entry: InitInstance, then Run when it succeeded; returns the exit code.
 int AfxWinMain(int argc, char** argv);
+
+}  // namespace platform

@@ -6,6 +6,8 @@
 
 // The slice of COM the module uses: interface identities, IUnknown, and per-thread apartments.
 
+namespace platform {
+
 struct GUID {
     std::uint32_t data1;
     std::uint16_t data2;
@@ -14,14 +16,14 @@ struct GUID {
     bool operator==(const GUID& other) const = default;
 };
 using IID = GUID;
-using REFIID = const IID&;
 using ULONG = std::uint32_t;
 
 extern const IID IID_IUnknown;
 
+// QueryInterface takes the identity as REFIID (a macro in the Windows headers), spelled out.
 class IUnknown {
 public:
-    virtual HRESULT QueryInterface(REFIID riid, void** ppv) = 0;
+    virtual HRESULT QueryInterface(const IID& riid, void** ppv) = 0;
     virtual ULONG AddRef() = 0;
     virtual ULONG Release() = 0;
 
@@ -34,10 +36,12 @@ enum COINIT : std::uint32_t {
     COINIT_MULTITHREADED = 0x0,
 };
 
-// Each thread has its own apartment: the first successful initialisation answers S_OK, every
-// further one with the same model S_FALSE (and must be balanced by CoUninitialize), one with
-// the other model RPC_E_CHANGED_MODE (not to be balanced). CoUninitialize without a matching
-// successful initialisation is ignored.
+// Each thread has its own apartment: the first successful initialisation answers hr::ok,
+// every further one with the same model hr::okFalse (and must be balanced by CoUninitialize),
+// one with the other model hr::changedMode (not to be balanced). CoUninitialize without a
+// matching successful initialisation is ignored.
 HRESULT CoInitialize(void* reserved);
 HRESULT CoInitializeEx(void* reserved, std::uint32_t model);
 void CoUninitialize();
+
+}  // namespace platform

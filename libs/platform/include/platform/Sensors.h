@@ -7,6 +7,8 @@
 // The sensor interfaces the module talks to. Each backend (Linux IIO, the simulated machine)
 // implements ISensor; events arrive at the attached ISensorEvents on the backend's own thread.
 
+namespace platform {
+
 enum SensorState : std::int32_t {
     SENSOR_STATE_READY = 0,
     SENSOR_STATE_NOT_AVAILABLE = 1,
@@ -50,3 +52,5 @@ public:
 protected:
     ~ISensorEvents() = default;
 };
+
+}  // namespace platform
