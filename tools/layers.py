@@ -22,11 +22,15 @@ LAYERS = {
     "libTarra": ("libs/libTarra", {"libOrra", "platform", "vek"}),
     "kiva5": ("libs/kiva5", {"libOrra", "platform", "vek"}),
     "libLumo": ("libs/libLumo", {"platform", "vek"}),
-    "module": ("diag/vekrsensors",
-               {"vek", "platform", "comptr", "libOrra", "libTarra", "kiva5", "libLumo"}),
+    # The module's Qt-free core, and its dialogs (the plugin), which may call the core.
+    "core": ("diag/vekrsensors/core",
+             {"vek", "platform", "comptr", "libOrra", "libTarra", "kiva5", "libLumo"}),
+    "dialogs": ("diag/vekrsensors/dialogs",
+                {"core", "vek", "platform", "comptr", "libOrra", "libTarra", "kiva5", "libLumo"}),
 }
-# How an include names a layer: its folder prefix, or comptr's one header.
-PREFIXES = {name: name + "/" for name in LAYERS if name not in ("comptr", "module")}
+# Where includes are looked for besides the includer's folder.
+INCLUDE_DIRS = [folder + "/include" for folder, _ in LAYERS.values()] + [
+    "common/COM", "diag/vekrsensors/core", "diag/vekrsensors/dialogs"]
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
 LEFT_OUT = re.compile(r"(^|/)(tests?|bench|fuzz)/")
 
@@ -36,23 +40,12 @@ def layer_of(path):
     for name, (folder, _) in LAYERS.items():
         if rel.startswith(folder + "/"):
             return name
-    return None
-
-
-def layer_named(include):
-    if include == "comptr.h":
-        return "comptr"
-    for name, prefix in PREFIXES.items():
-        if include.startswith(prefix):
-            return name
-    return None
+    return None  # a file outside the layers (a generated header, a test's)
 
 
 def resolve(path, include):
     """The file an include means: beside the includer, else under a layer's include folder."""
-    candidates = [path.parent / include]
-    candidates += [TOP / folder / "include" / include for folder, _ in LAYERS.values()]
-    candidates += [TOP / "common/COM" / include]
+    candidates = [path.parent / include] + [TOP / d / include for d in INCLUDE_DIRS]
     for c in candidates:
         if c.is_file():
             return c.resolve()
@@ -68,12 +61,13 @@ def main():
         own = layer_of(path)
         edges = []
         for include in INCLUDE.findall(path.read_text(errors="replace")):
-            target = layer_named(include)
+            resolved = resolve(path, include)
+            if not resolved:
+                continue
+            target = layer_of(resolved)
             if target and target != own and target not in LAYERS[own][1]:
                 breaches.append(f"{path.relative_to(TOP)}: {own} includes {include} ({target})")
-            resolved = resolve(path, include)
-            if resolved:
-                edges.append(resolved)
+            edges.append(resolved)
         graph[path.resolve()] = edges
     # Depth-first search for a header reached again from itself.
     state = {}

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "OrientationSession.h"
+#include "Orientation/OrientationSession.h"
 #include "libLumo/CanvasDialog.h"
 
 namespace vekrsensors {
