@@ -3,6 +3,8 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/ComPtr.h"
+
 namespace libOrra {
 namespace {
 
@@ -52,14 +54,13 @@ std::vector<DeviceEntry> SensorBackend::devices() {
 
 SensorRecord::SensorRecord(std::unique_ptr<SensorDevice> device, const SensorInfo& info)
     : m_osLocator(info.locator), m_friendlyName(info.name), device_(std::move(device)) {
-    m_pSensor = device_ ? device_->sensor() : nullptr;
-    if (m_pSensor)
-        m_pSensor->AddRef();
+    // The record's own reference, taken here and given back by the destructor; m_pSensor is
+    // the raw view the tests call through.
+    m_pSensor = platform::ComPtr<ISensor>(device_ ? device_->sensor() : nullptr).detach();
 }
 
 SensorRecord::~SensorRecord() {
-    if (m_pSensor)
-        m_pSensor->Release();
+    const auto held = platform::ComPtr<ISensor>::adopt(m_pSensor);
     m_pSensor = nullptr;
 }
 

@@ -4,9 +4,13 @@
 #include <chrono>
 #include <mutex>
 
+#include "platform/ComPtr.h"
 #include "platform/WindowsNames.h"
 
 namespace libOrra {
+
+// The backends hold their sensor objects by ComPtr.
+using platform::ComPtr;
 
 // The COM face shared by the backends' sensors: a heap object counted by AddRef/Release, with
 // one attachable event sink. Subclasses say what the state is; notifyData() hands a data

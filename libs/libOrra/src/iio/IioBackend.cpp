@@ -46,7 +46,10 @@ constexpr const char* kLoggerName = "libOrra.iio";
 // device's sampling frequency and reports each sample to the sink.
 class IioSensorObject final : public SensorObject {
 public:
-    explicit IioSensorObject(std::shared_ptr<Channels> channels) : channels_(std::move(channels)) {}
+    // A new sensor object over `channels`, held by the one reference it starts with.
+    static ComPtr<IioSensorObject> create(std::shared_ptr<Channels> channels) {
+        return ComPtr<IioSensorObject>::adopt(new IioSensorObject(std::move(channels)));
+    }
     ~IioSensorObject() override { stopEvents(); }
 
     HRESULT GetState(::SensorState* state) override {
@@ -108,6 +111,8 @@ protected:
     }
 
 private:
+    explicit IioSensorObject(std::shared_ptr<Channels> channels) : channels_(std::move(channels)) {}
+
     void startEvents() {
         if (events_.running())
             return;
@@ -130,16 +135,13 @@ private:
 class IioDevice final : public SensorDevice {
 public:
     explicit IioDevice(std::shared_ptr<Channels> channels)
-        : sensor_(new IioSensorObject(std::move(channels))) {}
-    ~IioDevice() override {
-        sensor_->close();
-        sensor_->Release();
-    }
-    ISensor* sensor() override { return sensor_; }
+        : sensor_(IioSensorObject::create(std::move(channels))) {}
+    ~IioDevice() override { sensor_->close(); }
+    ISensor* sensor() override { return sensor_.get(); }
     bool read(Sample& out) override { return sensor_->sample(out).value_or(false); }
 
 private:
-    IioSensorObject* sensor_;
+    ComPtr<IioSensorObject> sensor_;
 };
 
 // Proximity from IIO: a time-of-flight ranger gives millimetres and sees something while the
@@ -147,11 +149,10 @@ private:
 class IioProximityStream final : public ProximityStream {
 public:
     explicit IioProximityStream(std::shared_ptr<Channels> ch)
-        : sensor_(new IioSensorObject(std::move(ch))) {}
+        : sensor_(IioSensorObject::create(std::move(ch))) {}
     ~IioProximityStream() override {
         stop();
         sensor_->close();
-        sensor_->Release();
     }
 
     bool start(ReadingFn onReading, ErrorFn onError) override {
@@ -175,17 +176,16 @@ public:
     void stop() override { thread_.stop(); }
 
 private:
-    IioSensorObject* sensor_;
-    StoppableThread thread_;
+    ComPtr<IioSensorObject> sensor_;
+    StoppableThread thread_;  // last member: stopped before the sensor goes
 };
 
 }  // namespace
 
 std::optional<bool> iio::sampleOnce(const std::shared_ptr<Channels>& channels, Sample& out) {
-    auto* sensor = new IioSensorObject(channels);  // counted: Release() below deletes it
+    const auto sensor = IioSensorObject::create(channels);
     const auto read = sensor->sample(out);
     sensor->close();
-    sensor->Release();
     return read;
 }
 

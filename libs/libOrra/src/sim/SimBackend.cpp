@@ -74,9 +74,10 @@ private:
 class SimDevice final : public SensorDevice {
 public:
     SimDevice(std::shared_ptr<SimBackend> backend, std::size_t index)
-        : backend_(backend), index_(index), sensor_(new SimSensorObject(backend, index)) {}
-    ~SimDevice() override { sensor_->Release(); }
-    ISensor* sensor() override { return sensor_; }
+        : backend_(backend),
+          index_(index),
+          sensor_(ComPtr<SimSensorObject>::adopt(new SimSensorObject(backend, index))) {}
+    ISensor* sensor() override { return sensor_.get(); }
     bool read(Sample& out) override {
         if (!backend_->nextSample(index_, out))
             return false;
@@ -87,7 +88,7 @@ public:
 private:
     std::shared_ptr<SimBackend> backend_;
     std::size_t index_;
-    SimSensorObject* sensor_;
+    ComPtr<SimSensorObject> sensor_;
 };
 
 // Delivers the scenario's proximity readings at their times after start(), then its error.
