@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "DeviceHolders.h"
+#include "IioConversion.h"
 #include "UdevProperties.h"
 #include "libOrra/IioAttribute.h"
 #include "vek/Logging.h"
@@ -28,12 +29,6 @@ std::chrono::milliseconds readTimeout() {
 std::string errorText(int err) {
     return err == EINVAL ? "not a finite number" : std::generic_category().message(err);
 }
-
-// A unitless proximity channel (reflected light: larger is nearer) reports a relative
-// distance, kRelativeScale / value clamped to 1..kReachMm: a hand that moves makes it change
-// in the same proportion as the raw value, which is all the test's band needs.
-constexpr double kReachMm = 2000.0;
-constexpr double kRelativeScale = 100000.0;
 
 // The names in a device folder, and those of its buffer's channels as "scan_elements/<name>".
 // Listing a sysfs folder never reaches the driver, so it needs no bound.
@@ -165,7 +160,7 @@ iio::Matrix3 Channels::chooseMountMatrix() {
     return iio::kIdentity;
 }
 
-std::size_t Channels::sourceAxis(std::size_t i, const double (&unmounted)[3]) const {
+std::size_t Channels::sourceAxis(std::size_t i, const std::array<double, 3>& unmounted) const {
     if (axes.size() != 3)
         return 0;
     std::size_t best = 0;
@@ -178,7 +173,7 @@ std::size_t Channels::sourceAxis(std::size_t i, const double (&unmounted)[3]) co
     return best;
 }
 
-bool Channels::implausible(double value, std::size_t axis, const double (&raw)[3]) {
+bool Channels::implausible(double value, std::size_t axis, double raw) {
     lastError = ERANGE;
     const iio::AxisPlan& a = plan.axes[axis];
     const iio::Plausible& bounds = plan.row->plausible;
@@ -192,9 +187,9 @@ bool Channels::implausible(double value, std::size_t axis, const double (&raw)[3
     if (scaled)
         from << a.scale << " " << axes[axis].scale;
     else
-        from << a.value << " " << raw[axis];
+        from << a.value << " " << raw;
     std::ostringstream line;
-    line << device() << " (" << name << "): " << a.value << " " << raw[axis];
+    line << device() << " (" << name << "): " << a.value << " " << raw;
     if (a.raw && !a.offset.empty())
         line << " + " << a.offset << " " << axes[axis].offset;
     if (scaled)
@@ -237,83 +232,48 @@ bool Channels::chooseNearLevel() {
     return true;
 }
 
+bool Channels::readNumbers(std::array<AxisNumbers, 3>& out) {
+    std::vector<std::int64_t> scan;
+    int err = 0;
+    if (buffer && !buffer->latest(scan, readTimeout() / 2, err))
+        return fail(err, node);
+    for (std::size_t i = 0; i < axes.size() && i < 3; ++i) {
+        double value = 0.0;
+        if (buffer) {
+            value = static_cast<double>(scan[i]);
+        } else if (const auto v = axes[i].value.readNumber()) {
+            value = *v;
+        } else {
+            return fail(axes[i].value.error(), axes[i].value.path());
+        }
+        // A buffered axis is raw by its plan: the scan holds the device's counts.
+        out[i] = {value, plan.axes[i].raw, axes[i].scale, axes[i].offset};
+    }
+    return true;
+}
+
 bool Channels::read(Sample& out) {
     if (!opened && !open())
         return false;
-    double raw[3] = {0, 0, 0};
-    double v[3] = {0, 0, 0};
-    if (buffer) {
-        std::vector<std::int64_t> scan;
-        int err = 0;
-        if (!buffer->latest(scan, readTimeout() / 2, err))
-            return fail(err, node);
-        for (std::size_t i = 0; i < axes.size() && i < 3; ++i) {
-            raw[i] = static_cast<double>(scan[i]);
-            v[i] = (raw[i] + axes[i].offset) * axes[i].scale;
-        }
-    } else {
-        for (std::size_t i = 0; i < axes.size() && i < 3; ++i) {
-            const auto value = axes[i].value.readNumber();
-            if (!value)
-                return fail(axes[i].value.error(), axes[i].value.path());
-            raw[i] = *value;
-            v[i] = plan.axes[i].raw ? (*value + axes[i].offset) * axes[i].scale : *value;
-        }
-    }
-    for (std::size_t i = 0; i < axes.size() && i < 3; ++i) {
-        if (!std::isfinite(v[i]))
+    std::array<AxisNumbers, 3> numbers;
+    if (!readNumbers(numbers))
+        return false;
+    const std::size_t count = std::min<std::size_t>(axes.size(), 3);
+    const Conversion c = convert(*plan.row, std::span(numbers).first(count), mount, nearLevel);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!std::isfinite(c.channel[i]))
             return fail(EINVAL, dir / plan.axes[i].value);
     }
-    const double unmounted[3] = {v[0], v[1], v[2]};
-    if (axes.size() == 3) {
-        double m[3];
-        for (int r = 0; r < 3; ++r) {
-            m[r] = mount[r * 3] * v[0] + mount[r * 3 + 1] * v[1] + mount[r * 3 + 2] * v[2];
-        }
-        std::copy(m, m + 3, v);
-    }
     const iio::Plausible& bounds = plan.row->plausible;
-    for (std::size_t i = 0; i < axes.size() && i < 3; ++i) {
-        const double value = v[i] * plan.row->factor;
-        if (value < bounds.low || value > bounds.high)
-            return implausible(value, sourceAxis(i, unmounted), raw);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (c.module[i] < bounds.low || c.module[i] > bounds.high) {
+            const std::size_t from = sourceAxis(i, c.channel);
+            return implausible(c.module[i], from, numbers[from].value);
+        }
     }
     lastError = 0;
     lastLogged.clear();
-    const double factor = plan.row->factor;
-    switch (plan.row->role) {
-        case iio::Role::Vector:
-            out.x = v[0] * factor, out.y = v[1] * factor, out.z = v[2] * factor;
-            out.kind = 2;
-            break;
-        case iio::Role::Heading: {
-            const double h = std::fmod(v[0] * factor, 360.0);
-            out.heading = h < 0 ? h + 360.0 : h;
-            out.headingValid = true;
-            break;
-        }
-        case iio::Role::Field: {
-            // Device flat, y up the screen: the heading of the y axis from magnetic north.
-            const double h = std::atan2(-v[0], v[1]) * 180.0 / 3.14159265358979323846;
-            out.heading = h < 0 ? h + 360.0 : h;
-            out.headingValid = v[0] != 0.0 || v[1] != 0.0;
-            out.x = v[0], out.y = v[1], out.z = v[2];
-            break;
-        }
-        case iio::Role::Lux:
-            out.lux = static_cast<float>(v[0] * factor);
-            break;
-        case iio::Role::Distance: {
-            const double mm = v[0] * factor;
-            out.detected = mm > 0.0 && mm <= kReachMm;
-            out.x = out.detected ? mm : 0.0;
-            break;
-        }
-        case iio::Role::Presence:
-            out.detected = nearLevel ? v[0] >= *nearLevel : v[0] > 0.0;
-            out.x = out.detected ? std::clamp(kRelativeScale / v[0], 1.0, kReachMm) : 0.0;
-            break;
-    }
+    out = c.sample;
     return true;
 }
 

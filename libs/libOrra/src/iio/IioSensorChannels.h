@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -12,6 +13,7 @@
 
 #include "BufferStream.h"
 #include "IioChannels.h"
+#include "IioConversion.h"
 #include "SysfsFile.h"
 #include "libOrra/IioBackend.h"
 #include "libOrra/SensorBackend.h"
@@ -107,18 +109,24 @@ struct Channels {
     iio::Matrix3 chooseMountMatrix();
 
     // The axis whose reading made most of corrected axis `i` (the matrix mixes them).
-    std::size_t sourceAxis(std::size_t i, const double (&unmounted)[3]) const;
+    std::size_t sourceAxis(std::size_t i, const std::array<double, 3>& unmounted) const;
 
     // A reading that no part of its kind can give: the update fails as for a number that is
     // not finite. The log names the attribute, the raw value, the scale and offset and the
-    // result, once per attribute; the run's note says it in a technician's words.
-    bool implausible(double value, std::size_t axis, const double (&raw)[3]);
+    // result, once per attribute; the run's note says it in a technician's words. `raw` is
+    // the number the device gave for `axis`.
+    bool implausible(double value, std::size_t axis, double raw);
 
     // The driver's near level, else udev's PROXIMITY_NEAR_LEVEL; without either the sensor
     // sees something above zero, and the report says so.
     bool chooseNearLevel();
 
-    // Reads one sample; false (with lastError) when the sensor cannot be read.
+    // Each axis's numbers as the device gives them now (the buffer's latest scan or the value
+    // attributes), with the scale and offset read at open; false as for read().
+    bool readNumbers(std::array<AxisNumbers, 3>& out);
+
+    // Reads one sample (the arithmetic is convert()'s); false (with lastError) when the sensor
+    // cannot be read or its reading is not finite or not plausible.
     bool read(Sample& out);
 };
 
