@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <thread>
@@ -257,6 +259,56 @@ TEST_F(Iio, MountingNamesTheMatrixTheParentAndTheMachine) {
     EXPECT_EQ(m->dmiVendor, "ASUSTeKCOMPUTERINC.");
     EXPECT_EQ(m->dmiProduct, "T100TA");
     EXPECT_EQ(m->node, "/dev/iio:device0");
+}
+
+// The device report names each number by the attribute it came from and that attribute's place
+// in the kernel's naming, for each place a driver may publish it in (the channel table's
+// variants, as in iio_cases.json).
+TEST_F(Iio, ExplainNamesEachNumbersAttributeAndItsPlace) {
+    struct Row {
+        SensorKind kind;
+        std::map<std::string, std::string> attributes;
+        const char* line;
+    };
+    const Row rows[] = {
+        {SensorKind::Accelerometer,
+         {{"in_accel_x_raw", "1"},
+          {"in_accel_y_raw", "0"},
+          {"in_accel_z_raw", "0"},
+          {"in_accel_x_scale", "0.5"},
+          {"in_accel_scale", "7"},
+          {"in_accel_x_offset", "2"}},
+         "x: in_accel_x_raw, scale in_accel_x_scale (channel) 0.5, offset in_accel_x_offset "
+         "(channel) 2"},
+        {SensorKind::Accelerometer,
+         {{"in_accel_x_raw", "1"},
+          {"in_accel_y_raw", "0"},
+          {"in_accel_z_raw", "0"},
+          {"in_scale", "0.25"},
+          {"scale", "9"},
+          {"offset", "0"}},
+         "x: in_accel_x_raw, scale in_scale (direction) 0.25, offset offset (shared) 0"},
+        {SensorKind::Light,
+         {{"in_illuminance0_raw", "400"},
+          {"in_illuminance0_scale", "0.5"},
+          {"in_illuminance_scale", "9"}},
+         "value: in_illuminance0_raw, scale in_illuminance0_scale (channel) 0.5, offset none"},
+        {SensorKind::Proximity,
+         {{"in_proximity0_raw", "50"}, {"in_proximity0_nearlevel", "50"}},
+         "near level: in_proximity0_nearlevel (channel) 50"},
+        {SensorKind::Proximity,
+         {{"in_proximity_raw", "50"}, {"nearlevel", "40"}},
+         "near level: nearlevel (shared) 40"},
+    };
+    int n = 0;
+    for (const Row& row : rows) {
+        sysfs_.addDevice(n, "d", row.attributes);
+        const auto lines = backend_->explain(row.kind, backend_->sensors().at(0).locator);
+        EXPECT_NE(std::find(lines.begin(), lines.end(), row.line), lines.end())
+            << row.line << "\n"
+            << testing::PrintToString(lines);
+        fs::remove_all(sysfs_.device(n++));
+    }
 }
 
 TEST_F(Iio, NoIioBusIsAMachineWithoutSensors) {

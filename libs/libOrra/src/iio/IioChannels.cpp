@@ -102,23 +102,28 @@ bool threeAxes(const ChannelRow& row) {
     return row.role == Role::Vector || row.role == Role::Field;
 }
 
-// The first name of `names` that the device has; empty when none.
-std::string firstPresent(const FileNames& files, std::initializer_list<std::string> names) {
-    for (const auto& n : names) {
-        if (files.contains(n))
-            return n;
+// The first of `candidates` that the device has, with its place; empty when none.
+InfoAttribute firstPresent(const FileNames& files,
+                           std::initializer_list<InfoAttribute> candidates) {
+    for (const auto& c : candidates) {
+        if (files.contains(c.name))
+            return c;
     }
     return {};
 }
 
 // Scale or offset of a raw channel, in the kernel's order: the channel's own ("in_accel_x_"),
 // its type's ("in_accel_"), its direction's ("in_"), then shared by all (cros-ec publishes
-// one plain "scale" for every axis).
-std::string infoFor(const FileNames& files, const std::string& stem, std::string_view type,
-                    const char* info) {
-    const std::string t(type);
-    return firstPresent(files, {stem + "_" + info, "in_" + t + "_" + info,
-                                std::string("in_") + info, std::string(info)});
+// one plain "scale" for every axis). An unindexed channel without a modifier has its type's
+// name ("in_illuminance_scale"), and the report calls that the type's.
+InfoAttribute infoFor(const FileNames& files, const std::string& stem, std::string_view type,
+                      const char* info) {
+    const std::string own = stem + "_" + info;
+    const std::string typeWide = "in_" + std::string(type) + "_" + info;
+    return firstPresent(files, {{own, own == typeWide ? "type" : "channel"},
+                                {typeWide, "type"},
+                                {std::string("in_") + info, "direction"},
+                                {std::string(info), "shared"}});
 }
 
 // "in_accel_x_raw" -> "in_accel_x".
@@ -189,16 +194,12 @@ std::optional<ChannelPlan> planChannels(const ChannelRow& row, const FileNames& 
         if (files.contains(m))
             plan.mountMatrices.push_back(m);
     }
-    if (auto f = firstPresent(files, {"in_" + type + "_sampling_frequency", "sampling_frequency"});
-        !f.empty()) {
-        plan.frequency = f;
-    }
+    plan.frequency = firstPresent(
+        files, {{"in_" + type + "_sampling_frequency", "type"}, {"sampling_frequency", "shared"}});
     if (row.role == Role::Presence) {
-        if (auto n = firstPresent(
-                files, {"in_proximity_nearlevel", "in_proximity0_nearlevel", "nearlevel"});
-            !n.empty()) {
-            plan.nearLevel = n;
-        }
+        plan.nearLevel = firstPresent(files, {{"in_proximity_nearlevel", "type"},
+                                              {"in_proximity0_nearlevel", "channel"},
+                                              {"nearlevel", "shared"}});
     }
     return plan;
 }

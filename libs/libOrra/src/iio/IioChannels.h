@@ -45,14 +45,28 @@ struct ChannelRow {
 
 const std::vector<ChannelRow>& channelTable();
 
+// An info attribute chosen among the kernel's places for it, with the place it was found in:
+// the channel's own ("in_accel_x_scale"), its type's ("in_accel_scale"), its direction's
+// ("in_scale") or one shared by all ("scale"). The choice is made once, from the file names,
+// and carries its place so that the device report names it as it is. Empty when the device
+// has none.
+struct InfoAttribute {
+    std::string name;
+    std::string_view place;  // "channel", "type", "direction", "shared"
+
+    bool empty() const { return name.empty(); }
+    // "in_accel_scale (type)"; "none" when empty.
+    std::string source() const { return empty() ? "none" : name + " (" + std::string(place) + ")"; }
+};
+
 // How one axis of a sensor is read: a sysfs value attribute, or a channel of the buffer.
 struct AxisPlan {
     std::string value;  // "in_accel_x_raw"; for a buffered axis the scan name "in_accel_x"
     bool raw = false;   // (raw + offset) * scale; an _input is already in the channel's unit
     // The scale and offset attributes in force: the first of the kernel's places that the
-    // device has (per channel, per type, per direction, shared by all); empty when none.
-    std::string scale;
-    std::string offset;
+    // device has (per channel, per type, per direction, shared by all).
+    InfoAttribute scale;
+    InfoAttribute offset;
 };
 
 // Everything needed to open one sensor, decided from the device folder's file names alone, so
@@ -62,8 +76,8 @@ struct ChannelPlan {
     bool buffered = false;
     std::vector<AxisPlan> axes;              // three for vectors and fields, else one
     std::vector<std::string> mountMatrices;  // present candidates, best first
-    std::optional<std::string> frequency;    // sampling frequency attribute
-    std::optional<std::string> nearLevel;    // proximity near level attribute
+    InfoAttribute frequency;                 // sampling frequency attribute
+    InfoAttribute nearLevel;                 // proximity near level attribute
 };
 
 // The names in one device folder (and "scan_elements/<name>" for its buffer's channels).

@@ -36,20 +36,6 @@ using iio::readTimeout;
 
 namespace {
 
-// Where an info attribute sits in the kernel's naming (`info` is "scale", "offset",
-// "sampling_frequency", "nearlevel"): the channel's own, its type's, its direction's, or one
-// shared by all channels.
-std::string origin(const std::string& attribute, const iio::ChannelRow& row, const char* info) {
-    if (attribute.empty())
-        return "none";
-    const std::string type = "in_" + std::string(row.type) + "_" + info;
-    const std::string where = attribute == type                        ? "type"
-                              : attribute == std::string("in_") + info ? "direction"
-                              : attribute == info                      ? "shared"
-                                                                       : "channel";
-    return attribute + " (" + where + ")";
-}
-
 std::string number(double v) {
     std::ostringstream out;
     out << std::setprecision(6) << v;
@@ -98,21 +84,19 @@ std::vector<std::string> IioBackend::explain(SensorKind kind, const std::string&
             std::string line = f.plan.axes.size() == 3 ? std::string(kAxes[i]) + ": " : "value: ";
             line += f.plan.buffered ? "buffer scan_elements/" + a.value : a.value;
             if (a.raw) {
-                line += ", scale " + origin(a.scale, row, "scale");
+                line += ", scale " + a.scale.source();
                 if (read && !a.scale.empty())
                     line += " " + number(ch->axes[i].scale);
-                line += ", offset " + origin(a.offset, row, "offset");
+                line += ", offset " + a.offset.source();
                 if (read && !a.offset.empty())
                     line += " " + number(ch->axes[i].offset);
             }
             lines.push_back(line);
         }
         if (f.plan.axes.size() == 3)
-            lines.push_back("mount matrix: " + (read ? ch->mountSource : std::string("not read")));
-        lines.push_back(
-            "sampling frequency: " +
-            (f.plan.frequency ? origin(*f.plan.frequency, row, "sampling_frequency") : "none") +
-            (read ? ", reads at " + number(ch->frequency.load()) + " Hz" : ""));
+            lines.push_back("mount matrix: " + (read ? ch->mount.source : std::string("not read")));
+        lines.push_back("sampling frequency: " + f.plan.frequency.source() +
+                        (read ? ", reads at " + number(ch->frequency.load()) + " Hz" : ""));
         if (row.role == iio::Role::Presence)
             lines.push_back("near level: " + (read ? ch->nearSource : std::string("not read")) +
                             (read && ch->nearLevel ? " " + number(*ch->nearLevel) : ""));
@@ -159,8 +143,8 @@ std::optional<Mounting> IioBackend::mounting(const std::string& locator) {
         const bool read = iio::sampleOnce(ch, s).has_value();
         Mounting m;
         if (read) {
-            m.applied = ch->mount;
-            m.source = ch->mountSource;
+            m.applied = ch->mount.value;
+            m.source = ch->mount.source;
         }
         const auto identity =
             vek::callWithin(readTimeout(), [dir = fs::path(f.locator), root = root_] {

@@ -111,14 +111,16 @@ bool Channels::open() {
         Axis axis{plan.buffered ? iio::SysfsFile() : iio::SysfsFile(dir / a.value), 1.0, 0.0};
         if (!plan.buffered && !axis.value.open())
             return fail(axis.value.error(), axis.value.path());
-        if (a.raw && (!readInfo(a.scale, axis.scale) || !readInfo(a.offset, axis.offset)))
+        if (a.raw &&
+            (!readInfo(a.scale.name, axis.scale) || !readInfo(a.offset.name, axis.offset))) {
             return false;
+        }
         axes.push_back(std::move(axis));
     }
     mount = chooseMountMatrix();
-    if (plan.frequency) {
+    if (!plan.frequency.empty()) {
         int err = 0;
-        const auto text = iio::readAttribute(dir / *plan.frequency, err);
+        const auto text = iio::readAttribute(dir / plan.frequency.name, err);
         const auto f = text ? iio::parseNumber(*text) : std::nullopt;
         if (f && *f > 0)
             frequency.store(std::clamp(*f, 1.0, 100.0));
@@ -129,16 +131,14 @@ bool Channels::open() {
     return true;
 }
 
-iio::Matrix3 Channels::chooseMountMatrix() {
-    mountSource = "none (identity)";
+Sourced<iio::Matrix3> Channels::chooseMountMatrix() {
+    const Sourced<iio::Matrix3> none{iio::kIdentity, "none (identity)"};
     if (plan.axes.size() != 3)
-        return iio::kIdentity;
+        return none;
     if (plan.row->kind == SensorKind::Accelerometer) {
         if (auto text = iio::udevProperty(locator, "ACCEL_MOUNT_MATRIX")) {
-            if (auto m = iio::parseMountMatrix(*text)) {
-                mountSource = "udev ACCEL_MOUNT_MATRIX \"" + *text + "\"";
-                return *m;
-            }
+            if (auto m = iio::parseMountMatrix(*text))
+                return {*m, "udev ACCEL_MOUNT_MATRIX \"" + *text + "\""};
             LOG(vek::kLogWarning, device() << ": udev ACCEL_MOUNT_MATRIX \"" << *text
                                            << "\" is not a usable mount matrix; passed over");
         }
@@ -150,14 +150,12 @@ iio::Matrix3 Channels::chooseMountMatrix() {
             LOG(vek::kLogWarning, device() << ": " << candidate << ": " << errorText(err));
             continue;
         }
-        if (auto m = iio::parseMountMatrix(*text)) {
-            mountSource = candidate + " \"" + *text + "\"";
-            return *m;
-        }
+        if (auto m = iio::parseMountMatrix(*text))
+            return {*m, candidate + " \"" + *text + "\""};
         LOG(vek::kLogWarning, device() << ": " << candidate << " \"" << *text
                                        << "\" is not a usable mount matrix; passed over");
     }
-    return iio::kIdentity;
+    return none;
 }
 
 std::size_t Channels::sourceAxis(std::size_t i, const std::array<double, 3>& unmounted) const {
@@ -165,8 +163,8 @@ std::size_t Channels::sourceAxis(std::size_t i, const std::array<double, 3>& unm
         return 0;
     std::size_t best = 0;
     for (std::size_t c = 1; c < 3; ++c) {
-        if (std::abs(mount[i * 3 + c] * unmounted[c]) >
-            std::abs(mount[i * 3 + best] * unmounted[best])) {
+        if (std::abs(mount.value[i * 3 + c] * unmounted[c]) >
+            std::abs(mount.value[i * 3 + best] * unmounted[best])) {
             best = c;
         }
     }
@@ -185,15 +183,15 @@ bool Channels::implausible(double value, std::size_t axis, double raw) {
     result << std::setprecision(4) << bounds.quantity << " of " << value << " " << bounds.unit;
     const bool scaled = a.raw && !a.scale.empty();
     if (scaled)
-        from << a.scale << " " << axes[axis].scale;
+        from << a.scale.name << " " << axes[axis].scale;
     else
         from << a.value << " " << raw;
     std::ostringstream line;
     line << device() << " (" << name << "): " << a.value << " " << raw;
     if (a.raw && !a.offset.empty())
-        line << " + " << a.offset << " " << axes[axis].offset;
+        line << " + " << a.offset.name << " " << axes[axis].offset;
     if (scaled)
-        line << " x " << a.scale << " " << axes[axis].scale;
+        line << " x " << a.scale.name << " " << axes[axis].scale;
     line << " gives " << result.str() << ", outside " << bounds.low << ".." << bounds.high
          << ": readings not used";
     LOG(vek::kLogError, line.str());
@@ -206,14 +204,12 @@ bool Channels::implausible(double value, std::size_t axis, double raw) {
 bool Channels::chooseNearLevel() {
     nearLevel.reset();
     nearSource = "none (anything above 0 is near)";
-    if (plan.nearLevel) {
+    if (!plan.nearLevel.empty()) {
         double level = 0.0;
-        if (!readInfo(*plan.nearLevel, level))
+        if (!readInfo(plan.nearLevel.name, level))
             return false;
         nearLevel = level;
-        nearSource = *plan.nearLevel + (plan.nearLevel->starts_with("in_proximity_") ? " (type)"
-                                        : plan.nearLevel->starts_with("in_")         ? " (channel)"
-                                                                                     : " (shared)");
+        nearSource = plan.nearLevel.source();
         return true;
     }
     if (auto text = iio::udevProperty(locator, "PROXIMITY_NEAR_LEVEL")) {
@@ -259,7 +255,8 @@ bool Channels::read(Sample& out) {
     if (!readNumbers(numbers))
         return false;
     const std::size_t count = std::min<std::size_t>(axes.size(), 3);
-    const Conversion c = convert(*plan.row, std::span(numbers).first(count), mount, nearLevel);
+    const Conversion c =
+        convert(*plan.row, std::span(numbers).first(count), mount.value, nearLevel);
     for (std::size_t i = 0; i < count; ++i) {
         if (!std::isfinite(c.channel[i]))
             return fail(EINVAL, dir / plan.axes[i].value);

@@ -51,6 +51,15 @@ private:
     std::map<std::string, std::vector<DeviceNote>> notes_;
 };
 
+// A calibration value chosen when the sensor opens, with the attribute or udev property it came
+// from as the device report and the orientation check name it ("udev ACCEL_MOUNT_MATRIX \"...\"",
+// "in_mount_matrix \"...\"", "none (identity)").
+template <typename T>
+struct Sourced {
+    T value;
+    std::string source;
+};
+
 // How long one sysfs access may take before it counts as failed (1 s; tests shorten it).
 std::chrono::milliseconds readTimeout();
 void setReadTimeout(std::chrono::milliseconds timeout);
@@ -81,8 +90,7 @@ struct Channels {
     bool opened = false;
     std::vector<Axis> axes;
     std::unique_ptr<iio::BufferStream> buffer;
-    iio::Matrix3 mount = iio::kIdentity;
-    std::string mountSource;  // where `mount` came from, for the device report
+    Sourced<iio::Matrix3> mount{iio::kIdentity, {}};
     std::optional<double> nearLevel;
     std::string nearSource;
     std::atomic<double> frequency{10.0};
@@ -106,7 +114,7 @@ struct Channels {
     // iio-sensor-proxy reads it). Then the driver's matrix by the kernel's names, best first.
     // A matrix that cannot be read, does not parse or is degenerate is passed over for the
     // next; none gives the identity.
-    iio::Matrix3 chooseMountMatrix();
+    Sourced<iio::Matrix3> chooseMountMatrix();
 
     // The axis whose reading made most of corrected axis `i` (the matrix mixes them).
     std::size_t sourceAxis(std::size_t i, const std::array<double, 3>& unmounted) const;
