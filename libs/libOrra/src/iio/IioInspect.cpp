@@ -1,32 +1,13 @@
 // What the IIO backend can tell about a device beside reading it: where each value comes
-// from (the device report of --devices --verbose) and how it is mounted (the orientation
-// check's matrix in force, its parent's modalias and the machine's DMI).
-#include <algorithm>
-#include <atomic>
-#include <cerrno>
+// from and what it reads now (the device report of --devices --verbose).
+#include <chrono>
 #include <cmath>
-#include <cstdlib>
 #include <iomanip>
-#include <map>
-#include <mutex>
 #include <sstream>
-#include <system_error>
-#include <thread>
-#include "../SensorObject.h"
-#include "../StoppableThread.h"
-#include "BoundedReader.h"
-#include "BufferStream.h"
-#include "DeviceHolders.h"
-#include "IioChannels.h"
-#include "IioSensorChannels.h"
-#include "SysfsFile.h"
-#include "UdevProperties.h"
-#include "libOrra/IioAttribute.h"
-#include "libOrra/IioBackend.h"
-#include "vek/CallWithin.h"
-#include "vek/Logging.h"
 
-namespace fs = std::filesystem;
+#include "DeviceHolders.h"
+#include "IioSensorChannels.h"
+#include "libOrra/IioBackend.h"
 
 namespace libOrra {
 
@@ -116,52 +97,6 @@ std::vector<std::string> IioBackend::explain(SensorKind kind, const std::string&
             lines.push_back("held by: " + h.command + " (pid " + std::to_string(h.pid) + ")");
     }
     return lines;
-}
-
-namespace {
-
-// A field of the firmware's DMI modalias ("dmi:bvn...:svnASUSTeKCOMPUTERINC.:pnT100TA:..."),
-// which is what the hwdb's "dmi:" part is matched against: the kernel has already dropped the
-// spaces and colons of the plain attributes there.
-std::string dmiField(const std::string& modalias, const std::string& prefix) {
-    std::size_t at = 0;
-    while ((at = modalias.find(":" + prefix, at)) != std::string::npos) {
-        at += 1 + prefix.size();
-        return modalias.substr(at, modalias.find(':', at) - at);
-    }
-    return {};
-}
-
-}  // namespace
-
-std::optional<Mounting> IioBackend::mounting(const std::string& locator) {
-    for (const auto& f : scan()) {
-        if (f.kind != SensorKind::Accelerometer || f.locator != locator)
-            continue;
-        auto ch = channelsFor(f.dir, f.locator, f.name, f.node, f.plan, notes_);
-        Sample s;
-        const bool read = iio::sampleOnce(ch, s).has_value();
-        Mounting m;
-        if (read) {
-            m.applied = ch->mount.value;
-            m.source = ch->mount.source;
-        }
-        const auto identity =
-            vek::callWithin(readTimeout(), [dir = fs::path(f.locator), root = root_] {
-                int err = 0;
-                return std::make_pair(
-                    iio::readAttribute(dir.parent_path() / "modalias", err).value_or(""),
-                    iio::readAttribute(root / "class/dmi/id/modalias", err).value_or(""));
-            });
-        if (identity) {
-            m.parentModalias = identity->first;
-            m.dmiVendor = dmiField(identity->second, "svn");
-            m.dmiProduct = dmiField(identity->second, "pn");
-        }
-        m.node = "/dev/" + f.dir.filename().string();
-        return m;
-    }
-    return std::nullopt;
 }
 
 }  // namespace libOrra
