@@ -7,6 +7,7 @@
 
 #include "DeviceHolders.h"
 #include "IioSensorChannels.h"
+#include "IioSensorObject.h"
 #include "libOrra/IioBackend.h"
 
 namespace libOrra {

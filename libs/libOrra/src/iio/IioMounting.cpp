@@ -2,6 +2,7 @@
 // where it came from, the parent device's modalias and the machine's DMI vendor and product,
 // which together find or propose its hwdb entry.
 #include "IioSensorChannels.h"
+#include "IioSensorObject.h"
 #include "SysfsFile.h"
 #include "libOrra/IioBackend.h"
 #include "vek/CallWithin.h"

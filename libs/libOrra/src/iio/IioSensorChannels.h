@@ -138,11 +138,6 @@ struct Channels {
     bool read(Sample& out);
 };
 
-// One bounded reading of `channels` through a sensor object, as a test's update takes it: true
-// with `out`, false when the sensor cannot be read (the channels' lastError says why), nullopt
-// when the read did not finish within readTimeout(). (IioBackend.cpp)
-std::optional<bool> sampleOnce(const std::shared_ptr<Channels>& channels, Sample& out);
-
 // A sensor's channels, not yet opened: they open on first use, on the sensor's own thread.
 std::shared_ptr<Channels> channelsFor(const fs::path& dir, const std::string& locator,
                                       const std::string& name, const fs::path& node,
