@@ -27,32 +27,56 @@ BufferStream::~BufferStream() {
 }
 
 bool BufferStream::start(int& err, std::string& file) {
-    const auto fail = [&](const fs::path& where, int e) {
-        err = e;
-        file = where.string();
+    std::optional<Failure> failed = enableChannels();
+    if (!failed)
+        failed = readLayout();
+    if (!failed)
+        failed = takeOwnTrigger();
+    if (!failed) {
+        fd_ = ::open(node_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        if (fd_ < 0)
+            failed = Failure{node_, errno};
+    }
+    int e = 0;
+    if (!failed && !writeAttribute(bufferDir_ / "enable", "1", e))
+        failed = Failure{bufferDir_ / "enable", e};
+    if (failed) {
+        err = failed->err;
+        file = failed->where.string();
         stop();
         return false;
-    };
+    }
+    enabledBuffer_ = true;
+    err = 0;
+    return true;
+}
+
+std::optional<BufferStream::Failure> BufferStream::enableChannels() {
     int e = 0;
     const auto enabled = readAttribute(bufferDir_ / "enable", e);
     if (!enabled)
-        return fail(bufferDir_ / "enable", e);
+        return Failure{bufferDir_ / "enable", e};
     if (*enabled == "1")
-        return fail(bufferDir_ / "enable", EBUSY);  // another program streams this device
-
+        return Failure{bufferDir_ / "enable", EBUSY};  // another program streams this device
     // Our channels on; the others stay as they are, and shape the scan with ours.
     const fs::path scan = dir_ / "scan_elements";
     for (const auto& c : channels_) {
         const auto on = readAttribute(scan / (c + "_en"), e);
         if (!on)
-            return fail(scan / (c + "_en"), e);
+            return Failure{scan / (c + "_en"), e};
         if (*on != "1") {
             if (!writeAttribute(scan / (c + "_en"), "1", e))
-                return fail(scan / (c + "_en"), e);
+                return Failure{scan / (c + "_en"), e};
             enabledByUs_.push_back(c);
         }
     }
+    return std::nullopt;
+}
+
+std::optional<BufferStream::Failure> BufferStream::readLayout() {
+    const fs::path scan = dir_ / "scan_elements";
     layout_.clear();
+    int e = 0;
     std::error_code ec;
     for (fs::directory_iterator it(scan, ec), end; !ec && it != end; it.increment(ec)) {
         const std::string n = it->path().filename().string();
@@ -72,7 +96,7 @@ bool BufferStream::start(int& err, std::string& file) {
                          std::errc();
         const auto parsedType = type ? parseScanType(*type) : std::nullopt;
         if (!indexOk || !parsedType)
-            return fail(scan / (name + (parsedType ? "_index" : "_type")), e ? e : EINVAL);
+            return Failure{scan / (name + (parsedType ? "_index" : "_type")), e ? e : EINVAL};
         el.type = *parsedType;
         el.wanted = std::find(channels_.begin(), channels_.end(), name) != channels_.end();
         layout_.push_back(el);
@@ -90,40 +114,37 @@ bool BufferStream::start(int& err, std::string& file) {
     }
     scanBytes_ = (offset + largest - 1) / largest * largest;
     if (scanBytes_ == 0)
-        return fail(scan, EINVAL);
+        return Failure{scan, EINVAL};
+    return std::nullopt;
+}
 
+std::optional<BufferStream::Failure> BufferStream::takeOwnTrigger() {
     // A device without a trigger gets its own ("<name>-dev<N>"), as its driver registers it.
     const fs::path current = dir_ / "trigger" / "current_trigger";
-    if (fs::exists(current, ec)) {
-        const auto trigger = readAttribute(current, e);
-        if (trigger && trigger->empty()) {
-            const auto devName = readAttribute(dir_ / "name", e).value_or("");
-            const std::string own =
-                devName + "-dev" +
-                dir_.filename().string().substr(std::string("iio:device").size());
-            bool found = false;
-            for (fs::directory_iterator it(dir_.parent_path(), ec), end; !ec && it != end;
-                 it.increment(ec)) {
-                if (it->path().filename().string().rfind("trigger", 0) == 0 &&
-                    readAttribute(it->path() / "name", e).value_or("") == own) {
-                    found = true;
-                }
-            }
-            if (found) {
-                if (!writeAttribute(current, own, e))
-                    return fail(current, e);
-                previousTrigger_ = "";
-            }
+    std::error_code ec;
+    int e = 0;
+    if (!fs::exists(current, ec))
+        return std::nullopt;
+    const auto trigger = readAttribute(current, e);
+    if (!trigger || !trigger->empty())
+        return std::nullopt;
+    const auto devName = readAttribute(dir_ / "name", e).value_or("");
+    const std::string own =
+        devName + "-dev" + dir_.filename().string().substr(std::string("iio:device").size());
+    bool found = false;
+    for (fs::directory_iterator it(dir_.parent_path(), ec), end; !ec && it != end;
+         it.increment(ec)) {
+        if (it->path().filename().string().rfind("trigger", 0) == 0 &&
+            readAttribute(it->path() / "name", e).value_or("") == own) {
+            found = true;
         }
     }
-    fd_ = ::open(node_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd_ < 0)
-        return fail(node_, errno);
-    if (!writeAttribute(bufferDir_ / "enable", "1", e))
-        return fail(bufferDir_ / "enable", e);
-    enabledBuffer_ = true;
-    err = 0;
-    return true;
+    if (!found)
+        return std::nullopt;
+    if (!writeAttribute(current, own, e))
+        return Failure{current, e};
+    previousTrigger_ = "";
+    return std::nullopt;
 }
 
 bool BufferStream::latest(std::vector<std::int64_t>& values, std::chrono::milliseconds wait,

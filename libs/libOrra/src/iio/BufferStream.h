@@ -33,6 +33,15 @@ public:
     void stop();
 
 private:
+    // Where starting failed, and the error.
+    struct Failure {
+        std::filesystem::path where;
+        int err;
+    };
+    // The steps of start(), in order.
+    std::optional<Failure> enableChannels();
+    std::optional<Failure> readLayout();
+    std::optional<Failure> takeOwnTrigger();
     struct Element {
         std::string name;
         std::size_t index = 0;
