@@ -125,8 +125,8 @@ struct Scenario {
     std::string dmiProduct = "Tablet";
     // A recording's: the arguments of the run it recorded, the program first.
     std::vector<std::string> recordedCommandLine;
-    // A recording's "recording" block (module, command line, each run's verdict) as compact
-    // JSON text: replay reads only its command line, a written scenario keeps it whole.
+    // A recording's "recording" block (module, command line, each run's verdict) as JSON text
+    // (compact when read): replay reads only its command line, writeScenario writes it as it is.
     std::optional<std::string> recording;
 
     bool operator==(const Scenario&) const = default;
@@ -141,8 +141,8 @@ public:
 
 Scenario parseScenario(std::string_view text, const std::string& fileName);
 // The scenario as JSON text, laid out as recordings are: a member of the document or of a
-// sensor to a line, a long list (readings, presses) an item to a line. parseScenario reads it
-// back to an equal scenario.
+// sensor to a line, a long list (updates, readings, presses) an item to a line. parseScenario
+// reads it back to an equal scenario.
 std::string writeScenario(const Scenario& scenario);
 // The reading of a correctly mounted accelerometer held in pose `hold`; nullopt for a name
 // that is no pose.

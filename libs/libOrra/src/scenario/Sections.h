@@ -12,7 +12,8 @@ namespace libOrra::scenario {
 // takes its keys from the JSON object at `where` into the target, naming the place of any
 // fault; `write` adds them back as members of the object being written, leaving out what
 // reads back as it is without them. The one place each part's format is known, for reading
-// and writing alike.
+// and writing alike. Constant tables of functions without state, defined beside the parts'
+// code; any thread may use them.
 template <typename Target>
 struct Section {
     void (*read)(const Reader& r, const Json& object, const std::string& where, Target& into);
