@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "libOrra/Machine.h"
+#include "libOrra/Scenario.h"
 #include "libOrra/SensorBackend.h"
 
 namespace libOrra {
@@ -16,8 +16,9 @@ namespace libOrra {
 // What a run's sensors did, kept as a scenario the simulated machine replays: per sensor the
 // states it reported and every reading (or failed update) in the order the tests asked for
 // them, with its time since its test started; proximity readings and errors on their time
-// line; the person's presses in each dialog; a stop request. No host identity. Filled from the
-// tests' threads and the sensors' own threads; thread-safe.
+// line; the person's presses in each dialog; a stop request. No host identity. Built up as a
+// Scenario and written by writeScenario. Owned by the run's device source (shared with the
+// recording backend); filled from the tests' threads and the sensors' own threads; thread-safe.
 class Recorder {
 public:
     Recorder();
@@ -43,20 +44,15 @@ public:
 
 private:
     double now() const;
-    struct Sensor;
-    Sensor& find(const std::string& locator);
+    ScenarioSensor& find(const std::string& locator);
 
     mutable std::mutex mutex_;
     std::int64_t originNs_ = 0;
-    std::vector<std::unique_ptr<Sensor>> sensors_;
-    struct Press {
-        double at;
-        std::string dialog, control;
-    };
-    std::vector<Press> presses_;
-    std::optional<std::pair<double, int>> stop_;
+    // What the run did so far: its sensors (their states, updates, proximity readings and
+    // error), the presses, the stop and the display's first rotation.
+    Scenario recorded_;
+    bool rotationSeen_ = false;
     std::optional<double> target_;
-    std::optional<std::optional<std::uint32_t>> rotation_;
 };
 
 // `inner` with every sensor access written to `recorder` on the way.

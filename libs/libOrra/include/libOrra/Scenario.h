@@ -13,7 +13,8 @@
 namespace libOrra {
 
 // A simulated machine: its sensors, display, the scripted operator and the framework's stop
-// request. Built by parseScenario; plain data.
+// request. Read by parseScenario, written by writeScenario, built by the recorder; plain data,
+// compared member by member (a scenario written and read back equals itself).
 struct ScenarioUpdate {
     bool fail = false;
     std::optional<double> at;  // when it was read, in a recording (replay goes by call)
@@ -23,23 +24,31 @@ struct ScenarioUpdate {
     std::optional<double> x, y, z, lux, heading;
     std::optional<bool> valid;
     std::optional<int> kind;
+
+    bool operator==(const ScenarioUpdate&) const = default;
 };
 
 struct MotionSegment {
     double seconds = 0.0;
     double rate[3] = {0.0, 0.0, 0.0};
+
+    bool operator==(const MotionSegment&) const = default;
 };
 
 struct HeadingScript {
     double start = 0.0;
     bool followTarget = false;  // the simulated person turns toward the compass target
     double degreesPerSecond = 90.0;
+
+    bool operator==(const HeadingScript&) const = default;
 };
 
 struct ProximityReading {
     double at = 0.0;
     bool detected = false;
     std::uint32_t mm = 0;
+
+    bool operator==(const ProximityReading&) const = default;
 };
 
 // Faults to rehearse: a sensor that vanishes, updates that fail now and then, an axis that
@@ -50,6 +59,8 @@ struct ScenarioFaults {
     std::optional<int> stuckAxis;  // 0, 1, 2: keeps its first value
     std::optional<double> chatterSeconds;
     bool silent = false;  // never raises a data event
+
+    bool operator==(const ScenarioFaults&) const = default;
 };
 
 // A pose the simulated person holds the device in from `at` seconds on: "upright",
@@ -57,6 +68,8 @@ struct ScenarioFaults {
 struct PoseStep {
     double at = 0.0;
     std::string hold;
+
+    bool operator==(const PoseStep&) const = default;
 };
 
 struct ScenarioSensor {
@@ -78,12 +91,16 @@ struct ScenarioSensor {
     std::optional<std::array<double, 9>> mounting;
     std::optional<std::array<double, 9>> matrix;
     std::string modalias = "sim:accelerometer";
+
+    bool operator==(const ScenarioSensor&) const = default;
 };
 
 struct OperatorAction {
     double at = 0.0;
     std::string dialog;
     std::string press;  // Fail, Cancel, Close, Escape, Restart, Exit
+
+    bool operator==(const OperatorAction&) const = default;
 };
 
 struct ScenarioDevice {
@@ -91,6 +108,8 @@ struct ScenarioDevice {
     std::string locator;
     std::string name;
     std::string label;
+
+    bool operator==(const ScenarioDevice&) const = default;
 };
 
 struct Scenario {
@@ -108,6 +127,11 @@ struct Scenario {
     std::string dmiProduct = "Tablet";
     // A recording's: the arguments of the run it recorded, the program first.
     std::vector<std::string> recordedCommandLine;
+    // A recording's "recording" block (module, command line, each run's verdict) as JSON text
+    // (compact when read): replay reads only its command line, writeScenario writes it as it is.
+    std::optional<std::string> recording;
+
+    bool operator==(const Scenario&) const = default;
 };
 
 // A scenario that does not say what it must: the message names the file, the place (line and
@@ -118,6 +142,10 @@ public:
 };
 
 Scenario parseScenario(std::string_view text, const std::string& fileName);
+// The scenario as JSON text, laid out as recordings are: a member of the document or of a
+// sensor to a line, a long list (updates, readings, presses) an item to a line. parseScenario
+// reads it back to an equal scenario.
+std::string writeScenario(const Scenario& scenario);
 // The reading of a correctly mounted accelerometer held in pose `hold`; nullopt for a name
 // that is no pose.
 std::optional<std::array<double, 3>> poseDirection(std::string_view hold);

@@ -1,22 +1,10 @@
 #include "libOrra/Recorder.h"
 
 #include <cmath>
-#include <initializer_list>
-#include <nlohmann/json.hpp>
-#include <string_view>
 
 #include "vek/Clock.h"
 
 namespace libOrra {
-
-struct Recorder::Sensor {
-    SensorInfo info;
-    nlohmann::json states = nlohmann::json::array();
-    nlohmann::json updates = nlohmann::json::array();
-    nlohmann::json readings = nlohmann::json::array();
-    std::optional<double> errorAt;
-};
-
 namespace {
 
 // Six significant digits keep a key measurement well within 1 % and a reading under 100
@@ -47,20 +35,21 @@ void Recorder::testStarting() {
     target_.reset();
 }
 
-Recorder::Sensor& Recorder::find(const std::string& locator) {
-    for (auto& s : sensors_) {
-        if (s->info.locator == locator)
-            return *s;
+ScenarioSensor& Recorder::find(const std::string& locator) {
+    for (auto& s : recorded_.sensors) {
+        if (s.locator == locator)
+            return s;
     }
-    sensors_.push_back(std::make_unique<Sensor>());
-    sensors_.back()->info.locator = locator;
-    return *sensors_.back();
+    recorded_.sensors.emplace_back().locator = locator;
+    return recorded_.sensors.back();
 }
 
 void Recorder::sensor(const SensorInfo& info) {
     std::lock_guard lock(mutex_);
-    Sensor& s = find(info.locator);
-    s.info = info;
+    ScenarioSensor& s = find(info.locator);
+    s.kind = info.kind;
+    s.name = info.name;
+    s.label = info.label;
 }
 
 void Recorder::state(const std::string& locator, std::int32_t state) {
@@ -71,58 +60,60 @@ void Recorder::state(const std::string& locator, std::int32_t state) {
 void Recorder::update(const std::string& locator, SensorKind kind,
                       const std::optional<Sample>& sample) {
     std::lock_guard lock(mutex_);
-    nlohmann::json u{{"at", millis(now())}};
+    ScenarioUpdate u;
+    u.at = millis(now());
     if (!sample) {
-        u["fail"] = true;
+        u.fail = true;
     } else {
         switch (kind) {
             case SensorKind::Accelerometer:
             case SensorKind::Gyrometer:
-                u["x"] = significant(sample->x);
-                u["y"] = significant(sample->y);
-                u["z"] = significant(sample->z);
+                u.x = significant(sample->x);
+                u.y = significant(sample->y);
+                u.z = significant(sample->z);
                 if (kind == SensorKind::Gyrometer && sample->kind != 2)
-                    u["kind"] = sample->kind;
+                    u.kind = sample->kind;
                 break;
             case SensorKind::Magnetometer:
-                u["heading"] = significant(sample->heading);
+                u.heading = significant(sample->heading);
                 if (!sample->headingValid)
-                    u["valid"] = false;
+                    u.valid = false;
                 if (target_)
-                    u["fromTarget"] =
-                        significant(std::remainder(sample->heading - *target_, 360.0));
+                    u.fromTarget = significant(std::remainder(sample->heading - *target_, 360.0));
                 break;
             case SensorKind::Light:
-                u["lux"] = significant(sample->lux);
+                u.lux = significant(sample->lux);
                 break;
             case SensorKind::Proximity:
                 break;
         }
     }
-    find(locator).updates.push_back(std::move(u));
+    find(locator).updates.push_back(u);
 }
 
 void Recorder::proximity(const std::string& locator, bool detected, std::uint32_t mm) {
     std::lock_guard lock(mutex_);
-    find(locator).readings.push_back({{"at", millis(now())}, {"detected", detected}, {"mm", mm}});
+    find(locator).readings.push_back({millis(now()), detected, mm});
 }
 
 void Recorder::proximityError(const std::string& locator) {
     std::lock_guard lock(mutex_);
-    Sensor& s = find(locator);
+    ScenarioSensor& s = find(locator);
     if (!s.errorAt)
         s.errorAt = millis(now());
 }
 
 void Recorder::press(const std::string& dialog, const std::string& control, double at) {
     std::lock_guard lock(mutex_);
-    presses_.push_back({millis(at), dialog, control});
+    recorded_.operatorActions.push_back({millis(at), dialog, control});
 }
 
 void Recorder::stop(int run) {
     std::lock_guard lock(mutex_);
-    if (!stop_)
-        stop_ = std::pair(millis(now()), run);
+    if (!recorded_.stopAt) {
+        recorded_.stopAt = millis(now());
+        recorded_.stopRun = run;
+    }
 }
 
 void Recorder::headingTarget(double degrees) {
@@ -130,74 +121,23 @@ void Recorder::headingTarget(double degrees) {
     target_ = degrees;
 }
 
+// The first rotation seen is the one the replay shows; none seen, the scenario's default.
 void Recorder::rotation(std::optional<std::uint32_t> rotation) {
     std::lock_guard lock(mutex_);
-    if (!rotation_)
-        rotation_ = rotation;
+    if (!rotationSeen_) {
+        recorded_.rotation = rotation;
+        rotationSeen_ = true;
+    }
 }
-
-namespace {
-
-std::string compact(const nlohmann::json& j) {
-    return j.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-}
-
-// Appends each piece. (Piecewise, not by operator+: g++ 12 at -O3 misreads a chain of
-// std::string temporaries as an overlapping copy, GCC bug 105329.)
-void add(std::string& out, std::initializer_list<std::string_view> pieces) {
-    for (std::string_view p : pieces)
-        out.append(p);
-}
-
-// `items` one to a line after `indent`, so a long run stays readable and diffs well.
-void addLines(std::string& out, const nlohmann::json& items, std::string_view indent) {
-    out += '[';
-    for (std::size_t i = 0; i < items.size(); ++i)
-        add(out, {i ? ",\n" : "\n", indent, compact(items[i])});
-    if (!items.empty())
-        add(out, {"\n", indent.substr(2)});
-    out += ']';
-}
-
-}  // namespace
 
 std::string Recorder::scenarioText(const std::string& recordingBlockJson) const {
-    std::lock_guard lock(mutex_);
-    std::string out;
-    const auto rotation = rotation_.value_or(std::optional<std::uint32_t>(0));
-    add(out, {"{\n \"recording\": ", recordingBlockJson, ",\n \"display\": ",
-              compact({{"rotation", rotation ? nlohmann::json(*rotation) : nlohmann::json()}}),
-              ",\n \"sensors\": ["});
-    for (std::size_t i = 0; i < sensors_.size(); ++i) {
-        const Sensor& s = *sensors_[i];
-        add(out,
-            {i ? ",\n" : "\n", "  {\"kind\": ", compact(kindName(s.info.kind)),
-             ", \"locator\": ", compact(s.info.locator), ", \"name\": ", compact(s.info.name)});
-        if (!s.info.label.empty())
-            add(out, {", \"label\": ", compact(s.info.label)});
-        if (!s.states.empty())
-            add(out, {",\n   \"states\": ", compact(s.states)});
-        if (!s.updates.empty()) {
-            out += ",\n   \"updates\": ";
-            addLines(out, s.updates, "    ");
-        }
-        if (s.info.kind == SensorKind::Proximity) {
-            out += ",\n   \"readings\": ";
-            addLines(out, s.readings, "    ");
-        }
-        if (s.errorAt)
-            add(out, {",\n   \"error\": ", compact({{"at", *s.errorAt}})});
-        out += '}';
+    Scenario scenario;
+    {
+        std::lock_guard lock(mutex_);
+        scenario = recorded_;
     }
-    nlohmann::json presses = nlohmann::json::array();
-    for (const auto& p : presses_)
-        presses.push_back({{"at", p.at}, {"dialog", p.dialog}, {"press", p.control}});
-    out += "\n ],\n \"operator\": ";
-    addLines(out, presses, "   ");
-    if (stop_)
-        add(out, {",\n \"stop\": ", compact({{"at", stop_->first}, {"run", stop_->second}})});
-    out += "\n}\n";
-    return out;
+    scenario.recording = recordingBlockJson;
+    return writeScenario(scenario);
 }
 
 }  // namespace libOrra

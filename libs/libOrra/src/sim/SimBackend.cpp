@@ -6,6 +6,8 @@
 
 #include "../SensorObject.h"
 #include "../StoppableThread.h"
+#include "SampleScripts.h"
+#include "Angles.h"
 #include "libOrra/IioAttribute.h"
 #include "platform/Screen.h"
 #include "platform/WindowsNames.h"
@@ -13,29 +15,15 @@
 
 namespace libOrra {
 
+// A sensor's counters and script in the current test; all start over with each test.
 struct SimBackend::SensorState {
     std::size_t stateCalls = 0;
     std::size_t updateCalls = 0;
     std::optional<double> stuckValue;
-    double heading = 0.0;
-    double headingAt = 0.0;              // test time of the last heading step
-    std::optional<double> motionStart;   // test time of the first gyrometer sample
-    std::optional<double> posesStart;    // test time of the first accelerometer sample
-    std::size_t pose = 0;                // the pose held now
-    std::optional<double> poseReadFrom;  // test time of the first reading in that pose
+    std::unique_ptr<sim::SampleScript> script;
 };
 
 namespace {
-
-// How long the simulated person keeps a pose as read by the sensor before taking the next:
-// longer than the second a pose must be held still, so no pose is missed however slowly the
-// machine reads.
-constexpr double kPoseKeptSeconds = 1.2;
-
-double wrap360(double d) {
-    d = std::fmod(d, 360.0);
-    return d < 0 ? d + 360.0 : d;
-}
 
 // A simulated sensor's COM face: its state comes from the scenario's sequence.
 class SimSensorObject final : public SensorObject {
@@ -147,10 +135,8 @@ private:
 SimBackend::SimBackend(Scenario scenario)
     : scenario_(std::move(scenario)), stopTimer_(std::make_unique<StoppableThread>()) {
     for (const auto& s : scenario_.sensors) {
-        auto st = std::make_unique<SensorState>();
-        if (s.heading)
-            st->heading = wrap360(s.heading->start);
-        states_.push_back(std::move(st));
+        states_.push_back(std::make_unique<SensorState>());
+        states_.back()->script = sim::makeScript(s);
     }
     originNs_ = vek::Clock::current().now().count();
     const std::optional<std::uint32_t> rotation = scenario_.rotation;
@@ -194,9 +180,7 @@ void SimBackend::testStarting() {
         origin = originNs_ = vek::Clock::current().now().count();
         for (std::size_t i = 0; i < states_.size(); ++i) {
             *states_[i] = SensorState{};
-            if (scenario_.sensors[i].heading) {
-                states_[i]->heading = wrap360(scenario_.sensors[i].heading->start);
-            }
+            states_[i]->script = sim::makeScript(scenario_.sensors[i]);
         }
         headingTarget_.reset();
     }
@@ -227,7 +211,7 @@ void SimBackend::onStopDue(std::function<void()> handler) {
 
 void SimBackend::setHeadingTarget(double degrees) {
     std::lock_guard lock(mutex_);
-    headingTarget_ = wrap360(degrees);
+    headingTarget_ = sim::wrap360(degrees);
 }
 
 std::vector<SensorInfo> SimBackend::sensors() {
@@ -313,77 +297,8 @@ bool SimBackend::nextSample(std::size_t index, Sample& out) {
     if (s.faults.failEvery > 0 && (call + 1) % static_cast<std::size_t>(s.faults.failEvery) == 0) {
         return false;
     }
-    if (!st.posesStart && !s.poses.empty())
-        st.posesStart = t;
-    if (!s.poses.empty() && t - *st.posesStart >= s.poses.front().at) {
-        // The person's poses, timed from the first reading, as the gyrometer's motion is: the
-        // next is taken at its time, but not before the sensor has been read throughout the
-        // one held now. The pose is read by a sensor sitting in the case as `mounting` says,
-        // through the matrix the system applies.
-        const double since = t - *st.posesStart;
-        while (st.pose + 1 < s.poses.size() && since >= s.poses[st.pose + 1].at &&
-               (s.poses[st.pose].hold == "moving" ||
-                (st.poseReadFrom && t - *st.poseReadFrom >= kPoseKeptSeconds))) {
-            ++st.pose;
-            st.poseReadFrom.reset();
-        }
-        if (!st.poseReadFrom)
-            st.poseReadFrom = t;
-        const auto d = *poseDirection(s.poses[st.pose].hold);
-        const auto m = s.mounting.value_or(iio::kIdentity);
-        const auto a = s.matrix.value_or(iio::kIdentity);
-        double raw[3], v[3];
-        for (int r = 0; r < 3; ++r)
-            raw[r] = m[r * 3] * d[0] + m[r * 3 + 1] * d[1] + m[r * 3 + 2] * d[2];
-        for (int r = 0; r < 3; ++r)
-            v[r] = a[r * 3] * raw[0] + a[r * 3 + 1] * raw[1] + a[r * 3 + 2] * raw[2];
-        out.x = v[0], out.y = v[1], out.z = v[2];
-        out.kind = 2;
-    } else if (!s.motion.empty()) {
-        // Rate of the segment that holds t; at rest once the script has run out. The person
-        // starts to turn the device when the test first reads the sensor, that is once the
-        // dialog is up: however long the windowing system takes to show it, no turn is missed.
-        if (!st.motionStart)
-            st.motionStart = t;
-        const double sinceFirst = t - *st.motionStart;
-        double start = 0.0;
-        out.x = out.y = out.z = 0.0;
-        for (const auto& m : s.motion) {
-            if (sinceFirst < start + m.seconds) {
-                out.x = m.rate[0], out.y = m.rate[1], out.z = m.rate[2];
-                break;
-            }
-            start += m.seconds;
-        }
-        out.kind = 2;
-    } else if (s.heading && s.updates.empty()) {
-        if (s.heading->followTarget && headingTarget_) {
-            const double step = s.heading->degreesPerSecond * (t - st.headingAt);
-            const double diff = std::remainder(*headingTarget_ - st.heading, 360.0);
-            st.heading = wrap360(st.heading + std::clamp(diff, -step, step));
-        }
-        st.headingAt = t;
-        out.heading = st.heading;
-        out.headingValid = true;
-    } else if (!s.updates.empty()) {
-        const auto& u = s.updates[std::min(call, s.updates.size() - 1)];
-        if (u.fail)
-            return false;
-        out.x = u.x.value_or(0.0);
-        out.y = u.y.value_or(0.0);
-        out.z = u.z.value_or(0.0);
-        out.lux = static_cast<float>(u.lux.value_or(0.0));
-        out.kind = u.kind.value_or(2);
-        out.heading = u.fromTarget && headingTarget_ ? wrap360(*headingTarget_ + *u.fromTarget)
-                                                     : u.heading.value_or(0.0);
-        out.headingValid = u.heading.has_value() && u.valid.value_or(true);
-    } else {
-        // No script: a sensor at rest on a desk in an office.
-        if (s.kind == SensorKind::Accelerometer)
-            out.z = 1.0;
-        out.lux = 300.0f;
-        out.headingValid = true;
-    }
+    if (!st.script->read({t, call, headingTarget_}, out))
+        return false;
     if (s.faults.stuckAxis) {
         double* axes[3] = {&out.x, &out.y, &out.z};
         double& v = *axes[*s.faults.stuckAxis];
