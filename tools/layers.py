@@ -20,7 +20,8 @@ LAYERS = {
     "comptr": ("common/COM", {"platform", "vek"}),
     "libOrra": ("libs/libOrra", {"platform", "vek"}),
     "libTarra": ("libs/libTarra", {"libOrra", "platform", "vek"}),
-    "kiva5": ("libs/kiva5", {"libOrra", "platform", "vek"}),
+    "doctor": ("libs/doctor", {"libOrra", "platform", "vek"}),
+    "kiva5": ("libs/kiva5", {"doctor", "libOrra", "platform", "vek"}),
     "libLumo": ("libs/libLumo", {"platform", "vek"}),
     # The module's Qt-free core, and its dialogs (the plugin), which may call the core.
     "core": ("diag/vekrsensors/core",
