@@ -7,7 +7,9 @@
 //    "scenario": {...}                 the simulated machine (written to s.json), or
 //    "tree": {"layout": "hidAccel3d",  a fake sysfs with one device of a driver's layout
 //             "name": "...", "set": {"attr": "text"}, "silent": "attr", "busyBuffer": true,
+//             "buffer": "bytes its node holds",
 //             "root": "folder name", "devices": [{...}, ...]}   or several devices (n: number)
+//             and the firmware, modules, kernel log and hubs beside them (FakeFirmware.h)
 //    "env": ["DISPLAY=@X"] or {...},   @X: Xvfb, @S: an X server that never answers,
 //                                      @W (WAYLAND_DISPLAY): a headless weston (TestDisplay.h)
 //    "files": {"name": "text" or JSON}, "links": {"name": "target"}, "readOnlyDir": "name",
@@ -41,6 +43,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "FakeFirmware.h"
 #include "FakeSysfs.h"
 #include "ModuleProcess.h"
 #include "ScratchDir.h"
@@ -148,6 +151,8 @@ void buildTree(std::optional<FakeSysfs>& sysfs, std::ifstream& holder, const jso
         const json set = d.value("set", json::object());
         for (const auto& [attribute, text] : set.items())
             sysfs->set(n, attribute, text.get<std::string>());
+        if (d.contains("buffer"))
+            sysfs->addBuffer(n, layout.name, bytes(d["buffer"]));
         if (d.value("busyBuffer", false)) {
             sysfs->set(n, "buffer/enable", "1");
             sysfs->addBuffer(n, layout.name, "");
@@ -259,9 +264,14 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
         args.insert(args.end(), {"--scenario", "s.json"});
     }
     std::optional<FakeSysfs> sysfs;
+    std::optional<FakeFirmware> firmware;
     std::ifstream holder;
-    if (entry.contains("tree"))
+    if (entry.contains("tree")) {
         buildTree(sysfs, holder, entry["tree"], start.env);
+        firmware.emplace(sysfs->root(), entry["tree"]);
+        for (const std::string& e : firmware->environment())
+            start.env.push_back(e);
+    }
     const json reportTo = entry.value("reportTo", json("r.json"));
     if (!reportTo.is_null())
         args.insert(args.end(), {"--report", reportTo.get<std::string>()});

@@ -33,6 +33,12 @@ CASES = [
      ["--test", "AmbientLightSensorTest", "--param", "LuxValueThreshold=lots"], ["error"]),
     ("two tests, one pass and one without a device", LIGHT,
      ["--test", "AmbientLightSensorTest", "--test", "AccelerometerTest"], [None, "skipped"]),
+    # The doctor's structured details (its links, the first broken one, the remedy): a machine
+    # whose firmware declares an accelerometer and disables it, and declares nothing else.
+    ("the doctor on a machine whose firmware disables its accelerometer",
+     {"sysfs": {"bus/acpi/devices/SMO8840:00/hid": "SMO8840",
+                "bus/acpi/devices/SMO8840:00/status": "0"}},
+     ["--doctor"], ["failure", "skipped", "skipped", "skipped", "skipped"]),
 ]
 
 validator = jsonschema.Draft202012Validator(json.load(open(SCHEMA)))
@@ -40,14 +46,21 @@ scenarios = jsonschema.Draft202012Validator(json.load(open(SCENARIO_SCHEMA)))
 failures = []
 with tempfile.TemporaryDirectory(prefix="vekr-report-formats-") as scratch:
     for label, scenario, extra, expected in CASES:
-        args = [MODULE, "--backend", "sim", "--quiet", "--report", "r.json", "--junit", "r.xml",
-                "--record", "rec.json"]
-        if scenario is not None:
+        args = [MODULE, "--quiet", "--report", "r.json", "--junit", "r.xml", "--record", "rec.json"]
+        env = dict(os.environ, QT_QPA_PLATFORM="offscreen")
+        if scenario is not None and "sysfs" in scenario:
+            for name, text in scenario["sysfs"].items():
+                os.makedirs(os.path.dirname(os.path.join(scratch, "sys", name)), exist_ok=True)
+                with open(os.path.join(scratch, "sys", name), "w") as f:
+                    f.write(text + "\n")
+            env["VEKR_SYSFS_ROOT"] = os.path.join(scratch, "sys")
+        else:
+            args += ["--backend", "sim"]
+        if scenario is not None and "sysfs" not in scenario:
             with open(os.path.join(scratch, "s.json"), "w") as f:
                 json.dump(scenario, f)
             args += ["--scenario", "s.json"]
         args += extra
-        env = dict(os.environ, QT_QPA_PLATFORM="offscreen")
         done = subprocess.run([os.fsencode(a) for a in args], cwd=scratch, env=env,
                               capture_output=True, timeout=60)
         report = json.load(open(os.path.join(scratch, "r.json"), encoding="utf-8"))

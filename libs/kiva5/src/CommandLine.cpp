@@ -46,6 +46,9 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
     app.add_flag("--orientation", o.orientation,
                  "Check the accelerometer's axes against the screen in three poses, instead of "
                  "the tests");
+    app.add_flag("--doctor", o.doctor,
+                 "Follow every sensor the machine declares from the firmware to its readings "
+                 "and name the first link that breaks, instead of the tests");
     CLI::Option* record = app.add_option(
         "--record", o.record,
         "Write what the sensors did and the person pressed as a scenario, replayable with "
@@ -114,6 +117,9 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
         return usage("--record needs a file name (a recording is rewritten after each test)");
     if (o.orientation && !o.tests.empty())
         return usage("--orientation runs on its own, without --test");
+    if (o.doctor && (!o.tests.empty() || o.orientation || !o.scenario.empty() ||
+                     o.backend == "sim" || !o.device.empty()))
+        return usage("--doctor runs on its own, on this machine's sensors");
     if (o.fast && o.scenario.empty())
         return usage("--fast goes with --scenario");
     if (o.hwdbGiven && !o.orientation)

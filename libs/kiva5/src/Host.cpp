@@ -6,6 +6,7 @@
 #include <optional>
 #include <ostream>
 
+#include "DoctorRuns.h"
 #include "RunContext.h"
 #include "RunPlan.h"
 #include "Runner.h"
@@ -187,18 +188,22 @@ int Host::run(const CommandLine& o, const RunPlan& plan, libOrra::Machine& machi
               const std::vector<std::unique_ptr<Sink>>& sinks, Report& report) {
     std::ostream& terminal = anySink(sinks, &Sink::writesToStdout) ? err_ : out_;
     SinkContext context{plan.devices, machine, out_, err_, moduleFile_};
-    Runner::Hooks hooks{[this] { return interactiveProblem(); },
-                        [&] {
-                            for (const auto& sink : sinks)
-                                sink->runEnded(report, context);
-                        }};
-    const std::exception_ptr escaped =
-        Runner(machine, report, o.quiet ? nullptr : &terminal, std::move(hooks))
-            .run(plan.tests, plan.devices, o.device);
-    for (RunRecord& run : report.runs)
-        run.notes.insert(run.notes.end(), plan.leftAlone.begin(), plan.leftAlone.end());
+    const auto runEnded = [&] {
+        for (const auto& sink : sinks)
+            sink->runEnded(report, context);
+    };
+    std::exception_ptr escaped;
+    if (o.doctor) {
+        doctorRuns(report, o.quiet ? nullptr : &terminal, runEnded);
+    } else {
+        escaped = Runner(machine, report, o.quiet ? nullptr : &terminal,
+                         {[this] { return interactiveProblem(); }, runEnded})
+                      .run(plan.tests, plan.devices, o.device);
+        for (RunRecord& run : report.runs)
+            run.notes.insert(run.notes.end(), plan.leftAlone.begin(), plan.leftAlone.end());
+        report.settleResult();
+    }
     report.ended = std::chrono::system_clock::now();
-    report.settleResult();
     const int code = finish(report, sinks, context, terminal, !escaped);
     if (escaped)
         std::rethrow_exception(escaped);

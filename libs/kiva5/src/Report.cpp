@@ -28,6 +28,8 @@ nlohmann::json valueJson(const Value& v) {
         if (auto i = Value::parseInt32(v.text()))
             return *i;
     }
+    if (v.type() == DataType::JSON())
+        return nlohmann::json::parse(v.text(), nullptr, false);
     return v.text();
 }
 

@@ -103,6 +103,10 @@ const DataType& DataType::STRING() {
     static constexpr DataType t("STRING");
     return t;
 }
+const DataType& DataType::JSON() {
+    static constexpr DataType t("JSON");
+    return t;
+}
 
 const DeviceCapability& DeviceCapability::AmbientLightSensor() {
     static constexpr DeviceCapability c("AmbientLightSensor");

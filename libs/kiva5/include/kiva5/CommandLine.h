@@ -13,6 +13,7 @@ struct CommandLine {
     bool devices = false;
     bool verbose = false;  // with --devices: where each value comes from, one reading
     bool quiet = false;
+    bool doctor = false;       // the sensors' chains from the firmware on, instead of the tests
     bool orientation = false;  // the orientation check instead of the catalogue's tests
     std::string hwdb;          // where a proposed hwdb entry goes
     bool hwdbGiven = false;

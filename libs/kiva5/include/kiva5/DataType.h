@@ -12,6 +12,8 @@ public:
     static const DataType& BOOLEAN();
     static const DataType& INT32();
     static const DataType& STRING();
+    // Structured data (a list, an object) as JSON text; reports carry it as it is.
+    static const DataType& JSON();
 
     std::string_view name() const { return name_; }
     bool operator==(const DataType& other) const { return name_ == other.name_; }

@@ -1,0 +1,103 @@
+#include "FakeFirmware.h"
+
+#include <chrono>
+#include <fstream>
+
+namespace fs = std::filesystem;
+using json = nlohmann::json;
+
+namespace {
+
+void write(const fs::path& file, const std::string& text) {
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << text << "\n";
+}
+
+void link(const fs::path& at, const fs::path& target) {
+    fs::create_directories(at.parent_path());
+    fs::create_directories(target);
+    fs::create_directory_symlink(target, at);
+}
+
+}  // namespace
+
+FakeFirmware::FakeFirmware(const fs::path& root, const json& tree) : root_(root) {
+    for (const json& d : tree.value("acpi", json::array()))
+        addAcpi(d);
+    for (const json& d : tree.value("pci", json::array()))
+        addPci(d);
+    if (tree.contains("ishtp")) {
+        fs::create_directories(root_ / "bus/ishtp/devices");
+        for (const json& client : tree["ishtp"])
+            fs::create_directories(root_ / "bus/ishtp/devices" / client.get<std::string>());
+    }
+    const json modules = tree.value("modules", json::object());
+    fs::create_directories(root_ / "lib-modules");
+    if (modules.contains("alias")) {
+        std::ofstream alias(root_ / "lib-modules/modules.alias");
+        for (const json& line : modules["alias"])
+            alias << "alias " << line.get<std::string>() << "\n";
+        std::ofstream builtin(root_ / "lib-modules/modules.builtin");
+        for (const json& line : modules.value("builtin", json::array()))
+            builtin << line.get<std::string>() << "\n";
+    }
+    for (const json& name : modules.value("loaded", json::array()))
+        fs::create_directories(root_ / "module" / name.get<std::string>());
+    std::ofstream log(root_ / "kmsg");
+    for (const json& record : tree.value("kmsg", json::array()))
+        log << record.get<std::string>() << "\n";
+    const json live = tree.value("live", json::object());
+    for (const auto& [attribute, values] : live.items())
+        keepChanging(attribute, values.get<std::vector<std::string>>());
+}
+
+FakeFirmware::~FakeFirmware() {
+    stop_ = true;
+    if (writer_.joinable())
+        writer_.join();
+}
+
+std::vector<std::string> FakeFirmware::environment() const {
+    return {"VEKR_MODULES_DIR=" + (root_ / "lib-modules").string(),
+            "VEKR_KERNEL_LOG=" + (root_ / "kmsg").string()};
+}
+
+void FakeFirmware::addAcpi(const json& d) {
+    const std::string dev = d["dev"];
+    const std::string hid = dev.substr(0, dev.find(':'));
+    const fs::path acpi = root_ / "bus/acpi/devices" / dev;
+    write(acpi / "hid", hid);
+    const int status = d.value("status", 15);
+    if (d.contains("status"))
+        write(acpi / "status", std::to_string(status));
+    // A device that is not present gets no modalias and no client (drivers/acpi, i2c-core).
+    write(acpi / "modalias", (status & 1) ? "acpi:" + hid + ":" + hid + ":" : "");
+    if (!(status & 1))
+        return;
+    const fs::path client = root_ / "devices/platform/i2c-1" / ("i2c-" + dev);
+    link(acpi / "physical_node", client);
+    if (d.contains("bound"))
+        link(client / "driver", root_ / "bus/i2c/drivers" / d["bound"].get<std::string>());
+    for (const json& n : d.value("iio", json::array()))
+        link(client / ("iio:device" + std::to_string(n.get<int>())),
+             root_ / ("bus/iio/devices/iio:device" + std::to_string(n.get<int>())));
+}
+
+void FakeFirmware::addPci(const json& d) {
+    const fs::path dev = root_ / "bus/pci/devices" / d["addr"].get<std::string>();
+    write(dev / "vendor", d["vendor"]);
+    write(dev / "device", d["device"]);
+    if (d.contains("bound"))
+        link(dev / "driver", root_ / "bus/pci/drivers" / d["bound"].get<std::string>());
+}
+
+void FakeFirmware::keepChanging(const std::string& attribute, std::vector<std::string> values) {
+    const fs::path file = root_ / "bus/iio/devices/iio:device0" / attribute;
+    writer_ = std::thread([this, file, values = std::move(values)] {
+        // Rewritten in place, as sysfs regenerates a value: a reader's pread sees the new text.
+        for (std::size_t i = 0; !stop_; i = (i + 1) % values.size()) {
+            std::ofstream(file, std::ios::in | std::ios::out) << values[i] << "\n";
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    });
+}

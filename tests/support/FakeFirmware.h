@@ -1,0 +1,43 @@
+#pragma once
+
+#include <atomic>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+// What a machine's firmware, kernel and sensor hubs show in sysfs, laid beside a FakeSysfs's
+// IIO devices under the same root, from a case's description:
+//
+//   "acpi": [{"dev": "BOSC0200:00", "status": 15, "bound": "bmc150_accel_i2c", "iio": [0]}]
+//        the ACPI device (hid, status, modalias, path) and, unless its status disables it, its
+//        I2C client i2c-<dev> as the physical node: the bound driver, its IIO devices
+//   "pci": [{"addr": "0000:00:12.0", "vendor": "0x8086", "device": "0xe445", "bound": "..."}]
+//   "ishtp": [] or ["<client>", ...]   the ISH transport bus's clients
+//   "modules": {"alias": ["acpi*:BOSC0200:* bmc150_accel_i2c"], "builtin": [...],
+//               "loaded": ["bmc150_accel_i2c"]}   the running kernel's modules folder
+//   "kmsg": ["3,1021,5203110,-;text"]          the kernel log, in /dev/kmsg's record format
+//   "live": {"in_accel_x_raw": ["1023", "1025"]}   device 0's attribute keeps changing
+//
+// Owned by the case; its writer thread (for "live") stops when it is destroyed.
+class FakeFirmware {
+public:
+    FakeFirmware(const std::filesystem::path& root, const nlohmann::json& tree);
+    ~FakeFirmware();
+    FakeFirmware(const FakeFirmware&) = delete;
+    FakeFirmware& operator=(const FakeFirmware&) = delete;
+
+    // The module's environment for this machine (VEKR_MODULES_DIR, VEKR_KERNEL_LOG).
+    std::vector<std::string> environment() const;
+
+private:
+    void addAcpi(const nlohmann::json& device);
+    void addPci(const nlohmann::json& device);
+    void keepChanging(const std::string& attribute, std::vector<std::string> values);
+
+    std::filesystem::path root_;
+    std::atomic<bool> stop_{false};
+    std::thread writer_;
+};
