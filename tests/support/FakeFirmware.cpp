@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <sstream>
 
 namespace fs = std::filesystem;
 using json = nlohmann::json;
@@ -26,6 +27,8 @@ FakeFirmware::FakeFirmware(const fs::path& root, const json& tree) : root_(root)
         addAcpi(d);
     for (const json& d : tree.value("pci", json::array()))
         addPci(d);
+    for (const json& d : tree.value("hid", json::array()))
+        addHid(d);
     if (tree.contains("ishtp")) {
         fs::create_directories(root_ / "bus/ishtp/devices");
         for (const json& client : tree["ishtp"])
@@ -89,6 +92,18 @@ void FakeFirmware::addPci(const json& d) {
     write(dev / "device", d["device"]);
     if (d.contains("bound"))
         link(dev / "driver", root_ / "bus/pci/drivers" / d["bound"].get<std::string>());
+}
+
+void FakeFirmware::addHid(const json& d) {
+    const fs::path dev = root_ / "bus/hid/devices" / d["dev"].get<std::string>();
+    fs::create_directories(dev);
+    std::string bytes;
+    std::istringstream hex(d["descriptor"].get<std::string>());
+    for (unsigned byte = 0; hex >> std::hex >> byte;)
+        bytes += static_cast<char>(byte);
+    std::ofstream(dev / "report_descriptor", std::ios::binary) << bytes;
+    if (d.contains("bound"))
+        link(dev / "driver", root_ / "bus/hid/drivers" / d["bound"].get<std::string>());
 }
 
 void FakeFirmware::keepChanging(const std::string& attribute, std::vector<std::string> values) {

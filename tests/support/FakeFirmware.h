@@ -16,6 +16,8 @@
 //        I2C client i2c-<dev> as the physical node: the bound driver, its IIO devices
 //   "pci": [{"addr": "0000:00:12.0", "vendor": "0x8086", "device": "0xe445", "bound": "..."}]
 //   "ishtp": [] or ["<client>", ...]   the ISH transport bus's clients
+//   "hid": [{"dev": "001F:8087:0AC2.0001", "descriptor": "05 20 09 01 ...", "bound": "..."}]
+//        a HID device with its report descriptor (hex bytes) and bound driver
 //   "modules": {"alias": ["acpi*:BOSC0200:* bmc150_accel_i2c"], "builtin": [...],
 //               "loaded": ["bmc150_accel_i2c"]}   the running kernel's modules folder
 //   "kmsg": ["3,1021,5203110,-;text"]          the kernel log, in /dev/kmsg's record format
@@ -35,6 +37,7 @@ public:
 private:
     void addAcpi(const nlohmann::json& device);
     void addPci(const nlohmann::json& device);
+    void addHid(const nlohmann::json& device);
     void keepChanging(const std::string& attribute, std::vector<std::string> values);
 
     std::filesystem::path root_;

@@ -131,8 +131,7 @@ void hubChains(const Roots& roots, const KernelLog& log, std::vector<Chain>& out
         Chain chain;
         chain.locator = hub.path.string();
         chain.name = hub.what + " (" + hub.path.filename().string() + ")";
-        chain.links.push_back(
-            {"firmware", State::Ok, hub.what + " on the PCI bus", (hub.path / "device").string()});
+        chain.links.push_back({"firmware", State::Ok, hub.what, hub.path.string()});
         const std::string bound = boundDriver(hub.path);
         if (bound != hub.expectedDriver) {
             breakAt(chain,
@@ -140,7 +139,13 @@ void hubChains(const Roots& roots, const KernelLog& log, std::vector<Chain>& out
                      bound.empty() ? "no driver bound"
                                    : "bound to " + bound + ", not " + hub.expectedDriver,
                      (hub.path / "driver").string()},
-                    "Use a kernel with the " + hub.expectedDriver + " driver for this hub.");
+                    bound.empty()
+                        ? "Use a kernel with the " + hub.expectedDriver + " driver for this hub."
+                        : "Another driver took the hub, so its sensors never reach "
+                          "the " +
+                              hub.expectedDriver +
+                              " driver: report it to the kernel's "
+                              "input maintainers (linux-input) with this report.");
         } else if (hub.expectedDriver == "intel_ish_ipc" && [&] {
                        std::error_code ec;
                        return fs::is_empty(roots.sysfs / "bus/ishtp/devices", ec) || ec;

@@ -26,7 +26,8 @@ struct FirmwareDevice {
     bool enabled() const { return !status || (*status & 1u) != 0; }
 };
 
-// A sensor hub on the PCI bus: Intel's ISH or AMD's sensor fusion hub.
+// A sensor hub: Intel's ISH or AMD's sensor fusion hub on the PCI bus, or a HID device whose
+// report descriptor declares sensors.
 struct SensorHub {
     std::string what;            // "Intel Integrated Sensor Hub"
     std::filesystem::path path;  // the PCI device's folder

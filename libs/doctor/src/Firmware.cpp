@@ -84,6 +84,39 @@ void deviceTreeSensors(const Roots& roots, std::vector<FirmwareDevice>& out) {
     }
 }
 
+// Whether a HID report descriptor declares the sensor usage page (0x20), walking its items as
+// the HID specification lays them out (a long item is skipped whole).
+bool declaresSensors(const std::string& descriptor) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(descriptor.data());
+    for (std::size_t i = 0; i < descriptor.size();) {
+        const unsigned prefix = bytes[i];
+        if (prefix == 0xFE) {  // long item: size, tag, data
+            i += 3 + (i + 1 < descriptor.size() ? bytes[i + 1] : 0u);
+            continue;
+        }
+        const std::size_t size = (prefix & 3u) == 3u ? 4 : (prefix & 3u);
+        if ((prefix & 0xFCu) == 0x04u && size > 0 && i + size < descriptor.size()) {
+            unsigned page = 0;
+            for (std::size_t b = size; b > 0; --b)
+                page = (page << 8) | bytes[i + b];
+            if (page == 0x20)
+                return true;
+        }
+        i += 1 + size;
+    }
+    return false;
+}
+
+// HID devices that carry sensors (an ISH's or a USB sensor hub's, whatever bus they sit on).
+void hidSensorHubs(const Roots& roots, std::vector<SensorHub>& out) {
+    for (const fs::path& dev : entries(roots.sysfs / "bus/hid/devices")) {
+        std::ifstream in(dev / "report_descriptor", std::ios::binary);
+        const std::string descriptor{std::istreambuf_iterator<char>(in), {}};
+        if (declaresSensors(descriptor))
+            out.push_back({"HID sensor hub", dev, "hid-sensor-hub"});
+    }
+}
+
 }  // namespace
 
 std::optional<std::string> readText(const fs::path& file, std::string* why) {
@@ -141,6 +174,7 @@ std::vector<SensorHub> sensorHubs(const Roots& roots) {
         {"0x1022", {"0x15e4", "0x164a"}, "AMD Sensor Fusion Hub", "pcie_mp2_amd"},
     };
     std::vector<SensorHub> out;
+    hidSensorHubs(roots, out);
     for (const fs::path& dev : entries(roots.sysfs / "bus/pci/devices")) {
         const auto vendor = readText(dev / "vendor");
         const auto device = readText(dev / "device");
