@@ -85,7 +85,8 @@ void deviceTreeSensors(const Roots& roots, std::vector<FirmwareDevice>& out) {
 }
 
 // Whether a HID report descriptor declares the sensor usage page (0x20), walking its items as
-// the HID specification lays them out (a long item is skipped whole).
+// HID report descriptors lay them out: a prefix byte, then 0, 1, 2 or 4 bytes of data (a long
+// item is skipped whole).
 bool declaresSensors(const std::string& descriptor) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(descriptor.data());
     for (std::size_t i = 0; i < descriptor.size();) {
