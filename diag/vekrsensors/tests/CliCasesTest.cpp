@@ -8,6 +8,7 @@
 //    "tree": {"layout": "hidAccel3d",  a fake sysfs with one device of a driver's layout
 //             "name": "...", "set": {"attr": "text"}, "silent": "attr", "busyBuffer": true,
 //             "buffer": "bytes its node holds",
+//             "timestamps": {"everyMs": 10, "count": 50}  a buffer of timestamps only,
 //             "root": "folder name", "devices": [{...}, ...]}   or several devices (n: number)
 //             and the firmware, modules, kernel log and hubs beside them (FakeFirmware.h)
 //    "env": ["DISPLAY=@X"] or {...},   @X: Xvfb, @S: an X server that never answers,
@@ -133,6 +134,22 @@ void expectTexts(const char* what, const std::string& text, const json& want) {
     }
 }
 
+// A buffer whose scans are only the kernel's timestamp: `count` of them `everyMs` apart.
+void addTimedScans(FakeSysfs& sysfs, int n, const std::string& name, const json& timed) {
+    sysfs.set(n, "buffer/enable", "0");
+    sysfs.set(n, "scan_elements/in_timestamp_en", "0");
+    sysfs.set(n, "scan_elements/in_timestamp_index", "3");
+    sysfs.set(n, "scan_elements/in_timestamp_type", "le:s64/64>>0");
+    std::string scans;
+    for (int i = 0; i < timed["count"].get<int>(); ++i) {
+        const auto ns = static_cast<std::uint64_t>(i) * timed["everyMs"].get<std::uint64_t>() *
+                        1000000u;
+        for (int b = 0; b < 8; ++b)
+            scans += static_cast<char>((ns >> (8 * b)) & 0xffu);
+    }
+    sysfs.addBuffer(n, name, scans);
+}
+
 // The fake sysfs a case describes; its variables go to `env`.
 void buildTree(std::optional<FakeSysfs>& sysfs, std::ifstream& holder, const json& tree,
                std::vector<std::string>& env) {
@@ -153,6 +170,8 @@ void buildTree(std::optional<FakeSysfs>& sysfs, std::ifstream& holder, const jso
             sysfs->set(n, attribute, text.get<std::string>());
         if (d.contains("buffer"))
             sysfs->addBuffer(n, layout.name, bytes(d["buffer"]));
+        if (d.contains("timestamps"))
+            addTimedScans(*sysfs, n, layout.name, d["timestamps"]);
         if (d.value("busyBuffer", false)) {
             sysfs->set(n, "buffer/enable", "1");
             sysfs->addBuffer(n, layout.name, "");

@@ -2,6 +2,7 @@
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <thread>
 
 #include "Facts.h"
@@ -65,9 +66,39 @@ Link readingsLink(libOrra::SensorDevice& device, libOrra::SensorKind kind,
         return link;
     }
     link.fact = std::to_string(seen.size()) + " plausible readings" +
-                (noisy(kind) ? ", changing as a live sensor's do" : "") +
-                "; rate not judged: polled values carry no times of their own";
+                (noisy(kind) ? ", changing as a live sensor's do" : "");
     return link;
+}
+
+std::string hertz(double v) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f Hz", v);
+    return text;
+}
+
+// The published rate, judged only where the buffer gives each scan its own time: the measured
+// rate within 90-220 % of the sampling frequency and no gap over 1.8 periods, as Android's
+// sensor tests judge. A rate out of range is a warning, never a break.
+void judgeRate(Link& link, const libOrra::IioBackend::BufferTimes& t) {
+    if (t.nanoseconds.size() < 3 || !t.frequency) {
+        link.fact +=
+            "; rate not judged: " +
+            (t.why.empty() ? std::string("too few timed scans or no published rate") : t.why);
+        return;
+    }
+    const double seconds = static_cast<double>(t.nanoseconds.back() - t.nanoseconds.front()) * 1e-9;
+    const double rate = seconds > 0 ? static_cast<double>(t.nanoseconds.size() - 1) / seconds : 0;
+    const double period = 1e9 / *t.frequency;
+    int gaps = 0;
+    for (std::size_t i = 1; i < t.nanoseconds.size(); ++i)
+        gaps += static_cast<double>(t.nanoseconds[i] - t.nanoseconds[i - 1]) > 1.8 * period;
+    const double share = rate / *t.frequency;
+    link.fact += "; " + hertz(rate) + " measured from the buffer's own times against " +
+                 hertz(*t.frequency) + " published";
+    if (gaps > 0)
+        link.fact += ", " + std::to_string(gaps) + " gaps over 1.8 periods";
+    if ((share < 0.9 || share > 2.2 || gaps > 0) && link.state == Link::State::Ok)
+        link.state = Link::State::Warn;
 }
 
 }  // namespace
@@ -109,7 +140,11 @@ std::vector<Link> iioAndReadings(const Roots& roots, libOrra::SensorKind kind,
         }
         iio.state = Link::State::Ok;
         iio.fact = infos[i].name + " carries the " + kindText + "'s channels";
-        return {iio, readingsLink(*devices[i], kind, infos[i].locator)};
+        Link readings = readingsLink(*devices[i], kind, infos[i].locator);
+        devices.clear();  // the buffer is read on its own, after the polled readings
+        if (readings.state != Link::State::Broken)
+            judgeRate(readings, backend.bufferTimes(infos[i].locator, std::chrono::seconds(1)));
+        return {iio, readings};
     }
     iio.fact = "its IIO devices carry no " + kindText + " channels the module can read";
     return {iio, {"readings", Link::State::Skipped, "", ""}};

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
+#include <optional>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -40,6 +42,18 @@ public:
     std::string lookedIn() const override;
     std::vector<std::string> explain(SensorKind kind, const std::string& locator) override;
     std::optional<Mounting> mounting(const std::string& locator) override;
+
+    // The times a device's buffer gives its scans (scan_elements/in_timestamp), read for
+    // `span`, in nanoseconds, with the device's published sampling frequency. The buffer is
+    // enabled for that time and left as found. No times, and `why`, where none can be read (no
+    // timestamps, no node, another program streaming it). Blocking: call it on a thread that
+    // may wait.
+    struct BufferTimes {
+        std::vector<std::int64_t> nanoseconds;
+        std::optional<double> frequency;
+        std::string why;
+    };
+    BufferTimes bufferTimes(const std::string& locator, std::chrono::milliseconds span) const;
 
     static std::filesystem::path defaultSysfsRoot();
     static std::filesystem::path defaultDevRoot();

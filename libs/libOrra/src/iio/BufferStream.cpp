@@ -147,6 +147,52 @@ std::optional<BufferStream::Failure> BufferStream::takeOwnTrigger() {
     return std::nullopt;
 }
 
+std::vector<std::int64_t> BufferStream::decode(const std::uint8_t* scan) const {
+    std::vector<std::int64_t> values(channels_.size(), 0);
+    for (const auto& el : layout_) {
+        if (!el.wanted)
+            continue;
+        const auto at = std::find(channels_.begin(), channels_.end(), el.name);
+        values[static_cast<std::size_t>(at - channels_.begin())] =
+            decodeScanValue(el.type, scan + el.offset);
+    }
+    return values;
+}
+
+bool BufferStream::drain(std::vector<std::vector<std::int64_t>>& scans,
+                         std::chrono::milliseconds wait, int& err) {
+    if (fd_ < 0) {
+        err = EBADF;
+        return false;
+    }
+    const auto deadline = std::chrono::steady_clock::now() + wait;
+    for (;;) {
+        std::uint8_t buf[4096];
+        const ssize_t n = ::read(fd_, buf, sizeof buf);
+        if (n > 0) {
+            pending_.insert(pending_.end(), buf, buf + n);
+            continue;
+        }
+        if (n < 0 && errno != EAGAIN && errno != EINTR) {
+            err = errno;
+            return false;
+        }
+        const std::size_t whole = pending_.size() / scanBytes_;
+        for (std::size_t i = 0; i < whole; ++i)
+            scans.push_back(decode(pending_.data() + i * scanBytes_));
+        pending_.erase(pending_.begin(),
+                       pending_.begin() + static_cast<std::ptrdiff_t>(whole * scanBytes_));
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        if (whole > 0 || n == 0 || left.count() <= 0)
+            break;  // scans came, a plain file standing in for the device ended, or time is up
+        pollfd p{fd_, POLLIN, 0};
+        ::poll(&p, 1, static_cast<int>(std::min<long long>(left.count(), 50)));
+    }
+    err = 0;
+    return true;
+}
+
 bool BufferStream::latest(std::vector<std::int64_t>& values, std::chrono::milliseconds wait,
                           int& err) {
     if (fd_ < 0) {
@@ -170,15 +216,7 @@ bool BufferStream::latest(std::vector<std::int64_t>& values, std::chrono::millis
         // Whole scans only; the newest wins, a partial one waits for its rest.
         const std::size_t whole = pending_.size() / scanBytes_;
         if (whole > 0) {
-            const std::uint8_t* scan = pending_.data() + (whole - 1) * scanBytes_;
-            last_.assign(channels_.size(), 0);
-            for (const auto& el : layout_) {
-                if (!el.wanted)
-                    continue;
-                const auto at = std::find(channels_.begin(), channels_.end(), el.name);
-                last_[static_cast<std::size_t>(at - channels_.begin())] =
-                    decodeScanValue(el.type, scan + el.offset);
-            }
+            last_ = decode(pending_.data() + (whole - 1) * scanBytes_);
             pending_.erase(pending_.begin(),
                            pending_.begin() + static_cast<std::ptrdiff_t>(whole * scanBytes_));
             lastAt_ = std::chrono::steady_clock::now();

@@ -30,6 +30,10 @@ public:
     // when no scan came since the last call and the last one is stale; false with `err` when
     // none came.
     bool latest(std::vector<std::int64_t>& values, std::chrono::milliseconds wait, int& err);
+    // Every whole scan that came since the last call, oldest first, each as latest() gives
+    // one; waits at most `wait` for the first. False with `err` on a read error.
+    bool drain(std::vector<std::vector<std::int64_t>>& scans, std::chrono::milliseconds wait,
+               int& err);
     void stop();
 
 private:
@@ -42,6 +46,8 @@ private:
     std::optional<Failure> enableChannels();
     std::optional<Failure> readLayout();
     std::optional<Failure> takeOwnTrigger();
+    // The wanted channels' values of the scan at `scan`, in the order given.
+    std::vector<std::int64_t> decode(const std::uint8_t* scan) const;
     struct Element {
         std::string name;
         std::size_t index = 0;
