@@ -45,7 +45,10 @@ RunRecord runOf(const doctor::Chain& chain) {
 
 // The chain as a technician reads it: a line per link, the verdict last.
 void say(std::ostream& out, const doctor::Chain& chain, std::size_t index, std::size_t count) {
-    const std::string head = "[" + std::to_string(index + 1) + "/" + std::to_string(count) + "] ";
+    // Piecewise, not by operator+: g++ 12 at -O3 misreads a chain of std::string temporaries
+    // as an overlapping copy (GCC bug 105329).
+    std::string head = "[";
+    head.append(std::to_string(index + 1)).append("/").append(std::to_string(count)).append("] ");
     if (!chain.declared) {
         out << head << libOrra::capabilityName(chain.kind) << ": " << chain.name << std::endl;
         return;
