@@ -159,6 +159,23 @@ std::vector<std::int64_t> BufferStream::decode(const std::uint8_t* scan) const {
     return values;
 }
 
+BufferStream::Read BufferStream::readAvailable(int& err) {
+    for (;;) {
+        std::uint8_t buf[4096];
+        const ssize_t n = ::read(fd_, buf, sizeof buf);
+        if (n > 0) {
+            pending_.insert(pending_.end(), buf, buf + n);
+            continue;
+        }
+        if (n == 0)
+            return Read::Ended;
+        if (errno == EAGAIN || errno == EINTR)
+            return Read::Waiting;
+        err = errno;
+        return Read::Failed;
+    }
+}
+
 bool BufferStream::drain(std::vector<std::vector<std::int64_t>>& scans,
                          std::chrono::milliseconds wait, int& err) {
     if (fd_ < 0) {
@@ -167,16 +184,9 @@ bool BufferStream::drain(std::vector<std::vector<std::int64_t>>& scans,
     }
     const auto deadline = std::chrono::steady_clock::now() + wait;
     for (;;) {
-        std::uint8_t buf[4096];
-        const ssize_t n = ::read(fd_, buf, sizeof buf);
-        if (n > 0) {
-            pending_.insert(pending_.end(), buf, buf + n);
-            continue;
-        }
-        if (n < 0 && errno != EAGAIN && errno != EINTR) {
-            err = errno;
+        const Read n = readAvailable(err);
+        if (n == Read::Failed)
             return false;
-        }
         const std::size_t whole = pending_.size() / scanBytes_;
         for (std::size_t i = 0; i < whole; ++i)
             scans.push_back(decode(pending_.data() + i * scanBytes_));
@@ -184,7 +194,7 @@ bool BufferStream::drain(std::vector<std::vector<std::int64_t>>& scans,
                        pending_.begin() + static_cast<std::ptrdiff_t>(whole * scanBytes_));
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
             deadline - std::chrono::steady_clock::now());
-        if (whole > 0 || n == 0 || left.count() <= 0)
+        if (whole > 0 || n == Read::Ended || left.count() <= 0)
             break;  // scans came, a plain file standing in for the device ended, or time is up
         pollfd p{fd_, POLLIN, 0};
         ::poll(&p, 1, static_cast<int>(std::min<long long>(left.count(), 50)));
@@ -203,16 +213,9 @@ bool BufferStream::latest(std::vector<std::int64_t>& values, std::chrono::millis
     const auto deadline = now + wait;
     bool fresh = false;
     for (;;) {
-        std::uint8_t buf[4096];
-        const ssize_t n = ::read(fd_, buf, sizeof buf);
-        if (n > 0) {
-            pending_.insert(pending_.end(), buf, buf + n);
-            continue;
-        }
-        if (n < 0 && errno != EAGAIN && errno != EINTR) {
-            err = errno;
+        const Read n = readAvailable(err);
+        if (n == Read::Failed)
             return false;
-        }
         // Whole scans only; the newest wins, a partial one waits for its rest.
         const std::size_t whole = pending_.size() / scanBytes_;
         if (whole > 0) {
@@ -233,7 +236,7 @@ bool BufferStream::latest(std::vector<std::int64_t>& values, std::chrono::millis
         }
         pollfd p{fd_, POLLIN, 0};
         const int ready = ::poll(&p, 1, static_cast<int>(std::min<long long>(left.count(), 50)));
-        if (ready > 0 && n == 0)  // end of file: a plain file stands in for the device
+        if (ready > 0 && n == Read::Ended)  // end of file: a plain file stands in for the device
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     values = last_;

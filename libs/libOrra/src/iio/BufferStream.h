@@ -46,6 +46,10 @@ private:
     std::optional<Failure> enableChannels();
     std::optional<Failure> readLayout();
     std::optional<Failure> takeOwnTrigger();
+    // Appends every byte the node has now to the pending scans: then the node has more to
+    // come (Waiting), has ended (a plain file standing in for it), or failed with `err`.
+    enum class Read { Waiting, Ended, Failed };
+    Read readAvailable(int& err);
     // The wanted channels' values of the scan at `scan`, in the order given.
     std::vector<std::int64_t> decode(const std::uint8_t* scan) const;
     struct Element {
