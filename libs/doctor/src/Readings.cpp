@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <optional>
 #include <thread>
 
 #include "Facts.h"
@@ -31,12 +32,15 @@ bool noisy(libOrra::SensorKind kind) {
            kind == libOrra::SensorKind::Magnetometer;
 }
 
+using Values = std::array<double, 5>;  // x, y, z, lux, heading
+
 Link readingsLink(libOrra::SensorDevice& device, libOrra::SensorKind kind,
-                  const std::string& locator) {
+                  const std::string& locator, std::vector<Values>& seen) {
     Link link{"readings", Link::State::Ok, "", locator};
-    std::vector<std::array<double, 5>> seen;
     int failed = 0;
-    for (int i = 0; i < kReadings; ++i) {
+    // A device that stalls each read (a buffer that never fills) still ends within the bound.
+    const auto deadline = std::chrono::steady_clock::now() + kReadings * kBetween * 3 / 2;
+    for (int i = 0; i < kReadings && std::chrono::steady_clock::now() < deadline; ++i) {
         libOrra::Sample s;
         if (device.read(s))
             seen.push_back({s.x, s.y, s.z, s.lux, s.heading});
@@ -46,7 +50,7 @@ Link readingsLink(libOrra::SensorDevice& device, libOrra::SensorKind kind,
     }
     if (seen.empty()) {
         link.state = Link::State::Broken;
-        link.fact = "none of " + std::to_string(kReadings) + " readings could be taken";
+        link.fact = "none of " + std::to_string(failed) + " readings could be taken";
         return link;
     }
     const bool frozen =
@@ -61,13 +65,110 @@ Link readingsLink(libOrra::SensorDevice& device, libOrra::SensorKind kind,
     }
     if (failed > 0) {
         link.state = Link::State::Warn;
-        link.fact = std::to_string(failed) + " of " + std::to_string(kReadings) +
+        link.fact = std::to_string(failed) + " of " + std::to_string(failed + seen.size()) +
                     " readings failed or were implausible";
         return link;
     }
     link.fact = std::to_string(seen.size()) + " plausible readings" +
                 (noisy(kind) ? ", changing as a live sensor's do" : "");
     return link;
+}
+
+Values mean(const std::vector<Values>& values) {
+    Values m{};
+    for (const Values& v : values) {
+        for (std::size_t i = 0; i < m.size(); ++i)
+            m[i] += v[i] / static_cast<double>(values.size());
+    }
+    return m;
+}
+
+// How far apart two means may lie and still agree: a hand-held device moves a little between
+// the polled second and the buffered one, and two paths round differently; a wrong scale, a
+// wrong byte order or a buffer of zeros lands far outside. Nullopt: the kind is not compared.
+struct Agreement {
+    std::size_t first, count;  // the components compared
+    double absolute;           // in the kind's unit
+    const char* unit;
+};
+std::optional<Agreement> agreementFor(libOrra::SensorKind kind) {
+    switch (kind) {
+        case libOrra::SensorKind::Accelerometer:
+            return Agreement{0, 3, 0.1, "g"};
+        case libOrra::SensorKind::Gyrometer:
+            return Agreement{0, 3, 5.0, "deg/s"};
+        case libOrra::SensorKind::Magnetometer:
+            return Agreement{0, 3, 0.05, "gauss"};
+        case libOrra::SensorKind::Light:
+            return Agreement{3, 1, 5.0, "lux"};
+        default:
+            return std::nullopt;
+    }
+}
+
+std::string valuesText(const Values& v, const Agreement& a) {
+    std::string text;
+    for (std::size_t i = a.first; i < a.first + a.count; ++i) {
+        char one[32];
+        std::snprintf(one, sizeof one, "%s%.3g", text.empty() ? "" : ", ", v[i]);
+        text += one;
+    }
+    return text.append(" ").append(a.unit);
+}
+
+// Where the device has both sysfs values and a buffer carrying the same channels, a few
+// readings through the buffer, compared with the polled ones: a desktop streaming the buffer
+// (iio-sensor-proxy does) sees what the buffer gives. Apart by more than a moving hand would
+// make them, or nothing through the buffer, is a warning naming both; a buffer that cannot be
+// opened leaves the comparison unknown.
+void compareBuffer(Link& link, libOrra::IioBackend& backend, libOrra::SensorKind kind,
+                   const std::string& locator, const Values& polled) {
+    const auto agreement = agreementFor(kind);
+    auto device = agreement ? backend.openThroughBuffer(kind, locator) : nullptr;
+    if (!device)
+        return;
+    std::vector<Values> buffered;
+    const auto deadline = std::chrono::steady_clock::now() + kReadings * kBetween / 2;
+    for (int i = 0; i < kReadings / 4 && std::chrono::steady_clock::now() < deadline; ++i) {
+        libOrra::Sample s;
+        if (device->read(s))
+            buffered.push_back({s.x, s.y, s.z, s.lux, s.heading});
+        std::this_thread::sleep_for(kBetween);
+    }
+    platform::SensorState state = platform::SENSOR_STATE_ERROR;
+    device->sensor()->GetState(&state);
+    device.reset();
+    const auto notes = backend.takeNotes(locator);
+    if (buffered.empty() && state == platform::SENSOR_STATE_ACCESS_DENIED) {
+        link.fact += "; buffer against sysfs unknown: " +
+                     (notes.empty() ? std::string("its buffer could not be opened")
+                                    : notes.front().text);
+        return;
+    }
+    const auto mark = [&link] {
+        if (link.state == Link::State::Ok)
+            link.state = Link::State::Warn;
+    };
+    if (buffered.empty()) {
+        link.fact += "; its buffer gave no readings while sysfs did: a desktop that streams the "
+                     "buffer sees nothing";
+        return mark();
+    }
+    const Values through = mean(buffered);
+    double apart = 0, size = 0;
+    for (std::size_t i = agreement->first; i < agreement->first + agreement->count; ++i) {
+        apart += (through[i] - polled[i]) * (through[i] - polled[i]);
+        size = std::max({size, std::abs(through[i]), std::abs(polled[i])});
+    }
+    const bool agree = std::sqrt(apart) <= agreement->absolute + 0.15 * size;
+    link.fact += agree ? "; its buffer agrees with sysfs" : "; its buffer disagrees with sysfs";
+    link.fact.append(" (buffer ")
+        .append(valuesText(through, *agreement))
+        .append(", sysfs ")
+        .append(valuesText(polled, *agreement))
+        .append(")");
+    if (!agree)
+        mark();
 }
 
 std::string hertz(double v) {
@@ -140,10 +241,13 @@ std::vector<Link> iioAndReadings(const Roots& roots, libOrra::SensorKind kind,
         }
         iio.state = Link::State::Ok;
         iio.fact = infos[i].name + " carries the " + kindText + "'s channels";
-        Link readings = readingsLink(*devices[i], kind, infos[i].locator);
+        std::vector<Values> seen;
+        Link readings = readingsLink(*devices[i], kind, infos[i].locator, seen);
         devices.clear();  // the buffer is read on its own, after the polled readings
-        if (readings.state != Link::State::Broken)
+        if (readings.state != Link::State::Broken) {
+            compareBuffer(readings, backend, kind, infos[i].locator, mean(seen));
             judgeRate(readings, backend.bufferTimes(infos[i].locator, std::chrono::seconds(1)));
+        }
         return {iio, readings};
     }
     iio.fact = "its IIO devices carry no " + kindText + " channels the module can read";

@@ -54,6 +54,11 @@ public:
         std::string why;
     };
     BufferTimes bufferTimes(const std::string& locator, std::chrono::milliseconds span) const;
+    // The `kind` sensor at `locator` read through its buffer although it also has sysfs
+    // values, converted as they are (scale, offset, mount matrix), so that the two can be
+    // compared; null where the device has no sysfs values or its buffer does not carry the
+    // kind's channels. Its buffer is enabled while it is open and left as found.
+    std::unique_ptr<SensorDevice> openThroughBuffer(SensorKind kind, const std::string& locator);
 
     static std::filesystem::path defaultSysfsRoot();
     static std::filesystem::path defaultDevRoot();

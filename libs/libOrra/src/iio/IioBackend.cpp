@@ -123,6 +123,20 @@ bool IioBackend::open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>
     return true;
 }
 
+std::unique_ptr<SensorDevice> IioBackend::openThroughBuffer(SensorKind kind,
+                                                           const std::string& locator) {
+    for (const auto& f : scan()) {
+        if (f.kind != kind || f.locator != locator || f.plan.buffered)
+            continue;
+        std::error_code ec;
+        auto plan = iio::planBuffered(kind, listFiles(f.dir), fs::exists(f.node, ec));
+        if (!plan || plan->row != f.plan.row)
+            return nullptr;
+        return iio::openDevice(channelsFor(f.dir, f.locator, f.name, f.node, *plan, notes_));
+    }
+    return nullptr;
+}
+
 std::unique_ptr<ProximityStream> IioBackend::openProximity(const std::string& locator) {
     for (const auto& f : scan()) {
         if (f.kind == SensorKind::Proximity && f.locator == locator) {

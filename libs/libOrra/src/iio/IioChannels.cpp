@@ -135,18 +135,12 @@ std::string stemOf(const std::string& value) {
     return value;
 }
 
-}  // namespace
+constexpr std::string_view kAxes[] = {"x", "y", "z"};
 
-std::optional<ChannelPlan> planChannels(const ChannelRow& row, const FileNames& files,
-                                        bool hasBufferNode) {
-    static constexpr std::string_view kAxes[] = {"x", "y", "z"};
+// The row's sysfs values, every axis through the same attribute name pattern, so that an
+// _input x is never mixed with a _raw y; empty when the device lacks one.
+std::vector<AxisPlan> valueAxes(const ChannelRow& row, const FileNames& files) {
     const int axisCount = threeAxes(row) ? 3 : 1;
-    ChannelPlan plan;
-    plan.row = &row;
-    const std::string type(row.type);
-
-    // Sysfs values first: every axis through the same attribute name pattern, so that an
-    // _input x is never mixed with a _raw y.
     for (auto pattern : row.values) {
         std::vector<AxisPlan> axes;
         for (int i = 0; i < axisCount; ++i) {
@@ -160,31 +154,45 @@ std::optional<ChannelPlan> planChannels(const ChannelRow& row, const FileNames& 
             }
             axes.push_back(std::move(axis));
         }
-        if (static_cast<int>(axes.size()) == axisCount) {
-            plan.axes = std::move(axes);
-            break;
-        }
+        if (static_cast<int>(axes.size()) == axisCount)
+            return axes;
     }
-    // Else the buffer: each channel enabled, typed and indexed under scan_elements/.
-    if (plan.axes.empty() && hasBufferNode) {
-        for (auto pattern : row.scanNames) {
-            std::vector<AxisPlan> axes;
-            for (int i = 0; i < axisCount; ++i) {
-                const std::string stem = expand(pattern, axisCount == 3 ? kAxes[i] : "");
-                const std::string dir = "scan_elements/" + stem;
-                if (!files.contains(dir + "_en") || !files.contains(dir + "_type") ||
-                    !files.contains(dir + "_index")) {
-                    break;
-                }
-                axes.push_back({stem, true, infoFor(files, stem, row.type, "scale"),
-                                infoFor(files, stem, row.type, "offset")});
-            }
-            if (static_cast<int>(axes.size()) == axisCount) {
-                plan.axes = std::move(axes);
-                plan.buffered = true;
+    return {};
+}
+
+// The row's channels in the buffer: each enabled, typed and indexed under scan_elements/.
+std::vector<AxisPlan> bufferAxes(const ChannelRow& row, const FileNames& files) {
+    const int axisCount = threeAxes(row) ? 3 : 1;
+    for (auto pattern : row.scanNames) {
+        std::vector<AxisPlan> axes;
+        for (int i = 0; i < axisCount; ++i) {
+            const std::string stem = expand(pattern, axisCount == 3 ? kAxes[i] : "");
+            const std::string dir = "scan_elements/" + stem;
+            if (!files.contains(dir + "_en") || !files.contains(dir + "_type") ||
+                !files.contains(dir + "_index")) {
                 break;
             }
+            axes.push_back({stem, true, infoFor(files, stem, row.type, "scale"),
+                            infoFor(files, stem, row.type, "offset")});
         }
+        if (static_cast<int>(axes.size()) == axisCount)
+            return axes;
+    }
+    return {};
+}
+
+// Sysfs values first, else the buffer (which needs the device's node); with `bufferOnly`
+// the buffer alone.
+std::optional<ChannelPlan> planFor(const ChannelRow& row, const FileNames& files,
+                                   bool hasBufferNode, bool bufferOnly) {
+    ChannelPlan plan;
+    plan.row = &row;
+    const std::string type(row.type);
+    if (!bufferOnly)
+        plan.axes = valueAxes(row, files);
+    if (plan.axes.empty() && hasBufferNode) {
+        plan.axes = bufferAxes(row, files);
+        plan.buffered = !plan.axes.empty();
     }
     if (plan.axes.empty())
         return std::nullopt;
@@ -204,14 +212,31 @@ std::optional<ChannelPlan> planChannels(const ChannelRow& row, const FileNames& 
     return plan;
 }
 
-std::optional<ChannelPlan> planSensor(SensorKind kind, const FileNames& files, bool hasBufferNode) {
+std::optional<ChannelPlan> firstPlan(SensorKind kind, const FileNames& files, bool hasBufferNode,
+                                     bool bufferOnly) {
     for (const auto& row : channelTable()) {
         if (row.kind != kind)
             continue;
-        if (auto plan = planChannels(row, files, hasBufferNode))
+        if (auto plan = planFor(row, files, hasBufferNode, bufferOnly))
             return plan;
     }
     return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<ChannelPlan> planChannels(const ChannelRow& row, const FileNames& files,
+                                        bool hasBufferNode) {
+    return planFor(row, files, hasBufferNode, false);
+}
+
+std::optional<ChannelPlan> planSensor(SensorKind kind, const FileNames& files, bool hasBufferNode) {
+    return firstPlan(kind, files, hasBufferNode, false);
+}
+
+std::optional<ChannelPlan> planBuffered(SensorKind kind, const FileNames& files,
+                                        bool hasBufferNode) {
+    return firstPlan(kind, files, hasBufferNode, true);
 }
 
 }  // namespace libOrra::iio

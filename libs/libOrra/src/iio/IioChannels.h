@@ -90,6 +90,10 @@ std::optional<ChannelPlan> planChannels(const ChannelRow& row, const FileNames& 
                                         bool hasBufferNode);
 // The first row of `kind` that plans on this device.
 std::optional<ChannelPlan> planSensor(SensorKind kind, const FileNames& files, bool hasBufferNode);
+// The first row of `kind` whose channels the device's buffer carries, whether or not it also
+// has sysfs values (the doctor reads both and compares them); nullopt without a buffer node.
+std::optional<ChannelPlan> planBuffered(SensorKind kind, const FileNames& files,
+                                        bool hasBufferNode);
 
 // "in_accel_%a_raw" with axis "x" -> "in_accel_x_raw".
 std::string expand(std::string_view pattern, std::string_view axis);
