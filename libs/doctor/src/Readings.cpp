@@ -140,9 +140,9 @@ void compareBuffer(Link& link, libOrra::IioBackend& backend, libOrra::SensorKind
     device.reset();
     const auto notes = backend.takeNotes(locator);
     if (buffered.empty() && state == platform::SENSOR_STATE_ACCESS_DENIED) {
-        link.fact += "; buffer against sysfs unknown: " +
-                     (notes.empty() ? std::string("its buffer could not be opened")
-                                    : notes.front().text);
+        link.fact +=
+            "; buffer against sysfs unknown: " +
+            (notes.empty() ? std::string("its buffer could not be opened") : notes.front().text);
         return;
     }
     const auto mark = [&link] {
@@ -150,8 +150,9 @@ void compareBuffer(Link& link, libOrra::IioBackend& backend, libOrra::SensorKind
             link.state = Link::State::Warn;
     };
     if (buffered.empty()) {
-        link.fact += "; its buffer gave no readings while sysfs did: a desktop that streams the "
-                     "buffer sees nothing";
+        link.fact +=
+            "; its buffer gave no readings while sysfs did: a desktop that streams the "
+            "buffer sees nothing";
         return mark();
     }
     const Values through = mean(buffered);

@@ -69,9 +69,32 @@ std::string matrixText(const Matrix3& m) {
     return text;
 }
 
-std::string hwdbStanza(const HwdbMatch& match, const Matrix3& matrix) {
-    return "sensor:modalias:" + match.parentModalias + "*:dmi:*:svn" + match.vendor + ":pn" +
-           match.product + ":*\n ACCEL_MOUNT_MATRIX=" + matrixText(matrix) + "\n";
+std::string hwdbStanza(const libOrra::Mounting& m, const Matrix3& matrix) {
+    const std::string& dmi = m.dmiModalias;
+    std::string text = "# ";
+    text.append(m.machine.empty() ? m.dmiVendor + " " + m.dmiProduct : m.machine);
+    const bool placeholders =
+        libOrra::dmiPlaceholder(m.dmiVendor) || libOrra::dmiPlaceholder(m.dmiProduct);
+    const std::string bios = libOrra::dmiModaliasField(dmi, "bvr");
+    if (placeholders && !bios.empty()) {
+        text.append(" (BIOS ").append(bios).append(" of ");
+        text.append(libOrra::dmiModaliasField(dmi, "bd")).append(")");
+    }
+    text.append("\nsensor:");
+    if (!m.label.empty())
+        text.append(m.label).append(":");
+    text.append("modalias:").append(m.parentModalias).append("*:dmi:");
+    if (placeholders && !bios.empty()) {
+        // The hwdb's own way for such tablets: BIOS vendor, version and date, then '*' before
+        // svn, where kernels since 5.8 put the BIOS release.
+        text.append("bvn").append(libOrra::dmiModaliasField(dmi, "bvn"));
+        text.append(":bvr").append(bios);
+        text.append(":bd").append(libOrra::dmiModaliasField(dmi, "bd")).append(":*");
+    } else {
+        text.append("*:");
+    }
+    text.append("svn").append(m.dmiVendor).append(":pn").append(m.dmiProduct).append(":*\n");
+    return text.append(" ACCEL_MOUNT_MATRIX=").append(matrixText(matrix)).append("\n");
 }
 
 }  // namespace vekrsensors

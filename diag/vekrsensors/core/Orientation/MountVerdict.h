@@ -5,6 +5,7 @@
 
 #include "PoseTracker.h"
 #include "libOrra/IioAttribute.h"
+#include "libOrra/SensorBackend.h"
 
 namespace vekrsensors {
 
@@ -38,15 +39,11 @@ MountVerdict judgeMount(const std::array<SignedAxis, 3>& read,
 // "0, -1, 0; 1, 0, 0; 0, 0, 1": a matrix as ACCEL_MOUNT_MATRIX and the kernel write it.
 std::string matrixText(const libOrra::iio::Matrix3& m);
 
-// What identifies the machine and the sensor to udev's hwdb lookup.
-struct HwdbMatch {
-    std::string parentModalias;  // the sensor's parent device, e.g. "acpi:BOSC0200:BOSC0200:"
-    std::string vendor;          // DMI as in /sys/class/dmi/id/modalias (svn...)
-    std::string product;         // (pn...)
-};
-
-// A stanza for /etc/udev/hwdb.d/61-sensor-local.hwdb that sets `matrix` on this sensor of this
-// machine, as systemd's 60-sensor.hwdb writes its entries.
-std::string hwdbStanza(const HwdbMatch& match, const libOrra::iio::Matrix3& matrix);
+// A stanza for /etc/udev/hwdb.d/61-sensor-local.hwdb that sets `matrix` on the sensor
+// `mounting` describes, as systemd's 60-sensor.hwdb writes its entries: a comment naming the
+// machine, the match udev's 60-sensor.rules looks up (the sensor's label where it has one,
+// its parent's modalias, the DMI vendor and product, or the BIOS vendor, version and date
+// where those are the firmware's placeholders), the property indented by one space.
+std::string hwdbStanza(const libOrra::Mounting& mounting, const libOrra::iio::Matrix3& matrix);
 
 }  // namespace vekrsensors

@@ -104,6 +104,18 @@ Outcome takePoses(libOrra::Accelerometer& record, OrientationSession& session) {
     }
 }
 
+// What systemd's hwdb maintainers ask of a new entry beside the entry itself: the device
+// described, and what udev and the kernel say of it (60-sensor.hwdb's header).
+std::string hwdbExcerpt(const libOrra::Mounting& m, const std::array<SignedAxis, 3>& read) {
+    std::string text = "machine: ";
+    text.append(m.machine).append("\nDMI: ").append(m.dmiModalias);
+    text.append("\nsensor: ").append(m.node).append(", parent modalias ").append(m.parentModalias);
+    text.append(m.label.empty() ? "" : ", label " + m.label);
+    text.append("\nmatrix in force: ").append(m.source);
+    text.append("\nread upright, on its right-hand edge, flat: ").append(readings(read));
+    return text.append("\n");
+}
+
 // The verdict on three poses taken, with the entry that fixes a wrong matrix.
 TestResult judge(const std::array<SignedAxis, 3>& read, const libOrra::Mounting& mounting) {
     const MountVerdict v = judgeMount(read, mounting.applied);
@@ -114,8 +126,7 @@ TestResult judge(const std::array<SignedAxis, 3>& read, const libOrra::Mounting&
         return TestResult::PASS();
     }
     const std::string matrix = "ACCEL_MOUNT_MATRIX=" + matrixText(v.proposed);
-    const std::string stanza =
-        hwdbStanza({mounting.parentModalias, mounting.dmiVendor, mounting.dmiProduct}, v.proposed);
+    const std::string stanza = hwdbStanza(mounting, v.proposed);
     const bool warn = v.kind == MountVerdict::Kind::Warn;
     kiva5::Event* event = warn ? &evOrientationTiltInverted : &evOrientationWrong;
     event->setVariable(kiva5::KivaString("Proposed"), kiva5::Value(matrix));
@@ -129,9 +140,12 @@ TestResult judge(const std::array<SignedAxis, 3>& read, const libOrra::Mounting&
         kiva5::Value((warn ? "screen rotation right, tilt inverted (" : "read ") + readings(read) +
                      (warn ? ")" : "") + ": " + matrix + " fixes it"));
     kiva5::DiagModule::setRunDetail(kiva5::KivaString("hwdb"), kiva5::Value(stanza));
-    // The stanza's two lines as one: its second begins with the space the hwdb wants.
+    kiva5::DiagModule::setRunDetail(kiva5::KivaString("hwdbExcerpt"),
+                                    kiva5::Value(hwdbExcerpt(mounting, read)));
+    // The match and the property as one line, without the comment: the property's line
+    // begins with the space the hwdb wants.
     std::string oneLine;
-    for (const char c : stanza) {
+    for (const char c : stanza.substr(stanza.find('\n') + 1)) {
         if (c != '\n')
             oneLine += c;
     }

@@ -2,9 +2,9 @@
 
 #include <chrono>
 #include <cstdint>
-#include <optional>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 

@@ -90,6 +90,7 @@ struct ScenarioSensor {
     std::vector<PoseStep> poses;
     std::optional<std::array<double, 9>> mounting;
     std::optional<std::array<double, 9>> matrix;
+    bool matrixFromUdev = false;  // the matrix as udev's hwdb sets it, not the scenario's own
     std::string modalias = "sim:accelerometer";
 
     bool operator==(const ScenarioSensor&) const = default;
@@ -122,9 +123,13 @@ struct Scenario {
     // Only from this test run (from 1) on, as a recording has it: in that run at stopAt, in
     // the later ones at once.
     std::optional<int> stopRun;
-    // The machine's DMI vendor and product as the kernel's modalias gives them (svn, pn).
+    // The machine's DMI vendor and product as the kernel's modalias gives them (svn, pn),
+    // the whole modalias where the scenario gives one ("" : made of those two), and the
+    // machine's name in plain words ("": vendor and product).
     std::string dmiVendor = "Simulated";
     std::string dmiProduct = "Tablet";
+    std::string dmiModalias;
+    std::string dmiName;
     // A recording's: the arguments of the run it recorded, the program first.
     std::vector<std::string> recordedCommandLine;
     // A recording's "recording" block (module, command line, each run's verdict) as JSON text

@@ -72,8 +72,20 @@ struct Mounting {
     std::string parentModalias;  // the sensor's parent device, e.g. "acpi:BOSC0200:BOSC0200:"
     std::string dmiVendor;       // as /sys/class/dmi/id/modalias writes them (svn, pn)
     std::string dmiProduct;
-    std::string node;  // the device node udev knows the sensor by, e.g. "/dev/iio:device0"
+    std::string dmiModalias;  // all of it: "dmi:bvn...:bvr...:bd...:svn...:pn...:"
+    std::string machine;      // in plain words for a person: "ASUSTeK COMPUTER INC. T100TA"
+    std::string label;        // the kernel's label; udev's hwdb key then begins with it
+    std::string node;         // the device node udev knows the sensor by, e.g. "/dev/iio:device0"
 };
+
+// A field of a DMI modalias ("dmi:bvn...:svnASUSTeKCOMPUTERINC.:pnT100TA:..."), which is what
+// the hwdb's "dmi:" part is matched against: the kernel has already dropped the spaces and
+// colons of the plain attributes there. "" where the field is absent.
+std::string dmiModaliasField(std::string_view modalias, std::string_view prefix);
+// Whether a DMI string is one of the firmware's placeholders ("Default string", "To be filled
+// by O.E.M.", "System Product Name"...), plain or as the modalias writes it: cheap tablets
+// carry them, and a hwdb entry must then match on the BIOS version and date instead.
+bool dmiPlaceholder(std::string_view text);
 
 // A device the framework hands to the tests.
 struct DeviceEntry {

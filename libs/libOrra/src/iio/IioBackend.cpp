@@ -124,7 +124,7 @@ bool IioBackend::open(SensorKind kind, std::vector<std::unique_ptr<SensorDevice>
 }
 
 std::unique_ptr<SensorDevice> IioBackend::openThroughBuffer(SensorKind kind,
-                                                           const std::string& locator) {
+                                                            const std::string& locator) {
     for (const auto& f : scan()) {
         if (f.kind != kind || f.locator != locator || f.plan.buffered)
             continue;

@@ -16,16 +16,19 @@ using iio::readTimeout;
 
 namespace {
 
-// A field of the firmware's DMI modalias ("dmi:bvn...:svnASUSTeKCOMPUTERINC.:pnT100TA:..."),
-// which is what the hwdb's "dmi:" part is matched against: the kernel has already dropped the
-// spaces and colons of the plain attributes there.
-std::string dmiField(const std::string& modalias, const std::string& prefix) {
-    std::size_t at = 0;
-    while ((at = modalias.find(":" + prefix, at)) != std::string::npos) {
-        at += 1 + prefix.size();
-        return modalias.substr(at, modalias.find(':', at) - at);
+// The machine in plain words for a person: the system's vendor and product, or the board's
+// where the system's are a firmware placeholder ("Default string").
+std::string machineName(const fs::path& dmi) {
+    const auto read = [&dmi](const char* name) {
+        int err = 0;
+        return iio::readAttribute(dmi / name, err).value_or("");
+    };
+    std::string vendor = read("sys_vendor"), product = read("product_name");
+    if (dmiPlaceholder(vendor) || dmiPlaceholder(product)) {
+        vendor = read("board_vendor");
+        product = read("board_name");
     }
-    return {};
+    return vendor.append(vendor.empty() ? "" : " ").append(product);
 }
 
 }  // namespace
@@ -45,15 +48,19 @@ std::optional<Mounting> IioBackend::mounting(const std::string& locator) {
         const auto identity =
             vek::callWithin(readTimeout(), [dir = fs::path(f.locator), root = root_] {
                 int err = 0;
-                return std::make_pair(
+                return std::make_tuple(
                     iio::readAttribute(dir.parent_path() / "modalias", err).value_or(""),
-                    iio::readAttribute(root / "class/dmi/id/modalias", err).value_or(""));
+                    iio::readAttribute(root / "class/dmi/id/modalias", err).value_or(""),
+                    machineName(root / "class/dmi/id"));
             });
         if (identity) {
-            m.parentModalias = identity->first;
-            m.dmiVendor = dmiField(identity->second, "svn");
-            m.dmiProduct = dmiField(identity->second, "pn");
+            m.parentModalias = std::get<0>(*identity);
+            m.dmiModalias = std::get<1>(*identity);
+            m.dmiVendor = dmiModaliasField(m.dmiModalias, "svn");
+            m.dmiProduct = dmiModaliasField(m.dmiModalias, "pn");
+            m.machine = std::get<2>(*identity);
         }
+        m.label = f.label;
         m.node = "/dev/" + f.dir.filename().string();
         return m;
     }

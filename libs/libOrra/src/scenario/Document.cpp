@@ -4,6 +4,7 @@
 #include <climits>
 
 #include "Sections.h"
+#include "libOrra/SensorBackend.h"
 
 namespace libOrra::scenario {
 namespace {
@@ -147,18 +148,33 @@ void readDmi(const Reader& r, const Json& doc, const std::string&, Scenario& sc)
     if (!doc.contains("dmi"))
         return;
     const Json& d = r.object(doc["dmi"], "/dmi");
-    r.keys(d, "/dmi", {"vendor", "product"});
+    r.keys(d, "/dmi", {"vendor", "product", "modalias", "name"});
+    if (d.contains("modalias")) {
+        sc.dmiModalias = r.text(d["modalias"], "/dmi/modalias");
+        sc.dmiVendor = dmiModaliasField(sc.dmiModalias, "svn");
+        sc.dmiProduct = dmiModaliasField(sc.dmiModalias, "pn");
+    }
     if (d.contains("vendor"))
         sc.dmiVendor = r.text(d["vendor"], "/dmi/vendor");
     if (d.contains("product"))
         sc.dmiProduct = r.text(d["product"], "/dmi/product");
+    if (d.contains("name"))
+        sc.dmiName = r.text(d["name"], "/dmi/name");
 }
 
 // Only a machine that is not the default one.
 void writeDmi(const Scenario& sc, Members& out) {
     const Scenario defaults;
-    if (sc.dmiVendor != defaults.dmiVendor || sc.dmiProduct != defaults.dmiProduct)
-        out.addCompact("dmi", {{"vendor", sc.dmiVendor}, {"product", sc.dmiProduct}});
+    if (sc.dmiVendor == defaults.dmiVendor && sc.dmiProduct == defaults.dmiProduct &&
+        sc.dmiModalias.empty() && sc.dmiName.empty()) {
+        return;
+    }
+    Json dmi{{"vendor", sc.dmiVendor}, {"product", sc.dmiProduct}};
+    if (!sc.dmiModalias.empty())
+        dmi["modalias"] = sc.dmiModalias;
+    if (!sc.dmiName.empty())
+        dmi["name"] = sc.dmiName;
+    out.addCompact("dmi", dmi);
 }
 
 void readStop(const Reader& r, const Json& doc, const std::string&, Scenario& sc) {

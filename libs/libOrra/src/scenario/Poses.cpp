@@ -53,7 +53,7 @@ PoseStep readPose(const Reader& r, const Json& item, const std::string& w) {
 }
 
 void readPoses(const Reader& r, const Json& v, const std::string& where, ScenarioSensor& s) {
-    for (const char* key : {"poses", "mounting", "matrix", "modalias"}) {
+    for (const char* key : {"poses", "mounting", "matrix", "matrixFrom", "modalias"}) {
         if (v.contains(key) && s.kind != SensorKind::Accelerometer)
             r.fail(where + "/" + key, std::string("no ") + key + " (accelerometers)");
     }
@@ -64,6 +64,12 @@ void readPoses(const Reader& r, const Json& v, const std::string& where, Scenari
         *into = iio::parseMountMatrix(r.text(v[key], w));
         if (!*into)
             r.fail(w, "a matrix as the kernel writes it (\"0, -1, 0; 1, 0, 0; 0, 0, 1\")");
+    }
+    if (v.contains("matrixFrom")) {
+        const std::string from = r.text(v["matrixFrom"], where + "/matrixFrom");
+        if (from != "udev" || !s.matrix)
+            r.fail(where + "/matrixFrom", "\"udev\", beside a matrix");
+        s.matrixFromUdev = true;
     }
     if (v.contains("modalias"))
         s.modalias = r.text(v["modalias"], where + "/modalias");
@@ -91,6 +97,8 @@ void writePoses(const ScenarioSensor& s, Members& out) {
         if (*from)
             out.addCompact(key, matrixText(**from));
     }
+    if (s.matrixFromUdev)
+        out.addCompact("matrixFrom", "udev");
     if (s.modalias != kDefaultModalias)
         out.addCompact("modalias", s.modalias);
     if (s.poses.empty())

@@ -14,7 +14,8 @@ ScenarioSensor readSensor(const Reader& r, const Json& v, const std::string& whe
     r.object(v, where);
     r.keys(v, where,
            {"kind", "locator", "name", "label", "states", "updates", "motion", "heading",
-            "readings", "error", "faults", "poses", "mounting", "matrix", "modalias"});
+            "readings", "error", "faults", "poses", "mounting", "matrix", "matrixFrom",
+             "modalias"});
     ScenarioSensor s;
     if (!v.contains("kind"))
         r.fail(where + "/kind", "the sensor's kind");

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <thread>
 
 #include "../SensorObject.h"
 #include "../StoppableThread.h"
-#include "SampleScripts.h"
 #include "Angles.h"
+#include "SampleScripts.h"
 #include "libOrra/IioAttribute.h"
 #include "platform/Screen.h"
 #include "platform/WindowsNames.h"
@@ -264,10 +265,30 @@ std::optional<Mounting> SimBackend::mounting(const std::string& locator) {
             continue;
         Mounting m;
         m.applied = s.matrix.value_or(iio::kIdentity);
-        m.source = s.matrix ? "the scenario's matrix" : "none";
+        m.source = !s.matrix ? "none" : "the scenario's matrix";
+        if (s.matrix && s.matrixFromUdev) {
+            // As the IIO backend names a matrix udev's hwdb set.
+            m.source = "udev ACCEL_MOUNT_MATRIX \"";
+            for (std::size_t i = 0; i < s.matrix->size(); ++i) {
+                char number[24];
+                std::snprintf(number, sizeof number, "%s%g",
+                              i == 0  ? ""
+                              : i % 3 ? ", "
+                                      : "; ",
+                              (*s.matrix)[i] == 0 ? 0.0 : (*s.matrix)[i]);
+                m.source += number;
+            }
+            m.source += "\"";
+        }
         m.parentModalias = s.modalias;
         m.dmiVendor = scenario_.dmiVendor;
         m.dmiProduct = scenario_.dmiProduct;
+        m.dmiModalias = scenario_.dmiModalias.empty()
+                            ? "dmi:svn" + m.dmiVendor + ":pn" + m.dmiProduct + ":"
+                            : scenario_.dmiModalias;
+        m.machine =
+            scenario_.dmiName.empty() ? m.dmiVendor + " " + m.dmiProduct : scenario_.dmiName;
+        m.label = s.label;
         m.node = "/dev/iio:device0";
         return m;
     }
