@@ -39,4 +39,13 @@ bool dmiPlaceholder(std::string_view text) {
     return std::find(kFillers.begin(), kFillers.end(), squeezed) != kFillers.end();
 }
 
+std::optional<int> panelTurnsNamed(std::string_view name) {
+    static constexpr std::array<std::string_view, 4> kNames{"normal", "right_side_up",
+                                                            "upside_down", "left_side_up"};
+    const auto at = std::find(kNames.begin(), kNames.end(), name);
+    if (at == kNames.end())
+        return std::nullopt;
+    return static_cast<int>(at - kNames.begin());
+}
+
 }  // namespace libOrra

@@ -8,6 +8,7 @@
 #include "DialogsPlugin.h"
 #include "MountVerdict.h"
 #include "OrientationSession.h"
+#include "PanelAxes.h"
 #include "PoseTracker.h"
 #include "kiva5/DiagModule.h"
 #include "libOrra/Machine.h"
@@ -28,15 +29,11 @@ constexpr const char* kLoggerName = "vekrsensors.orientation";
 kiva5::Event evOrientationWrong("Orientation_Wrong");
 kiva5::Event evOrientationTiltInverted("Orientation_TiltInverted");
 kiva5::Event evOrientationPoseNotHeld("Orientation_PoseNotHeld");
+kiva5::Event evOrientationPanelNotKnown("Orientation_PanelNotKnown");
 
 constexpr double kPoseSeconds = 60.0;  // a person who has not managed a pose by then won't
 constexpr int kReadEveryMs = 50;
 
-constexpr std::array<const char*, 3> kAsk{
-    "Hold the device upright in its normal orientation, screen facing you, and keep it still.",
-    "Now stand it on its right-hand edge, left edge up, screen still facing you, and keep it "
-    "still.",
-    "Now lay it flat, screen up, and keep it still."};
 constexpr std::array<const char*, 3> kPoseNames{"upright", "on its right-hand edge", "flat"};
 
 std::string axisName(SignedAxis a) {
@@ -69,7 +66,8 @@ Outcome takePoses(libOrra::Accelerometer& record, OrientationSession& session) {
     PoseTracker tracker;
     vek::Stopwatch clock;
     double askedAt = 0.0;
-    kiva5::DiagModule::tellPerson(kAsk[0]);
+    const int turns = session.panelTurns.load();
+    kiva5::DiagModule::tellPerson(askForPose(0, turns));
     while (true) {
         if (kiva5::DiagModule::checkForStop() || session.cancelled.load())
             return out;
@@ -96,7 +94,7 @@ Outcome takePoses(libOrra::Accelerometer& record, OrientationSession& session) {
                     return out;
                 }
                 session.pose.store(static_cast<int>(n));
-                kiva5::DiagModule::tellPerson(kAsk[n]);
+                kiva5::DiagModule::tellPerson(askForPose(static_cast<int>(n), turns));
                 askedAt = now;
             }
         }
@@ -112,8 +110,40 @@ std::string hwdbExcerpt(const libOrra::Mounting& m, const std::array<SignedAxis,
     text.append("\nsensor: ").append(m.node).append(", parent modalias ").append(m.parentModalias);
     text.append(m.label.empty() ? "" : ", label " + m.label);
     text.append("\nmatrix in force: ").append(m.source);
+    text.append("\npanel: ")
+        .append(m.panelTurns ? panelOrientationName(*m.panelTurns) : "not known");
+    text.append(" (").append(m.panelSource).append(")");
     text.append("\nread upright, on its right-hand edge, flat: ").append(readings(read));
     return text.append("\n");
+}
+
+// A portrait panel in a device held in landscape whose axes read as a correct sensor's under
+// the panel turned a quarter, while the kernel does not say the panel is turned: the kernel's
+// panel orientation is missing, and an accelerometer matrix would only hide it (desktops that
+// honour the panel's orientation turn the picture, and such a matrix then breaks rotation).
+bool panelNotKnown(const std::array<SignedAxis, 3>& read, const libOrra::Mounting& m) {
+    const auto turns = panelTurnsRead(read);
+    if (m.panelTurns.value_or(0) != 0 || !turns || *turns == 2 || m.panelHeight <= m.panelWidth) {
+        return false;
+    }
+    const std::string name(panelOrientationName(*turns));
+    const std::string connector = m.panelConnector.empty() ? "<connector>" : m.panelConnector;
+    kiva5::DiagModule::error(&evOrientationPanelNotKnown, __FILE__, __LINE__);
+    std::string finding = "read ";
+    finding.append(readings(read)).append(": a correct accelerometer under a ");
+    finding.append(std::to_string(m.panelWidth)).append("x").append(std::to_string(m.panelHeight));
+    finding.append(" portrait panel mounted ").append(name);
+    finding.append(", which the kernel does not say (").append(m.panelSource).append(")");
+    finding.append(": a panel-orientation problem, not the accelerometer's matrix");
+    kiva5::DiagModule::setRunDetail(kiva5::KivaString("finding"), kiva5::Value(finding));
+    std::string remedy = "tell the kernel how the panel is mounted: boot with video=";
+    remedy.append(connector).append(":panel_orientation=").append(name);
+    remedy.append(
+        ", and ask for this machine in the kernel's panel-orientation quirks "
+        "(drivers/gpu/drm/drm_panel_orientation_quirks.c); then run --orientation "
+        "again. No hwdb entry is proposed.");
+    kiva5::DiagModule::addRunNote(remedy);
+    return true;
 }
 
 // The verdict on three poses taken, with the entry that fixes a wrong matrix.
@@ -121,10 +151,19 @@ TestResult judge(const std::array<SignedAxis, 3>& read, const libOrra::Mounting&
     const MountVerdict v = judgeMount(read, mounting.applied);
     kiva5::DiagModule::addRunNote("matrix in force: " + mounting.source);
     if (v.kind == MountVerdict::Kind::Pass) {
-        kiva5::DiagModule::setRunDetail(kiva5::KivaString("finding"),
-                                        kiva5::Value("the axes turn with the screen"));
+        std::string finding = "the axes turn with the screen";
+        if (mounting.panelTurns.value_or(0) != 0) {
+            finding.append(" (the panel's own axes: it is mounted ")
+                .append(panelOrientationName(*mounting.panelTurns))
+                .append(", as ")
+                .append(mounting.panelSource)
+                .append(" says)");
+        }
+        kiva5::DiagModule::setRunDetail(kiva5::KivaString("finding"), kiva5::Value(finding));
         return TestResult::PASS();
     }
+    if (panelNotKnown(read, mounting))
+        return TestResult::FAIL();
     const std::string matrix = "ACCEL_MOUNT_MATRIX=" + matrixText(v.proposed);
     const std::string stanza = hwdbStanza(mounting, v.proposed);
     const bool warn = v.kind == MountVerdict::Kind::Warn;
@@ -175,6 +214,7 @@ TestResult run(const kiva5::DiagDevice& device, libOrra::Machine& machine) {
         return TestResult::CANNOTRUN();
     }
     OrientationSession session;
+    session.panelTurns.store(mounting->panelTurns.value_or(0));
     Outcome outcome;
     // Where a display exists the person also sees the pose in a window; the sensor is read on
     // a worker meanwhile. Without one, the terminal alone guides, on this thread.

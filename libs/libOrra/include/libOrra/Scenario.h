@@ -130,6 +130,11 @@ struct Scenario {
     std::string dmiProduct = "Tablet";
     std::string dmiModalias;
     std::string dmiName;
+    // The built-in panel: its orientation as the kernel would tell it ("right_side_up"; ""
+    // where it does not), its connector and native mode ("800x1280"; "" unknown).
+    std::string panelOrientation;
+    std::string panelConnector;
+    std::string panelMode;
     // A recording's: the arguments of the run it recorded, the program first.
     std::vector<std::string> recordedCommandLine;
     // A recording's "recording" block (module, command line, each run's verdict) as JSON text

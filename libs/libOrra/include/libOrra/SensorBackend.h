@@ -75,7 +75,17 @@ struct Mounting {
     std::string dmiModalias;  // all of it: "dmi:bvn...:bvr...:bd...:svn...:pn...:"
     std::string machine;      // in plain words for a person: "ASUSTeK COMPUTER INC. T100TA"
     std::string label;        // the kernel's label; udev's hwdb key then begins with it
-    std::string node;         // the device node udev knows the sensor by, e.g. "/dev/iio:device0"
+    // The built-in panel as the kernel tells it: the quarter turns clockwise the device must be
+    // turned from its casing's normal for the panel's own top to be up (DRM's "panel
+    // orientation": 1 "Right Side Up", 2 "Upside Down", 3 "Left Side Up"), nullopt where the
+    // kernel does not say; where that was read, or why not; the panel's connector and native
+    // mode where known ("DSI-1", 800 x 1280).
+    std::optional<int> panelTurns;
+    std::string panelSource;
+    std::string panelConnector;
+    int panelWidth = 0;
+    int panelHeight = 0;
+    std::string node;  // the device node udev knows the sensor by, e.g. "/dev/iio:device0"
 };
 
 // A field of a DMI modalias ("dmi:bvn...:svnASUSTeKCOMPUTERINC.:pnT100TA:..."), which is what
@@ -86,6 +96,9 @@ std::string dmiModaliasField(std::string_view modalias, std::string_view prefix)
 // by O.E.M.", "System Product Name"...), plain or as the modalias writes it: cheap tablets
 // carry them, and a hwdb entry must then match on the BIOS version and date instead.
 bool dmiPlaceholder(std::string_view text);
+// The quarter turns of a panel orientation as the kernel's video= option names it ("normal"
+// 0, "right_side_up" 1, "upside_down" 2, "left_side_up" 3); nullopt for any other text.
+std::optional<int> panelTurnsNamed(std::string_view name);
 
 // A device the framework hands to the tests.
 struct DeviceEntry {

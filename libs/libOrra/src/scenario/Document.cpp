@@ -177,6 +177,34 @@ void writeDmi(const Scenario& sc, Members& out) {
     out.addCompact("dmi", dmi);
 }
 
+void readPanel(const Reader& r, const Json& doc, const std::string&, Scenario& sc) {
+    if (!doc.contains("panel"))
+        return;
+    const Json& p = r.object(doc["panel"], "/panel");
+    r.keys(p, "/panel", {"orientation", "connector", "mode"});
+    if (p.contains("orientation")) {
+        sc.panelOrientation = r.text(p["orientation"], "/panel/orientation");
+        if (!panelTurnsNamed(sc.panelOrientation))
+            r.fail("/panel/orientation", "normal, right_side_up, upside_down or left_side_up");
+    }
+    if (p.contains("connector"))
+        sc.panelConnector = r.text(p["connector"], "/panel/connector");
+    if (p.contains("mode"))
+        sc.panelMode = r.text(p["mode"], "/panel/mode");
+}
+
+void writePanel(const Scenario& sc, Members& out) {
+    Json panel = Json::object();
+    for (auto [key, value] :
+         {std::pair{"orientation", &sc.panelOrientation},
+          std::pair{"connector", &sc.panelConnector}, std::pair{"mode", &sc.panelMode}}) {
+        if (!value->empty())
+            panel[key] = *value;
+    }
+    if (!panel.empty())
+        out.addCompact("panel", panel);
+}
+
 void readStop(const Reader& r, const Json& doc, const std::string&, Scenario& sc) {
     if (!doc.contains("stop"))
         return;
@@ -208,6 +236,7 @@ const DocumentSection kOperator{readOperator, writeOperator};
 const DocumentSection kDevices{readDevices, writeDevices};
 const DocumentSection kFailEnumeration{readFailEnumeration, writeFailEnumeration};
 const DocumentSection kDmi{readDmi, writeDmi};
+const DocumentSection kPanel{readPanel, writePanel};
 const DocumentSection kStop{readStop, writeStop};
 
 }  // namespace libOrra::scenario

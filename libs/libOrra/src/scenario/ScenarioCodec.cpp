@@ -10,14 +10,15 @@ namespace {
 using scenario::Json;
 
 const scenario::DocumentSection* const kDocumentParts[] = {
-    &scenario::kRecording, &scenario::kDisplay,         &scenario::kSensors, &scenario::kOperator,
-    &scenario::kDevices,   &scenario::kFailEnumeration, &scenario::kDmi,     &scenario::kStop};
+    &scenario::kRecording, &scenario::kDisplay, &scenario::kSensors,
+    &scenario::kOperator,  &scenario::kDevices, &scenario::kFailEnumeration,
+    &scenario::kDmi,       &scenario::kPanel,   &scenario::kStop};
 
 Scenario readDocument(const scenario::Reader& r, const Json& doc) {
     r.object(doc, "");
     // "recording": what a recording says about itself (module, command line, verdicts).
     r.keys(doc, "",
-           {"display", "sensors", "operator", "devices", "failEnumeration", "stop", "dmi",
+           {"display", "sensors", "operator", "devices", "failEnumeration", "stop", "dmi", "panel",
             "recording"});
     Scenario sc;
     for (const scenario::DocumentSection* part : kDocumentParts)

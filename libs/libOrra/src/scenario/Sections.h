@@ -36,6 +36,6 @@ extern const SensorSection kFaults;
 // (Machine.cpp).
 extern const DocumentSection kSensors;
 extern const DocumentSection kRecording, kDisplay, kOperator, kDevices, kFailEnumeration, kDmi,
-    kStop;
+    kPanel, kStop;
 
 }  // namespace libOrra::scenario

@@ -12,10 +12,10 @@ const SensorSection* const kSensorParts[] = {&kStates,   &kUpdates, &kMotion, &k
 
 ScenarioSensor readSensor(const Reader& r, const Json& v, const std::string& where) {
     r.object(v, where);
-    r.keys(v, where,
-           {"kind", "locator", "name", "label", "states", "updates", "motion", "heading",
-            "readings", "error", "faults", "poses", "mounting", "matrix", "matrixFrom",
-             "modalias"});
+    r.keys(
+        v, where,
+        {"kind", "locator", "name", "label", "states", "updates", "motion", "heading", "readings",
+         "error", "faults", "poses", "mounting", "matrix", "matrixFrom", "modalias"});
     ScenarioSensor s;
     if (!v.contains("kind"))
         r.fail(where + "/kind", "the sensor's kind");

@@ -289,6 +289,12 @@ std::optional<Mounting> SimBackend::mounting(const std::string& locator) {
         m.machine =
             scenario_.dmiName.empty() ? m.dmiVendor + " " + m.dmiProduct : scenario_.dmiName;
         m.label = s.label;
+        m.panelTurns = panelTurnsNamed(scenario_.panelOrientation);
+        m.panelSource = m.panelTurns
+                            ? "the scenario's panel"
+                            : "the kernel does not say (the scenario names no panel orientation)";
+        m.panelConnector = scenario_.panelConnector;
+        std::sscanf(scenario_.panelMode.c_str(), "%dx%d", &m.panelWidth, &m.panelHeight);
         m.node = "/dev/iio:device0";
         return m;
     }
