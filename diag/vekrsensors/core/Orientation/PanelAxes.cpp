@@ -15,13 +15,20 @@ SignedAxis gravityAt(int turns) {
     return kAround[static_cast<std::size_t>(wrap(turns))];
 }
 
-// The device turned `turns` quarter turns clockwise from its casing's normal, in the
-// casing's words.
-constexpr std::array<const char*, 4> kHeld{
-    "upright in its normal orientation, screen facing you",
-    "standing on its right-hand edge, left edge up, screen still facing you",
-    "upside down, its top edge down, screen still facing you",
-    "standing on its left-hand edge, right edge up, screen still facing you"};
+// The device turned `turns` quarter turns clockwise from its casing's normal, in the casing's
+// words: asked first, and asked next.
+constexpr std::array<const char*, 4> kFirst{"Hold the device upright in its normal orientation",
+                                            "Stand the device on its right-hand "
+                                            "edge, left edge up",
+                                            "Hold the device upside down, its top edge down",
+                                            "Stand the device "
+                                            "on its left-hand edge, right edge up"};
+constexpr std::array<const char*, 4> kNext{"Now hold it upright in its normal orientation",
+                                           "Now stand it on its right-hand edge, left "
+                                           "edge up",
+                                           "Now turn it upside down, its top edge down",
+                                           "Now stand it on its left-hand "
+                                           "edge, right edge up"};
 
 }  // namespace
 
@@ -32,8 +39,9 @@ int deviceTurns(int pose, int panelTurns) {
 std::string askForPose(int pose, int panelTurns) {
     if (pose >= 2)
         return "Now lay it flat, screen up, and keep it still.";
-    std::string text = pose == 0 ? "Hold the device " : "Now hold it ";
-    text.append(kHeld[static_cast<std::size_t>(deviceTurns(pose, panelTurns))]);
+    const auto turned = static_cast<std::size_t>(deviceTurns(pose, panelTurns));
+    std::string text = pose == 0 ? kFirst[turned] : kNext[turned];
+    text.append(pose == 0 ? ", screen facing you" : ", screen still facing you");
     text.append(", and keep it still.");
     if (pose == 0 && wrap(panelTurns) != 0) {
         text.append(" (The kernel says the panel is mounted ")
