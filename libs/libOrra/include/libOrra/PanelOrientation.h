@@ -20,8 +20,8 @@ struct PanelOrientation {
 
 // Asks the DRM cards under devRoot/dri (card*) for the "panel orientation" property of their
 // internal connector (eDP, DSI, LVDS); where no card can be opened, reads the boot option
-// video=<connector>:panel_orientation=... in procRoot/cmdline. Reads only; never takes DRM
-// master. Any thread; each call opens and closes what it reads.
+// video=<connector>:panel_orientation=... in procRoot/cmdline. Reads only: no mode is set and
+// connectors are not probed. Any thread; each call opens and closes what it reads.
 PanelOrientation panelOrientation(const std::filesystem::path& devRoot,
                                   const std::filesystem::path& procRoot);
 
