@@ -49,9 +49,22 @@ FakeFirmware::FakeFirmware(const fs::path& root, const json& tree) : root_(root)
     std::ofstream log(root_ / "kmsg");
     for (const json& record : tree.value("kmsg", json::array()))
         log << record.get<std::string>() << "\n";
-    const json live = tree.value("live", json::object());
-    for (const auto& [attribute, values] : live.items())
-        keepChanging(attribute, values.get<std::vector<std::string>>());
+    const json dmi = tree.value("dmi", json::object());
+    for (const auto& [name, value] : dmi.items())
+        write(root_ / "class/dmi/id" / name, value.get<std::string>());
+    for (const json& d : tree.value("input", json::array()))
+        addInput(d);
+    write(root_ / "proc/cmdline", tree.value("cmdline", ""));
+    std::vector<std::pair<fs::path, std::vector<std::string>>> live;
+    const json changing = tree.value("live", json::object());
+    for (const auto& [attribute, values] : changing.items()) {
+        const fs::path devices = root_ / "bus/iio/devices";
+        live.emplace_back(attribute.starts_with("iio:device") ? devices / attribute
+                                                              : devices / "iio:device0" / attribute,
+                          values.get<std::vector<std::string>>());
+    }
+    if (!live.empty())
+        keepChanging(std::move(live));
 }
 
 FakeFirmware::~FakeFirmware() {
@@ -62,7 +75,8 @@ FakeFirmware::~FakeFirmware() {
 
 std::vector<std::string> FakeFirmware::environment() const {
     return {"VEKR_MODULES_DIR=" + (root_ / "lib-modules").string(),
-            "VEKR_KERNEL_LOG=" + (root_ / "kmsg").string()};
+            "VEKR_KERNEL_LOG=" + (root_ / "kmsg").string(),
+            "VEKR_PROC_ROOT=" + (root_ / "proc").string()};
 }
 
 void FakeFirmware::addAcpi(const json& d) {
@@ -106,12 +120,21 @@ void FakeFirmware::addHid(const json& d) {
         link(dev / "driver", root_ / "bus/hid/drivers" / d["bound"].get<std::string>());
 }
 
-void FakeFirmware::keepChanging(const std::string& attribute, std::vector<std::string> values) {
-    const fs::path file = root_ / "bus/iio/devices/iio:device0" / attribute;
-    writer_ = std::thread([this, file, values = std::move(values)] {
+void FakeFirmware::addInput(const json& d) {
+    const std::string n = std::to_string(d["n"].get<int>());
+    const fs::path input = root_ / "class/input" / ("input" + n);
+    write(input / "name", d["name"]);
+    write(input / "capabilities/sw", d.value("sw", "0"));
+    fs::create_directories(input / ("event" + n));
+}
+
+void FakeFirmware::keepChanging(std::vector<std::pair<fs::path, std::vector<std::string>>> live) {
+    writer_ = std::thread([this, live = std::move(live)] {
         // Rewritten in place, as sysfs regenerates a value: a reader's pread sees the new text.
-        for (std::size_t i = 0; !stop_; i = (i + 1) % values.size()) {
-            std::ofstream(file, std::ios::in | std::ios::out) << values[i] << "\n";
+        for (std::size_t i = 0; !stop_; ++i) {
+            for (const auto& [file, values] : live)
+                std::ofstream(file, std::ios::in | std::ios::out)
+                    << values[i % values.size()] << "\n";
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
     });

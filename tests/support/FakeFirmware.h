@@ -22,6 +22,11 @@
 //               "loaded": ["bmc150_accel_i2c"]}   the running kernel's modules folder
 //   "kmsg": ["3,1021,5203110,-;text"]          the kernel log, in /dev/kmsg's record format
 //   "live": {"in_accel_x_raw": ["1023", "1025"]}   device 0's attribute keeps changing
+//           ("iio:device1/in_accel_x_raw": another device's)
+//   "dmi": {"chassis_type": "31"}      /sys/class/dmi/id's attributes
+//   "input": [{"n": 5, "name": "Intel Virtual Switches", "sw": "22"}]
+//        /sys/class/input/input<n> with its name, capabilities/sw and event<n> folder
+//   "cmdline": "video=DSI-1:panel_orientation=right_side_up"   the proc root's cmdline
 //
 // Owned by the case; its writer thread (for "live") stops when it is destroyed.
 class FakeFirmware {
@@ -31,14 +36,16 @@ public:
     FakeFirmware(const FakeFirmware&) = delete;
     FakeFirmware& operator=(const FakeFirmware&) = delete;
 
-    // The module's environment for this machine (VEKR_MODULES_DIR, VEKR_KERNEL_LOG).
+    // The module's environment for this machine (VEKR_MODULES_DIR, VEKR_KERNEL_LOG,
+    // VEKR_PROC_ROOT).
     std::vector<std::string> environment() const;
 
 private:
     void addAcpi(const nlohmann::json& device);
     void addPci(const nlohmann::json& device);
     void addHid(const nlohmann::json& device);
-    void keepChanging(const std::string& attribute, std::vector<std::string> values);
+    void addInput(const nlohmann::json& device);
+    void keepChanging(std::vector<std::pair<std::filesystem::path, std::vector<std::string>>> live);
 
     std::filesystem::path root_;
     std::atomic<bool> stop_{false};

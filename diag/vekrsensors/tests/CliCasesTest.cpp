@@ -7,6 +7,7 @@
 //    "scenario": {...}                 the simulated machine (written to s.json), or
 //    "tree": {"layout": "hidAccel3d",  a fake sysfs with one device of a driver's layout
 //             "name": "...", "set": {"attr": "text"}, "silent": "attr", "busyBuffer": true,
+//             "udev": {"ACCEL_LOCATION": "base"}   udev's properties (its uevent file),
 //             "buffer": "bytes its node holds",
 //             "timestamps": {"everyMs": 10, "count": 50}  a buffer of timestamps only,
 //             "root": "folder name", "devices": [{...}, ...]}   or several devices (n: number)
@@ -142,8 +143,8 @@ void addTimedScans(FakeSysfs& sysfs, int n, const std::string& name, const json&
     sysfs.set(n, "scan_elements/in_timestamp_type", "le:s64/64>>0");
     std::string scans;
     for (int i = 0; i < timed["count"].get<int>(); ++i) {
-        const auto ns = static_cast<std::uint64_t>(i) * timed["everyMs"].get<std::uint64_t>() *
-                        1000000u;
+        const auto ns =
+            static_cast<std::uint64_t>(i) * timed["everyMs"].get<std::uint64_t>() * 1000000u;
         for (int b = 0; b < 8; ++b)
             scans += static_cast<char>((ns >> (8 * b)) & 0xffu);
     }
@@ -168,6 +169,12 @@ void buildTree(std::optional<FakeSysfs>& sysfs, std::ifstream& holder, const jso
         const json set = d.value("set", json::object());
         for (const auto& [attribute, text] : set.items())
             sysfs->set(n, attribute, text.get<std::string>());
+        std::string uevent;  // udev's properties, where a moved tree keeps them
+        const json udev = d.value("udev", json::object());
+        for (const auto& [property, value] : udev.items())
+            uevent += property + "=" + value.get<std::string>() + "\n";
+        if (!uevent.empty())
+            sysfs->set(n, "uevent", uevent);
         if (d.contains("buffer"))
             sysfs->addBuffer(n, layout.name, bytes(d["buffer"]));
         if (d.contains("timestamps"))

@@ -7,6 +7,7 @@
 #include <future>
 
 #include "Facts.h"
+#include "Mounting.h"
 #include "libOrra/IioBackend.h"
 
 namespace fs = std::filesystem;
@@ -369,6 +370,8 @@ std::vector<Chain> examine(const Roots& roots) {
             if (!has && c.firstBroken)
                 c.links.push_back({name, State::Skipped, "", ""});
         }
+        if (c.kind == libOrra::SensorKind::Accelerometer)
+            addMountingLink(roots, c);  // skipped after a broken link, as the others are
     }
     for (libOrra::SensorKind kind : libOrra::kAllSensorKinds) {
         if (std::none_of(chains.begin(), chains.end(),
