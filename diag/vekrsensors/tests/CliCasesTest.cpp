@@ -13,6 +13,10 @@
 //             and the firmware, modules, kernel log and hubs beside them (FakeFirmware.h)
 //    "env": ["DISPLAY=@X"] or {...},   @X: Xvfb, @S: an X server that never answers,
 //                                      @W (WAYLAND_DISPLAY): a headless weston (TestDisplay.h)
+//    "systemBus": {"reader": "iio-sensor-proxy" or "dbusmock", ...}   a system bus of the case's
+//                                      own with the desktop's sensor reader (TestSystemBus.h);
+//                                      a --doctor case without one gets a bus address where
+//                                      nothing listens, never this machine's own bus
 //    "files": {"name": "text" or JSON}, "links": {"name": "target"}, "readOnlyDir": "name",
 //    "fifo": "name", "bigFile": {"name": bytes},   more in the working folder
 //    "reportTo": "r.json" (default; null: no --report), "reportAt": where it then lies,
@@ -36,6 +40,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -50,6 +55,7 @@
 #include "ScratchDir.h"
 #include "TableRows.h"
 #include "TestDisplay.h"
+#include "TestSystemBus.h"
 #include "Unprivileged.h"
 
 namespace {
@@ -142,8 +148,8 @@ void addTimedScans(FakeSysfs& sysfs, int n, const std::string& name, const json&
     sysfs.set(n, "scan_elements/in_timestamp_type", "le:s64/64>>0");
     std::string scans;
     for (int i = 0; i < timed["count"].get<int>(); ++i) {
-        const auto ns = static_cast<std::uint64_t>(i) * timed["everyMs"].get<std::uint64_t>() *
-                        1000000u;
+        const auto ns =
+            static_cast<std::uint64_t>(i) * timed["everyMs"].get<std::uint64_t>() * 1000000u;
         for (int b = 0; b < 8; ++b)
             scans += static_cast<char>((ns >> (8 * b)) & 0xffu);
     }
@@ -290,6 +296,21 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
         firmware.emplace(sysfs->root(), entry["tree"]);
         for (const std::string& e : firmware->environment())
             start.env.push_back(e);
+    }
+    std::optional<TestSystemBus> systemBus;
+    if (entry.contains("systemBus")) {
+        systemBus.emplace(entry["systemBus"], VEKR_SOURCE_DIR);
+        if (!systemBus->installed())
+            GTEST_SKIP() << systemBus->output();
+        ASSERT_TRUE(systemBus->available()) << systemBus->output();
+        for (const std::string& e : systemBus->environment())
+            start.env.push_back(e);
+    } else if (std::find(args.begin(), args.end(), "--doctor") != args.end() &&
+               std::none_of(start.env.begin(), start.env.end(), [](const std::string& e) {
+                   return e.rfind("DBUS_SYSTEM_BUS_ADDRESS=", 0) == 0;
+               })) {
+        start.env.push_back("DBUS_SYSTEM_BUS_ADDRESS=unix:path=" +
+                            (scratch_ / "no-system-bus").string());
     }
     const json reportTo = entry.value("reportTo", json("r.json"));
     if (!reportTo.is_null())
