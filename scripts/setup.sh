@@ -17,6 +17,7 @@ packages=(
   locales
   prometheus-node-exporter prometheus
   desktop-file-utils appstream
+  libsystemd-dev iio-sensor-proxy python3-dbusmock dbus
 )
 
 missing=()

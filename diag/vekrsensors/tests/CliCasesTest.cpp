@@ -14,6 +14,10 @@
 //             and the firmware, modules, kernel log and hubs beside them (FakeFirmware.h)
 //    "env": ["DISPLAY=@X"] or {...},   @X: Xvfb, @S: an X server that never answers,
 //                                      @W (WAYLAND_DISPLAY): a headless weston (TestDisplay.h)
+//    "systemBus": {"reader": "iio-sensor-proxy" or "dbusmock", ...}   a system bus of the case's
+//                                      own with the desktop's sensor reader (TestSystemBus.h);
+//                                      a --doctor case without one gets a bus address where
+//                                      nothing listens, never this machine's own bus
 //    "files": {"name": "text" or JSON}, "links": {"name": "target"}, "readOnlyDir": "name",
 //    "fifo": "name", "bigFile": {"name": bytes},   more in the working folder
 //    "reportTo": "r.json" (default; null: no --report), "reportAt": where it then lies,
@@ -37,6 +41,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -51,6 +56,7 @@
 #include "ScratchDir.h"
 #include "TableRows.h"
 #include "TestDisplay.h"
+#include "TestSystemBus.h"
 #include "Unprivileged.h"
 
 namespace {
@@ -297,6 +303,21 @@ TEST_P(CliCase, ReportSaysWhatTheTableSays) {
         firmware.emplace(sysfs->root(), entry["tree"]);
         for (const std::string& e : firmware->environment())
             start.env.push_back(e);
+    }
+    std::optional<TestSystemBus> systemBus;
+    if (entry.contains("systemBus")) {
+        systemBus.emplace(entry["systemBus"], VEKR_SOURCE_DIR);
+        if (!systemBus->installed())
+            GTEST_SKIP() << systemBus->output();
+        ASSERT_TRUE(systemBus->available()) << systemBus->output();
+        for (const std::string& e : systemBus->environment())
+            start.env.push_back(e);
+    } else if (std::find(args.begin(), args.end(), "--doctor") != args.end() &&
+               std::none_of(start.env.begin(), start.env.end(), [](const std::string& e) {
+                   return e.rfind("DBUS_SYSTEM_BUS_ADDRESS=", 0) == 0;
+               })) {
+        start.env.push_back("DBUS_SYSTEM_BUS_ADDRESS=unix:path=" +
+                            (scratch_ / "no-system-bus").string());
     }
     const json reportTo = entry.value("reportTo", json("r.json"));
     if (!reportTo.is_null())

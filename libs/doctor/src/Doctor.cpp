@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <future>
 
+#include "Consumer.h"
 #include "Facts.h"
 #include "Mounting.h"
 #include "libOrra/IioBackend.h"
@@ -347,7 +348,8 @@ std::vector<Chain> examine(const Roots& roots) {
     declaredChains(roots, chains, iio);
     otherSensorChains(roots, chains, iio);
     // The iio and readings links, side by side: about a second of readings each.
-    std::vector<std::future<std::vector<Link>>> pending(chains.size());
+    std::vector<std::future<IioReadings>> pending(chains.size());
+    std::vector<OwnReadings> own(chains.size());
     for (std::size_t i = 0; i < chains.size(); ++i) {
         if (!chains[i].firstBroken && chains[i].links.size() == 2)
             pending[i] =
@@ -356,7 +358,9 @@ std::vector<Chain> examine(const Roots& roots) {
     for (std::size_t i = 0; i < chains.size(); ++i) {
         Chain& c = chains[i];
         if (pending[i].valid()) {
-            for (Link& l : pending[i].get()) {
+            IioReadings read = pending[i].get();
+            own[i] = {true, read.mean};
+            for (Link& l : read.links) {
                 if (l.state == State::Broken) {
                     std::string remedy = remedyFor(l);
                     breakAt(c, std::move(l), std::move(remedy));
@@ -373,6 +377,8 @@ std::vector<Chain> examine(const Roots& roots) {
         if (c.kind == libOrra::SensorKind::Accelerometer)
             addMountingLink(roots, c);  // skipped after a broken link, as the others are
     }
+    // What the desktop's reader says, after every reading: a claim makes it read the device.
+    consumerLinks(chains, own);
     for (libOrra::SensorKind kind : libOrra::kAllSensorKinds) {
         if (std::none_of(chains.begin(), chains.end(),
                          [kind](const Chain& c) { return c.kind == kind; })) {

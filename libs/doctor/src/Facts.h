@@ -7,6 +7,7 @@
 
 #include "KnownSensors.h"
 #include "doctor/Doctor.h"
+#include "libOrra/SensorBackend.h"
 
 // What the doctor reads, fact by fact, before it judges a chain. Each reader is a function of
 // the roots alone; none writes anything.
@@ -80,8 +81,15 @@ private:
     std::string why_;
 };
 
+// The iio and readings links of a sensor, and the mean of the readings taken (none where no
+// reading could be taken): what the consumer link compares the desktop's reader with.
+struct IioReadings {
+    std::vector<Link> links;
+    std::optional<libOrra::Sample> mean;
+};
+
 // The iio and readings links of the sensors of `kind` among `iioDevices` (IIO device folders).
-std::vector<Link> iioAndReadings(const Roots& roots, libOrra::SensorKind kind,
-                                 const std::vector<std::filesystem::path>& iioDevices);
+IioReadings iioAndReadings(const Roots& roots, libOrra::SensorKind kind,
+                           const std::vector<std::filesystem::path>& iioDevices);
 
 }  // namespace doctor

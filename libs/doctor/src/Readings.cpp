@@ -32,7 +32,7 @@ bool noisy(libOrra::SensorKind kind) {
            kind == libOrra::SensorKind::Magnetometer;
 }
 
-using Values = std::array<double, 5>;  // x, y, z, lux, heading
+using Values = std::array<double, 6>;  // x, y, z, lux, heading, near (1) or not (0)
 
 Link readingsLink(libOrra::SensorDevice& device, libOrra::SensorKind kind,
                   const std::string& locator, std::vector<Values>& seen) {
@@ -43,7 +43,7 @@ Link readingsLink(libOrra::SensorDevice& device, libOrra::SensorKind kind,
     for (int i = 0; i < kReadings && std::chrono::steady_clock::now() < deadline; ++i) {
         libOrra::Sample s;
         if (device.read(s))
-            seen.push_back({s.x, s.y, s.z, s.lux, s.heading});
+            seen.push_back({s.x, s.y, s.z, s.lux, s.heading, s.detected ? 1.0 : 0.0});
         else
             ++failed;
         std::this_thread::sleep_for(kBetween);
@@ -81,6 +81,17 @@ Values mean(const std::vector<Values>& values) {
             m[i] += v[i] / static_cast<double>(values.size());
     }
     return m;
+}
+
+// The readings' mean as a sample; something is near when it was in most readings.
+std::optional<libOrra::Sample> meanSample(const std::vector<Values>& seen) {
+    if (seen.empty())
+        return std::nullopt;
+    const Values m = mean(seen);
+    libOrra::Sample s;
+    s.x = m[0], s.y = m[1], s.z = m[2], s.lux = static_cast<float>(m[3]), s.heading = m[4];
+    s.detected = m[5] >= 0.5;
+    return s;
 }
 
 // How far apart two means may lie and still agree: a hand-held device moves a little between
@@ -132,7 +143,7 @@ void compareBuffer(Link& link, libOrra::IioBackend& backend, libOrra::SensorKind
     for (int i = 0; i < kReadings / 4 && std::chrono::steady_clock::now() < deadline; ++i) {
         libOrra::Sample s;
         if (device->read(s))
-            buffered.push_back({s.x, s.y, s.z, s.lux, s.heading});
+            buffered.push_back({s.x, s.y, s.z, s.lux, s.heading, s.detected ? 1.0 : 0.0});
         std::this_thread::sleep_for(kBetween);
     }
     platform::SensorState state = platform::SENSOR_STATE_ERROR;
@@ -205,13 +216,13 @@ void judgeRate(Link& link, const libOrra::IioBackend::BufferTimes& t) {
 
 }  // namespace
 
-std::vector<Link> iioAndReadings(const Roots& roots, libOrra::SensorKind kind,
-                                 const std::vector<fs::path>& iioDevices) {
+IioReadings iioAndReadings(const Roots& roots, libOrra::SensorKind kind,
+                           const std::vector<fs::path>& iioDevices) {
     const std::string kindText(libOrra::kindName(kind));
     Link iio{"iio", Link::State::Broken, "", ""};
     if (iioDevices.empty()) {
         iio.fact = "the driver made no IIO device";
-        return {iio, {"readings", Link::State::Skipped, "", ""}};
+        return {{iio, {"readings", Link::State::Skipped, "", ""}}, std::nullopt};
     }
     iio.source = iioDevices.front().string();
     std::vector<std::string> wanted;
@@ -233,12 +244,14 @@ std::vector<Link> iioAndReadings(const Roots& roots, libOrra::SensorKind kind,
         if (state == platform::SENSOR_STATE_ACCESS_DENIED) {
             iio.state = Link::State::Warn;
             iio.fact = infos[i].name + ": its values may not be read by this user";
-            return {iio, {"readings", Link::State::Unknown, "access denied", iio.source}};
+            return {{iio, {"readings", Link::State::Unknown, "access denied", iio.source}},
+                    std::nullopt};
         }
         if (!notes.empty() && notes.front().heldElsewhere) {
             iio.state = Link::State::Warn;
             iio.fact = notes.front().text;
-            return {iio, {"readings", Link::State::Unknown, "held by another program", ""}};
+            return {{iio, {"readings", Link::State::Unknown, "held by another program", ""}},
+                    std::nullopt};
         }
         iio.state = Link::State::Ok;
         iio.fact = infos[i].name + " carries the " + kindText + "'s channels";
@@ -249,10 +262,10 @@ std::vector<Link> iioAndReadings(const Roots& roots, libOrra::SensorKind kind,
             compareBuffer(readings, backend, kind, infos[i].locator, mean(seen));
             judgeRate(readings, backend.bufferTimes(infos[i].locator, std::chrono::seconds(1)));
         }
-        return {iio, readings};
+        return {{iio, readings}, meanSample(seen)};
     }
     iio.fact = "its IIO devices carry no " + kindText + " channels the module can read";
-    return {iio, {"readings", Link::State::Skipped, "", ""}};
+    return {{iio, {"readings", Link::State::Skipped, "", ""}}, std::nullopt};
 }
 
 }  // namespace doctor

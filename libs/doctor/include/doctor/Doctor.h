@@ -26,7 +26,7 @@ struct Roots {
 // where it was read.
 struct Link {
     enum class State { Ok, Warn, Broken, Unknown, Skipped };
-    std::string name;  // "firmware", "driver", "iio", "readings"
+    std::string name;  // "firmware", "driver", "iio", "readings", "consumer"
     State state = State::Unknown;
     std::string fact;
     std::string source;  // a path, a property, a log line

@@ -25,6 +25,16 @@ struct PanelOrientation {
 PanelOrientation panelOrientation(const std::filesystem::path& devRoot,
                                   const std::filesystem::path& procRoot);
 
+// The built-in panel's connector and native mode, as sysfs lists them without reaching the
+// driver: the first internal connector (eDP, DSI, LVDS) under sysfsRoot/class/drm whose
+// "modes" names one, its first (the preferred) mode. Empty and 0 where none does.
+struct PanelMode {
+    std::string connector;  // "DSI-1"
+    int width = 0;
+    int height = 0;
+};
+PanelMode panelMode(const std::filesystem::path& sysfsRoot);
+
 // "normal", "upside_down", "left_side_up", "right_side_up" as the video= option spells them.
 std::string_view panelRotationName(PanelRotation r);
 

@@ -1,10 +1,13 @@
 // How an IIO accelerometer is mounted, for the orientation check: the matrix in force and
 // where it came from, the parent device's modalias and the machine's DMI vendor and product,
 // which together find or propose its hwdb entry.
+#include <cstdlib>
+
 #include "IioSensorChannels.h"
 #include "IioSensorObject.h"
 #include "SysfsFile.h"
 #include "libOrra/IioBackend.h"
+#include "libOrra/PanelOrientation.h"
 #include "vek/CallWithin.h"
 
 namespace fs = std::filesystem;
@@ -29,6 +32,19 @@ std::string machineName(const fs::path& dmi) {
         product = read("board_name");
     }
     return vendor.append(vendor.empty() ? "" : " ").append(product);
+}
+
+// The built-in panel as the kernel tells it: how it is mounted, its connector and mode.
+void panelOf(const fs::path& sysfsRoot, const fs::path& devRoot, Mounting& m) {
+    const char* proc = std::getenv("VEKR_PROC_ROOT");
+    const PanelOrientation panel = panelOrientation(devRoot, proc && *proc ? proc : "/proc");
+    if (panel.rotation)
+        m.panelTurns = panelTurnsNamed(panelRotationName(*panel.rotation));
+    m.panelSource = panel.rotation ? panel.source : panel.why;
+    const PanelMode mode = panelMode(sysfsRoot);
+    m.panelConnector = mode.connector;
+    m.panelWidth = mode.width;
+    m.panelHeight = mode.height;
 }
 
 }  // namespace
@@ -61,6 +77,7 @@ std::optional<Mounting> IioBackend::mounting(const std::string& locator) {
             m.machine = std::get<2>(*identity);
         }
         m.label = f.label;
+        panelOf(root_, devRoot_, m);
         m.node = "/dev/" + f.dir.filename().string();
         return m;
     }

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <memory>
@@ -173,6 +174,36 @@ PanelOrientation panelOrientation(const fs::path& devRoot, const fs::path& procR
               (failure.empty() ? "" : " (" + failure + ")") + ", and " +
               (procRoot / "cmdline").string() + " names no panel_orientation";
     return out;
+}
+
+PanelMode panelMode(const fs::path& sysfsRoot) {
+    std::vector<fs::path> connectors;
+    std::error_code ec;
+    for (fs::directory_iterator it(sysfsRoot / "class/drm", ec), end; !ec && it != end;
+         it.increment(ec)) {
+        connectors.push_back(it->path());
+    }
+    std::sort(connectors.begin(), connectors.end());
+    for (const fs::path& dir : connectors) {
+        // "card0-DSI-1": the card, then the connector's name.
+        const std::string name = dir.filename().string();
+        const std::size_t dash = name.find('-');
+        if (!name.starts_with("card") || dash == std::string::npos)
+            continue;
+        const std::string connector = name.substr(dash + 1);
+        if (!connector.starts_with("eDP-") && !connector.starts_with("DSI-") &&
+            !connector.starts_with("LVDS-")) {
+            continue;
+        }
+        std::ifstream modes(dir / "modes");
+        std::string first;
+        PanelMode m{connector, 0, 0};
+        if (std::getline(modes, first) &&
+            std::sscanf(first.c_str(), "%dx%d", &m.width, &m.height) == 2) {
+            return m;
+        }
+    }
+    return {};
 }
 
 std::string_view panelRotationName(PanelRotation r) {
