@@ -33,6 +33,8 @@ sizes=(
   "orientation_upright           240 240"
   "orientation_left_up           240 240"
   "orientation_face_up           240 240"
+  "orientation_upside_down       240 240"
+  "orientation_right_up          240 240"
   "vekrsensors_icon               64  64"
 )
 

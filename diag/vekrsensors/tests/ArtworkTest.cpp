@@ -36,6 +36,8 @@ TEST(Artwork, EveryImageIsShippedFromItsSourceAtTheSizeTheDialogLoads) {
         {"orientation_upright", {240, 240}},
         {"orientation_left_up", {240, 240}},
         {"orientation_face_up", {240, 240}},
+        {"orientation_upside_down", {240, 240}},
+        {"orientation_right_up", {240, 240}},
     };
     const std::filesystem::path shipped = "bin/resources/vekrsensors";
     const std::filesystem::path sources = VEKR_SOURCE_DIR "/resources/vekrsensors/artwork";

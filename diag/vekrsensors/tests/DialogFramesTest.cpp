@@ -279,6 +279,30 @@ TEST_P(Frames, OrientationWindowShowsThePoseAskedForAndClosesWhenTheCheckIsDone)
     EXPECT_FALSE(session.cancelled);
 }
 
+// With the panel mounted turned in its casing (GPD Pocket: right side up), the window shows
+// the device turned as the person is to hold it, and says so in the casing's words.
+TEST_P(Frames, OrientationWindowTurnsThePoseForAPanelMountedSideways) {
+    vekrsensors::OrientationSession session, upright;
+    session.panelTurns = 1;
+    std::vector<QImage> frames, turned;
+    std::vector<QString> said;
+    for (auto* s : {&upright, &session}) {
+        Ticking<vekrsensors::OrientationDlg> dialog(nullptr, *s);
+        runAndShoot(
+            dialog,
+            {{name("orientation", s == &session ? "panel_right_side_up" : "plain"), nullptr}},
+            frames,
+            [&] {
+                turned.push_back(dialog.grab().toImage());
+                said.push_back(spoken(dialog.canvas(), QAccessible::Description));
+            },
+            [&] { return dialog.settled(); });
+    }
+    ASSERT_EQ(turned.size(), 2u);
+    EXPECT_NE(turned[0], turned[1]);
+    EXPECT_EQ(said.back(), text("OrientationStep").arg(1).arg(text("OrientationHeld1")));
+}
+
 // The window a desktop-started run ends on: a row per run with what to do next, where the
 // report is, and its words in the run's language.
 TEST_P(Frames, ResultsWindowShowsEachRunWithWhatToDoAndWhereTheReportIs) {

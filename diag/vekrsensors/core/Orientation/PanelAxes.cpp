@@ -32,10 +32,6 @@ constexpr std::array<const char*, 4> kNext{"Now hold it upright in its normal or
 
 }  // namespace
 
-int deviceTurns(int pose, int panelTurns) {
-    return wrap(pose + panelTurns);
-}
-
 std::string askForPose(int pose, int panelTurns) {
     if (pose >= 2)
         return "Now lay it flat, screen up, and keep it still.";

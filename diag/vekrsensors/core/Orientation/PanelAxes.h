@@ -19,7 +19,10 @@ namespace vekrsensors {
 
 // The quarter turns clockwise the person turns the device from its casing's normal for pose
 // `pose` (0 panel upright, 1 the panel on its right-hand edge; the flat pose has none).
-int deviceTurns(int pose, int panelTurns);
+// Inline: the dialog draws by it too.
+inline int deviceTurns(int pose, int panelTurns) {
+    return (((pose + panelTurns) % 4) + 4) % 4;
+}
 
 // What the terminal asks for pose `pose`, in the casing's words ("stand it on its left-hand
 // edge, right edge up"), saying why where the panel is turned.

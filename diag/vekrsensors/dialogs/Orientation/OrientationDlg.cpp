@@ -4,6 +4,7 @@
 #include <QPainter>
 
 #include "LocalizedText.h"
+#include "Orientation/PanelAxes.h"
 #include "libLumo/GdiResourceManager.h"
 #include "vek/Logging.h"
 
@@ -30,14 +31,23 @@ libLumo::DialogTemplate dialogTemplate() {
 std::vector<libLumo::CanvasImage> images() {
     return {{"resources/vekrsensors/orientation_upright.png", 240, 240},
             {"resources/vekrsensors/orientation_left_up.png", 240, 240},
-            {"resources/vekrsensors/orientation_face_up.png", 240, 240}};
+            {"resources/vekrsensors/orientation_face_up.png", 240, 240},
+            {"resources/vekrsensors/orientation_upside_down.png", 240, 240},
+            {"resources/vekrsensors/orientation_right_up.png", 240, 240}};
 }
 
 }  // namespace
 
-QString OrientationDlg::poseText(int pose) {
+QString OrientationDlg::poseText(int pose, int panelTurns) {
     static const char* const keys[] = {"OrientationPose1", "OrientationPose2", "OrientationPose3"};
-    return localizedText(keys[std::clamp(pose, 0, 2)]);
+    pose = std::clamp(pose, 0, 2);
+    if (panelTurns % 4 == 0 || pose == 2)
+        return localizedText(keys[pose]);
+    static const char* const held[] = {"OrientationHeld0", "OrientationHeld1", "OrientationHeld2",
+                                       "OrientationHeld3"};
+    return localizedText("OrientationStep")
+        .arg(pose + 1)
+        .arg(localizedText(held[deviceTurns(pose, panelTurns)]));
 }
 
 OrientationDlg::OrientationDlg(QWidget* parent, OrientationSession& session)
@@ -67,7 +77,7 @@ void OrientationDlg::OnFrame() {
     if (pose == shown_)
         return;
     shown_ = pose;
-    canvas()->setAccessibleDescription(poseText(pose));
+    canvas()->setAccessibleDescription(poseText(pose, session_.panelTurns.load()));
     CanvasDialog::OnFrame();
 }
 
@@ -80,14 +90,19 @@ void OrientationDlg::OnCancel() {
 void OrientationDlg::drawPicture(QPainter& painter, float width, float height,
                                  const std::vector<QImage>& bitmaps) {
     const int pose = std::clamp(session_.pose.load(), 0, 2);
+    const int panelTurns = session_.panelTurns.load();
     const float textHeight = height * 0.16f;
     const float side = std::min(width, height - textHeight);
     const float left = (width - side) / 2;
-    libLumo::drawBitmap(painter, bitmaps[static_cast<std::size_t>(pose)], left, 0, left + side,
-                        side);
+    // The pictures by the device's own position: upright, on its right-hand edge, flat,
+    // upside down, on its left-hand edge.
+    static constexpr std::size_t kByTurns[] = {0, 1, 3, 4};
+    const std::size_t picture =
+        pose == 2 ? 2 : kByTurns[static_cast<std::size_t>(deviceTurns(pose, panelTurns))];
+    libLumo::drawBitmap(painter, bitmaps[picture], left, 0, left + side, side);
     painter.setPen(QColor(39, 56, 74));
     painter.drawText(QRectF(0, side, width, height - side), Qt::AlignCenter | Qt::TextWordWrap,
-                     poseText(pose));
+                     poseText(pose, panelTurns));
 }
 
 void runOrientationDialog(OrientationSession& session) {

@@ -18,8 +18,9 @@ public:
 
     OrientationDlg(QWidget* parent, OrientationSession& session);
 
-    // The words under each pose's picture (0..2), in the run's language.
-    static QString poseText(int pose);
+    // The words under each pose's picture (0..2), in the run's language, for a panel turned
+    // `panelTurns` quarter turns in its casing (PanelAxes.h): the device's own position.
+    static QString poseText(int pose, int panelTurns = 0);
 
 protected:
     bool OnInitDialog() override;
