@@ -290,9 +290,8 @@ std::optional<Mounting> SimBackend::mounting(const std::string& locator) {
             scenario_.dmiName.empty() ? m.dmiVendor + " " + m.dmiProduct : scenario_.dmiName;
         m.label = s.label;
         m.panelTurns = panelTurnsNamed(scenario_.panelOrientation);
-        m.panelSource = m.panelTurns
-                            ? "the scenario's panel"
-                            : "the kernel does not say (the scenario names no panel orientation)";
+        m.panelSource =
+            m.panelTurns ? "the scenario's panel" : "the scenario names no panel orientation";
         m.panelConnector = scenario_.panelConnector;
         std::sscanf(scenario_.panelMode.c_str(), "%dx%d", &m.panelWidth, &m.panelHeight);
         m.node = "/dev/iio:device0";
