@@ -38,6 +38,28 @@ std::vector<char*> nullTerminated(std::vector<std::string>& strings) {
     return pointers;
 }
 
+pid_t spawnLogged(std::vector<std::string> argv, const std::string& log,
+                  const std::vector<std::string>& env, SpawnLog how) {
+    std::vector<std::string> envStore = childEnvironment(env);
+    std::vector<char*> args = nullTerminated(argv), envp = nullTerminated(envStore);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, log.c_str(),
+                                     O_WRONLY | O_CREAT | (how.append ? O_APPEND : O_TRUNC), 0600);
+    posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    if (how.ownGroup) {
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+        posix_spawnattr_setpgroup(&attributes, 0);
+    }
+    pid_t pid = -1;
+    const int rc = posix_spawn(&pid, args[0], &actions, &attributes, args.data(), envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    return rc == 0 ? pid : -1;
+}
+
 ModuleRun::ModuleRun(const std::vector<std::string>& args, const std::string& workDir,
                      const Start& start) {
     int outPipe[2], errPipe[2];

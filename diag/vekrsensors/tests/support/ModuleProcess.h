@@ -15,6 +15,17 @@ std::vector<std::string> childEnvironment(const std::vector<std::string>& own,
 // Pointers to `strings` and a null, as posix_spawn takes its arguments and environment.
 std::vector<char*> nullTerminated(std::vector<std::string>& strings);
 
+// Starts `argv` with its output and errors in `log` (appended to, or from empty), `env` in
+// place of the inherited variables of the same names, in a process group of its own where
+// asked (so that the whole group can be ended); -1 when it cannot be started. Descriptors
+// without close-on-exec stay open in it.
+struct SpawnLog {
+    bool append = false;
+    bool ownGroup = false;
+};
+pid_t spawnLogged(std::vector<std::string> argv, const std::string& log,
+                  const std::vector<std::string>& env = {}, SpawnLog how = {});
+
 // Runs the module executable with arguments in a working directory and collects what a host
 // would see.
 struct ModuleOutcome {

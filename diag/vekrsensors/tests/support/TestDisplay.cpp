@@ -25,25 +25,7 @@
 #pragma GCC diagnostic ignored "-Wrestrict"
 #endif
 
-namespace {
-
-// Starts `argv` with its output in `log` and `env` in place of the inherited variables of the
-// same names; -1 when it cannot be started. Descriptors without close-on-exec stay open in it.
-pid_t spawnLogged(std::vector<std::string> argv, const std::string& log,
-                  const std::vector<std::string>& env = {}) {
-    std::vector<std::string> envStore = childEnvironment(env);
-    std::vector<char*> args = nullTerminated(argv), envp = nullTerminated(envStore);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_adddup2(&actions, 1, 2);
-    pid_t pid = -1;
-    const int rc = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
-    return rc == 0 ? pid : -1;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 // A server that takes longer than this to come up is broken, not slow.
 constexpr int kStartLimitMs = 60000;

@@ -21,27 +21,6 @@ namespace {
 // A bus or a daemon that takes longer than this to come up is broken, not slow.
 constexpr auto kStartLimit = std::chrono::seconds(60);
 
-// Starts `argv` in a process group of its own, output to `log`, with `env` over the inherited
-// variables; -1 when it cannot be started. Descriptors without close-on-exec stay open in it.
-pid_t spawnGroup(std::vector<std::string> argv, const fs::path& log,
-                 const std::vector<std::string>& env) {
-    std::vector<std::string> envStore = childEnvironment(env);
-    std::vector<char*> args = nullTerminated(argv), envp = nullTerminated(envStore);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-    posix_spawn_file_actions_adddup2(&actions, 1, 2);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
-    posix_spawnattr_setpgroup(&attributes, 0);
-    pid_t pid = -1;
-    const int rc = posix_spawn(&pid, args[0], &actions, &attributes, args.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attributes);
-    return rc == 0 ? pid : -1;
-}
-
 bool executable(const char* path) {
     return access(path, X_OK) == 0;
 }
@@ -72,11 +51,11 @@ TestSystemBus::TestSystemBus(const nlohmann::json& description, const fs::path& 
         // it down for the module, then becomes the daemon.
         const std::string script = "echo \"$UMOCKDEV_DIR\" > " + (dir_ / "testbed").string() +
                                    " && exec /usr/sbin/iio-sensor-proxy -v";
-        groups_.push_back(
-            spawnGroup({"/usr/bin/umockdev-run", "--device",
-                        (sourceDir / description.at("device").get<std::string>()).string(), "--",
-                        "/bin/sh", "-c", script},
-                       dir_ / "reader.log", {"DBUS_SYSTEM_BUS_ADDRESS=" + address_}));
+        groups_.push_back(spawnLogged(
+            {"/usr/bin/umockdev-run", "--device",
+             (sourceDir / description.at("device").get<std::string>()).string(), "--", "/bin/sh",
+             "-c", script},
+            (dir_ / "reader.log").string(), {"DBUS_SYSTEM_BUS_ADDRESS=" + address_}, {true, true}));
         available_ = waitForName("net.hadess.SensorProxy");
         std::ifstream in(dir_ / "testbed");
         std::string testbed;
@@ -87,10 +66,10 @@ TestSystemBus::TestSystemBus(const nlohmann::json& description, const fs::path& 
         if (available_ && description.contains("live"))
             keepChanging(description["live"]);
     } else if (reader == "dbusmock") {
-        groups_.push_back(
-            spawnGroup({"/usr/bin/python3", "-m", "dbusmock", "--system", "-t", "iio-sensors-proxy",
-                        "-p", description.value("answers", nlohmann::json::object()).dump()},
-                       dir_ / "reader.log", {"DBUS_SYSTEM_BUS_ADDRESS=" + address_}));
+        groups_.push_back(spawnLogged(
+            {"/usr/bin/python3", "-m", "dbusmock", "--system", "-t", "iio-sensors-proxy", "-p",
+             description.value("answers", nlohmann::json::object()).dump()},
+            (dir_ / "reader.log").string(), {"DBUS_SYSTEM_BUS_ADDRESS=" + address_}, {true, true}));
         available_ = waitForName("net.hadess.SensorProxy");
     } else {
         available_ = true;
@@ -114,9 +93,9 @@ bool TestSystemBus::startBus() {
         return false;
     const int childEnd = dup(ready[1]);  // without close-on-exec: the bus keeps it
     groups_.push_back(
-        spawnGroup({"/usr/bin/dbus-daemon", "--config-file=" + (dir_ / "bus.conf").string(),
-                    "--nofork", "--print-address=" + std::to_string(childEnd)},
-                   dir_ / "bus.log", {}));
+        spawnLogged({"/usr/bin/dbus-daemon", "--config-file=" + (dir_ / "bus.conf").string(),
+                     "--nofork", "--print-address=" + std::to_string(childEnd)},
+                    (dir_ / "bus.log").string(), {}, {true, true}));
     close(childEnd);
     close(ready[1]);
     pollfd pfd{ready[0], POLLIN, 0};
