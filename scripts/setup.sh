@@ -10,7 +10,7 @@ packages=(
   qt6-base-dev qt6-base-dev-tools libgl-dev libxcb1-dev libwayland-dev qt6-wayland weston
   libcli11-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  libudev-dev umockdev libumockdev-dev udev libdrm-dev libevdev-dev
+  libudev-dev umockdev libumockdev-dev udev systemd-journal-remote libdrm-dev libevdev-dev
   librsvg2-bin
   dpkg-dev python3-jsonschema
   xvfb

@@ -1,8 +1,10 @@
 #include "FakeFirmware.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 
 namespace fs = std::filesystem;
 using json = nlohmann::json;
@@ -46,9 +48,16 @@ FakeFirmware::FakeFirmware(const fs::path& root, const json& tree) : root_(root)
     }
     for (const json& name : modules.value("loaded", json::array()))
         fs::create_directories(root_ / "module" / name.get<std::string>());
-    std::ofstream log(root_ / "kmsg");
-    for (const json& record : tree.value("kmsg", json::array()))
-        log << record.get<std::string>() << "\n";
+    // A kernel log this user may not read leaves the messages to the journal, which
+    // systemd-journal-remote writes from its export format; without one the journal is empty.
+    fs::create_directories(root_ / "journal");
+    if (tree.contains("journal")) {
+        writeJournal(tree["journal"]);
+    } else {
+        std::ofstream log(root_ / "kmsg");
+        for (const json& record : tree.value("kmsg", json::array()))
+            log << record.get<std::string>() << "\n";
+    }
     const json dmi = tree.value("dmi", json::object());
     for (const auto& [name, value] : dmi.items())
         write(root_ / "class/dmi/id" / name, value.get<std::string>());
@@ -76,7 +85,29 @@ FakeFirmware::~FakeFirmware() {
 std::vector<std::string> FakeFirmware::environment() const {
     return {"VEKR_MODULES_DIR=" + (root_ / "lib-modules").string(),
             "VEKR_KERNEL_LOG=" + (root_ / "kmsg").string(),
-            "VEKR_PROC_ROOT=" + (root_ / "proc").string()};
+            "VEKR_PROC_ROOT=" + (root_ / "proc").string(),
+            "VEKR_JOURNAL_DIR=" + (root_ / "journal").string()};
+}
+
+void FakeFirmware::writeJournal(const json& messages) {
+    std::ofstream entries(root_ / "journal.export");
+    std::uint64_t at = 1;
+    for (const json& m : messages) {
+        // "3;text": the priority, then the message, as the kernel logged it.
+        const std::string line = m.get<std::string>();
+        entries << "__REALTIME_TIMESTAMP=" << 1700000000000000 + at << "\n"
+                << "__MONOTONIC_TIMESTAMP=" << at << "\n"
+                << "_BOOT_ID=0123456789abcdef0123456789abcdef\n_TRANSPORT=kernel\n"
+                << "PRIORITY=" << line.substr(0, line.find(';')) << "\n"
+                << "MESSAGE=" << line.substr(line.find(';') + 1) << "\n\n";
+        ++at;
+    }
+    entries.close();
+    const std::string command = "/lib/systemd/systemd-journal-remote --output=" +
+                                (root_ / "journal/kernel.journal").string() + " " +
+                                (root_ / "journal.export").string() + " 2>/dev/null";
+    if (std::system(command.c_str()) != 0)
+        throw std::runtime_error("systemd-journal-remote could not write the journal");
 }
 
 void FakeFirmware::addAcpi(const json& d) {

@@ -44,6 +44,7 @@ private:
     void addAcpi(const nlohmann::json& device);
     void addPci(const nlohmann::json& device);
     void addHid(const nlohmann::json& device);
+    void writeJournal(const nlohmann::json& messages);
     void addInput(const nlohmann::json& device);
     void keepChanging(std::vector<std::pair<std::filesystem::path, std::vector<std::string>>> live);
 

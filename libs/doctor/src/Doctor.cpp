@@ -310,6 +310,7 @@ Roots Roots::fromEnvironment() {
     r.dev = fromEnv("VEKR_DEV_ROOT", "/dev");
     r.proc = fromEnv("VEKR_PROC_ROOT", "/proc");
     r.kernelLog = fromEnv("VEKR_KERNEL_LOG", "/dev/kmsg");
+    r.journal = fromEnv("VEKR_JOURNAL_DIR", "");
     utsname u{};
     uname(&u);
     r.modules = fromEnv("VEKR_MODULES_DIR", fs::path("/lib/modules") / u.release);

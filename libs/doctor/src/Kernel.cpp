@@ -1,12 +1,14 @@
 #include <fcntl.h>
 #include <fnmatch.h>
 #include <sys/utsname.h>
+#include <systemd/sd-journal.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <memory>
 #include <sstream>
 
 #include "Facts.h"
@@ -56,6 +58,45 @@ std::vector<std::string> logRecords(const fs::path& source, std::string& why) {
     return records;
 }
 
+// The journal's kernel messages of this boot at level warning or worse, oldest first (the
+// first 5000); false with `why` where the journal cannot be opened or shows this user none.
+bool journalProblems(const Roots& roots, std::vector<std::string>& out, std::string& why) {
+    sd_journal* j = nullptr;
+    const int rc = roots.journal.empty()
+                       ? sd_journal_open(&j, SD_JOURNAL_LOCAL_ONLY | SD_JOURNAL_SYSTEM)
+                       : sd_journal_open_directory(&j, roots.journal.c_str(), 0);
+    if (rc < 0) {
+        why = "the journal: " + std::string(std::strerror(-rc));
+        return false;
+    }
+    const std::unique_ptr<sd_journal, decltype(&sd_journal_close)> journal(j, &sd_journal_close);
+    for (const char* level : {"PRIORITY=0", "PRIORITY=1", "PRIORITY=2", "PRIORITY=3", "PRIORITY=4"})
+        sd_journal_add_match(j, level, 0);
+    sd_journal_add_conjunction(j);
+    sd_journal_add_match(j, "_TRANSPORT=kernel", 0);
+    std::ifstream bootId(roots.proc / "sys/kernel/random/boot_id");
+    std::string boot;
+    if (std::getline(bootId, boot) && !boot.empty()) {
+        boot.erase(std::remove(boot.begin(), boot.end(), '-'), boot.end());
+        sd_journal_add_match(j, ("_BOOT_ID=" + boot).c_str(), 0);
+    }
+    constexpr std::size_t kLimit = 5000;
+    bool any = false;
+    for (std::size_t n = 0; n < kLimit && sd_journal_next(j) > 0; ++n) {
+        any = true;
+        const void* data = nullptr;
+        std::size_t length = 0;
+        if (sd_journal_get_data(j, "MESSAGE", &data, &length) >= 0 && length > 8)
+            out.emplace_back(static_cast<const char*>(data) + 8, length - 8);  // past "MESSAGE="
+    }
+    if (!any) {
+        why =
+            "the journal shows this user no kernel message of this boot (members of the adm "
+            "or systemd-journal group see them)";
+    }
+    return any;
+}
+
 }  // namespace
 
 KernelModules::KernelModules(const Roots& roots)
@@ -98,7 +139,16 @@ KernelLog::KernelLog(const Roots& roots) : source_(roots.kernelLog) {
     std::string why;
     const auto records = logRecords(source_, why);
     if (!why.empty()) {
-        why_ = why;
+        // The kernel log is root's on many systems; its messages may still be in the journal.
+        std::string journalWhy;
+        if (journalProblems(roots, problems_, journalWhy)) {
+            readable_ = true;
+            source_ = roots.journal.empty()
+                          ? fs::path("the journal's kernel messages")
+                          : fs::path(roots.journal.string() + " (the journal's kernel messages)");
+            return;
+        }
+        why_ = why.append("; ").append(journalWhy);
         return;
     }
     readable_ = true;

@@ -10,7 +10,8 @@
 namespace doctor {
 
 // Where the doctor reads the machine. Every place is movable for tests; fromEnvironment()
-// takes VEKR_SYSFS_ROOT, VEKR_DEV_ROOT, VEKR_MODULES_DIR, VEKR_PROC_ROOT and VEKR_KERNEL_LOG,
+// takes VEKR_SYSFS_ROOT, VEKR_DEV_ROOT, VEKR_MODULES_DIR, VEKR_PROC_ROOT, VEKR_KERNEL_LOG and
+// VEKR_JOURNAL_DIR,
 // else the running system's own.
 struct Roots {
     std::filesystem::path sysfs = "/sys";
@@ -18,6 +19,10 @@ struct Roots {
     std::filesystem::path modules;  // the running kernel's, /lib/modules/$(uname -r)
     std::filesystem::path proc = "/proc";
     std::filesystem::path kernelLog = "/dev/kmsg";  // in /dev/kmsg's record format
+    // Where the kernel's messages are read when the kernel log cannot be (a user may read the
+    // journal, in the adm or systemd-journal group, where /dev/kmsg is root's): a journal
+    // folder, or "" for the system's own journal.
+    std::filesystem::path journal;
 
     static Roots fromEnvironment();
 };
