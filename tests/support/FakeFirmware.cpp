@@ -31,6 +31,13 @@ FakeFirmware::FakeFirmware(const fs::path& root, const json& tree) : root_(root)
         addPci(d);
     for (const json& d : tree.value("hid", json::array()))
         addHid(d);
+    // Platform devices the kernel added, with the driver bound to each where there is one.
+    for (const json& d : tree.value("platform", json::array())) {
+        const fs::path dev = root_ / "bus/platform/devices" / d["dev"].get<std::string>();
+        fs::create_directories(dev);
+        if (d.contains("bound"))
+            link(dev / "driver", root_ / "bus/platform/drivers" / d["bound"].get<std::string>());
+    }
     if (tree.contains("ishtp")) {
         fs::create_directories(root_ / "bus/ishtp/devices");
         for (const json& client : tree["ishtp"])

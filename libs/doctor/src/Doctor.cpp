@@ -128,6 +128,27 @@ Chain declaredChain(const FirmwareDevice& d, const KnownSensor& k) {
     return chain;
 }
 
+// The ChromeOS EC's sensor hub, the platform device its driver adds when the EC has motion
+// sensors (drivers/platform/chrome/cros_ec_sensorhub.c): none is no break (a clamshell
+// Chromebook has no sensors); one without its driver keeps every sensor from IIO.
+std::optional<Link> ecSensorHubBroken(const Roots& roots, std::string& fact) {
+    for (const fs::path& dev : entries(roots.sysfs / "bus/platform/devices")) {
+        if (!dev.filename().string().starts_with("cros-ec-sensorhub"))
+            continue;
+        const std::string bound = boundDriver(dev);
+        if (bound == "cros-ec-sensorhub") {
+            fact = "; its sensor hub " + dev.filename().string() + " is bound to " + bound;
+            return std::nullopt;
+        }
+        return Link{"driver", State::Broken,
+                    "the EC runs, but its sensor hub " + dev.filename().string() +
+                        " has no driver (cros-ec-sensorhub): no motion sensor reaches IIO",
+                    (dev / "driver").string()};
+    }
+    fact = "; the EC offers no motion sensors (no cros-ec-sensorhub device)";
+    return std::nullopt;
+}
+
 void hubChains(const Roots& roots, const KernelLog& log, std::vector<Chain>& out) {
     for (const SensorHub& hub : sensorHubs(roots)) {
         Chain chain;
@@ -135,6 +156,8 @@ void hubChains(const Roots& roots, const KernelLog& log, std::vector<Chain>& out
         chain.name = hub.what + " (" + hub.path.filename().string() + ")";
         chain.links.push_back({"firmware", State::Ok, hub.what, hub.path.string()});
         const std::string bound = boundDriver(hub.path);
+        std::optional<Link> ecLink;
+        std::string ecFact;
         if (bound != hub.expectedDriver) {
             breakAt(chain,
                     {"driver", State::Broken,
@@ -162,9 +185,15 @@ void hubChains(const Roots& roots, const KernelLog& log, std::vector<Chain>& out
                      (roots.sysfs / "bus/ishtp/devices").string()},
                     "The hub's firmware did not load: update linux-firmware and the kernel; some "
                     "machines need the vendor's signed firmware (intel/ish/ish_*.bin).");
+        } else if (hub.expectedDriver == "cros_ec_lpcs" &&
+                   (ecLink = ecSensorHubBroken(roots, ecFact))) {
+            breakAt(chain, std::move(*ecLink),
+                    "This kernel lacks the ChromeOS EC's sensor drivers, or they are not loaded: "
+                    "sudo modprobe cros_ec_sensorhub cros_ec_sensors (CONFIG_CROS_EC_SENSORHUB, "
+                    "CONFIG_IIO_CROS_EC_SENSORS).");
         } else {
-            chain.links.push_back(
-                {"driver", State::Ok, "bound to " + bound, (hub.path / "driver").string()});
+            chain.links.push_back({"driver", State::Ok, "bound to " + bound + ecFact,
+                                   (hub.path / "driver").string()});
             chain.links.push_back({"iio", State::Unknown,
                                    "the sensors behind it are followed in chains of their own",
                                    ""});

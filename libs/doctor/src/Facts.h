@@ -42,6 +42,8 @@ std::vector<SensorHub> sensorHubs(const Roots& roots);
 std::optional<std::string> readText(const std::filesystem::path& file, std::string* why = nullptr);
 // The name of the driver bound to the device at `node` ("" for none).
 std::string boundDriver(const std::filesystem::path& node);
+// The entries of a folder in name order; none where it cannot be listed.
+std::vector<std::filesystem::path> entries(const std::filesystem::path& folder);
 
 // The running kernel's modules: which one claims a modalias, whether it is built in or loaded.
 class KernelModules {

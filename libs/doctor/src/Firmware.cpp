@@ -18,15 +18,6 @@ namespace {
 // A firmware method behind an attribute (ACPI's _STA) may take a while; never for ever.
 constexpr std::chrono::milliseconds kReadBound{1000};
 
-std::vector<fs::path> entries(const fs::path& folder) {
-    std::vector<fs::path> out;
-    std::error_code ec;
-    for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec))
-        out.push_back(it->path());
-    std::sort(out.begin(), out.end());
-    return out;
-}
-
 std::optional<fs::path> linkTarget(const fs::path& link) {
     std::error_code ec;
     const fs::path target = fs::canonical(link, ec);
@@ -155,6 +146,15 @@ std::vector<FirmwareDevice> declaredSensors(const Roots& roots) {
     return out;
 }
 
+std::vector<fs::path> entries(const fs::path& folder) {
+    std::vector<fs::path> out;
+    std::error_code ec;
+    for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec))
+        out.push_back(it->path());
+    std::sort(out.begin(), out.end());
+    return out;
+}
+
 std::vector<SensorHub> sensorHubs(const Roots& roots) {
     struct Kind {
         const char* vendor;
@@ -176,6 +176,14 @@ std::vector<SensorHub> sensorHubs(const Roots& roots) {
     };
     std::vector<SensorHub> out;
     hidSensorHubs(roots, out);
+    // The ChromeOS EC (drivers/platform/chrome/cros_ec_lpc.c: ACPI GOOG0004, its driver
+    // cros_ec_lpcs), whose motion sensors reach IIO through the EC's sensor hub.
+    for (const fs::path& dir : entries(roots.sysfs / "bus/acpi/devices")) {
+        if (readText(dir / "hid").value_or("") != "GOOG0004")
+            continue;
+        if (const auto node = linkTarget(dir / "physical_node"))
+            out.push_back({"ChromeOS Embedded Controller", *node, "cros_ec_lpcs"});
+    }
     for (const fs::path& dev : entries(roots.sysfs / "bus/pci/devices")) {
         const auto vendor = readText(dev / "vendor");
         const auto device = readText(dev / "device");
