@@ -359,10 +359,10 @@ void consumerLinks(std::vector<Chain>& chains, const std::vector<OwnReadings>& o
     std::unique_ptr<DesktopReader> reader;
     for (std::size_t i = 0; i < chains.size() && i < own.size(); ++i) {
         Chain& c = chains[i];
-        if (!c.declared)
-            continue;
+        if (!c.declared || c.hub)
+            continue;  // a hub's sensors have chains of their own
         if (c.firstBroken || !own[i].read) {
-            // Behind a broken link, or a hub whose sensors have chains of their own.
+            // Behind a broken link, or nothing read.
             c.links.push_back(
                 {"consumer", c.firstBroken ? State::Skipped : State::Unknown, "", ""});
             continue;

@@ -152,6 +152,7 @@ std::optional<Link> ecSensorHubBroken(const Roots& roots, std::string& fact) {
 void hubChains(const Roots& roots, const KernelLog& log, std::vector<Chain>& out) {
     for (const SensorHub& hub : sensorHubs(roots)) {
         Chain chain;
+        chain.hub = true;
         chain.locator = hub.path.string();
         chain.name = hub.what + " (" + hub.path.filename().string() + ")";
         chain.links.push_back({"firmware", State::Ok, hub.what, hub.path.string()});
@@ -362,6 +363,10 @@ std::string_view stateName(Link::State state) {
     return "unknown";
 }
 
+std::string_view Chain::what() const {
+    return hub ? "SensorHub" : libOrra::capabilityName(kind);
+}
+
 std::string_view Chain::verdict() const {
     if (!declared)
         return "NODEVICE";
@@ -404,14 +409,14 @@ std::vector<Chain> examine(const Roots& roots) {
             if (!has && c.firstBroken)
                 c.links.push_back({name, State::Skipped, "", ""});
         }
-        if (c.kind == libOrra::SensorKind::Accelerometer)
+        if (c.kind == libOrra::SensorKind::Accelerometer && !c.hub)
             addMountingLink(roots, c);  // skipped after a broken link, as the others are
     }
     // What the desktop's reader says, after every reading: a claim makes it read the device.
     consumerLinks(chains, own);
     for (libOrra::SensorKind kind : libOrra::kAllSensorKinds) {
         if (std::none_of(chains.begin(), chains.end(),
-                         [kind](const Chain& c) { return c.kind == kind; })) {
+                         [kind](const Chain& c) { return c.kind == kind && !c.hub; })) {
             Chain none;
             none.kind = kind;
             none.declared = false;

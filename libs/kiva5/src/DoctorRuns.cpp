@@ -15,7 +15,7 @@ RunRecord runOf(const doctor::Chain& chain) {
     run.started = std::chrono::system_clock::now();
     const auto capability = DeviceCapability::fromName(libOrra::capabilityName(chain.kind));
     run.result = *TestResult::fromName(chain.verdict());
-    run.details.emplace_back("kind", Value(std::string(libOrra::capabilityName(chain.kind))));
+    run.details.emplace_back("kind", Value(std::string(chain.what())));
     if (!chain.declared) {
         run.notes.push_back(chain.name);
         return run;
@@ -50,11 +50,10 @@ void say(std::ostream& out, const doctor::Chain& chain, std::size_t index, std::
     std::string head = "[";
     head.append(std::to_string(index + 1)).append("/").append(std::to_string(count)).append("] ");
     if (!chain.declared) {
-        out << head << libOrra::capabilityName(chain.kind) << ": " << chain.name << std::endl;
+        out << head << chain.what() << ": " << chain.name << std::endl;
         return;
     }
-    out << head << libOrra::capabilityName(chain.kind) << " " << chain.name << " at "
-        << chain.locator << "\n";
+    out << head << chain.what() << " " << chain.name << " at " << chain.locator << "\n";
     for (const doctor::Link& l : chain.links) {
         if (l.state == doctor::Link::State::Skipped)
             continue;

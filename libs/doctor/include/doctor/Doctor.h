@@ -45,6 +45,9 @@ struct Chain {
     std::string locator;   // the firmware device's path, or the IIO device's
     std::string name;      // chip and firmware ID, e.g. "bmc150 (BOSC0200:00)"
     bool declared = true;  // false: the machine declares no sensor of this kind
+    bool hub = false;      // a sensor hub, which stands for no kind: its sensors have chains
+    // "SensorHub" for a hub, else the kind's capability ("Accelerometer").
+    std::string_view what() const;
     std::vector<Link> links;
     std::optional<std::string> firstBroken;
     std::optional<std::string> remedy;
