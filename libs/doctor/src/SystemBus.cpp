@@ -71,7 +71,7 @@ sd_bus_message* call(SystemBus::Bus& bus, const char* dest, const char* path, co
     }
     sd_bus_message* m = nullptr;
     sd_bus_message* reply = nullptr;
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};  // SD_BUS_ERROR_NULL, without its C99 compound literal
     int r = sd_bus_message_new_method_call(bus.bus, &m, dest, path, iface, member);
     if (r >= 0)
         r = sd_bus_message_set_auto_start(m, 0);
