@@ -65,7 +65,7 @@ bool DynamicLibrary::load() {
         return true;
     handle_ = LoadLibraryW(wide(fileName_).c_str());
     if (!handle_)
-        lastError_ = lastErrorText();
+        lastError_ = fileName_ + ": " + lastErrorText();
     return handle_ != nullptr;
 }
 
@@ -74,7 +74,7 @@ void* DynamicLibrary::getSymbol(const char* name) const {
         return nullptr;
     const FARPROC symbol = GetProcAddress(static_cast<HMODULE>(handle_), name);
     if (!symbol) {
-        lastError_ = lastErrorText();
+        lastError_ = std::string(name) + ": " + lastErrorText();
         return nullptr;
     }
     return reinterpret_cast<void*>(symbol);
