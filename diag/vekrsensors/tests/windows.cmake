@@ -26,3 +26,11 @@ add_test(NAME windows.interactive_tests_cannot_run
 set_tests_properties(windows.interactive_tests_cannot_run PROPERTIES TIMEOUT 60
   PASS_REGULAR_EXPRESSION "\"result\": \"CANNOTRUN\".*this Windows build has no dialogs"
   FAIL_REGULAR_EXPRESSION "\"result\": \"PASS\"")
+
+# Ctrl-C reaches the same stop request as SIGINT on Linux.
+add_test(NAME windows.ctrl_c_stops_the_run
+         COMMAND ${VEKR_DEBIAN_PYTHON} ${CMAKE_CURRENT_SOURCE_DIR}/windows_ctrl_c.py
+                 ${CMAKE_CURRENT_SOURCE_DIR}/fixtures/weak_sensors.json
+                 ${CMAKE_CURRENT_BINARY_DIR}/ctrl_c_report.json
+                 ${CMAKE_CROSSCOMPILING_EMULATOR} -- $<TARGET_FILE:vekrsensors>)
+set_tests_properties(windows.ctrl_c_stops_the_run PROPERTIES TIMEOUT 90)
