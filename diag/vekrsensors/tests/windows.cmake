@@ -34,3 +34,13 @@ add_test(NAME windows.ctrl_c_stops_the_run
                  ${CMAKE_CURRENT_BINARY_DIR}/ctrl_c_report.json
                  ${CMAKE_CROSSCOMPILING_EMULATOR} -- $<TARGET_FILE:vekrsensors>)
 set_tests_properties(windows.ctrl_c_stops_the_run PROPERTIES TIMEOUT 90)
+
+# Until the Sensor API backend is compiled in, asking for it is a usage error (exit 64) that
+# names the backends this build has.
+if(NOT VEKR_HAVE_SENSORAPI)
+  add_test(NAME windows.sensorapi_not_built_is_a_usage_error
+           COMMAND sh -c "\"$@\"; echo \"exit $?\"" sh ${CMAKE_CROSSCOMPILING_EMULATOR}
+                   $<TARGET_FILE:vekrsensors> --backend sensorapi)
+  set_tests_properties(windows.sensorapi_not_built_is_a_usage_error PROPERTIES TIMEOUT 60
+    PASS_REGULAR_EXPRESSION "--backend: sensorapi not in {sim}.*exit 64")
+endif()
