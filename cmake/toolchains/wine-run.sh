@@ -3,7 +3,7 @@
 # Usage: wine-run.sh PREFIX PROGRAM [ARGS...]
 # The prefix is created on first use, once, even when several tests start together.
 set -euo pipefail
-prefix=$1
+prefix=$(realpath -m "$1")  # Wine wants an absolute path
 shift
 wine=${VEKR_WINE:-/usr/lib/wine/wine64}
 export WINEPREFIX=$prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
