@@ -18,6 +18,7 @@ packages=(
   prometheus-node-exporter prometheus
   desktop-file-utils appstream
   libsystemd-dev iio-sensor-proxy python3-dbusmock dbus
+  g++-mingw-w64-x86-64-posix wine64 googletest
 )
 
 missing=()

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Sets up and runs every test: the whole suite with g++ (debug, with the package test), a plain
-# optimised build, the suite again under AddressSanitizer and UBSan with clang 14, and the
-# thread-heavy tests under ThreadSanitizer.
+# Sets up and runs every test: the whole suite with g++ (debug, with the package test), the
+# Windows build (mingw-w64) with its tests under Wine, a plain optimised build, the suite again
+# under AddressSanitizer and UBSan with clang 14, and the thread-heavy tests under
+# ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
@@ -14,6 +15,10 @@ run() {
 }
 
 run debug
+# After debug: the Windows module's runs are compared with the debug build's module.
+started=$SECONDS
+run windows
+echo "== windows: $((SECONDS - started)) s"
 # A plain build as a distribution makes it (no preset, -O3, tests on), with warnings as errors
 # so that what g++ says at -O3 is seen here first. Build only.
 echo "== plain Release build (no preset)"

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "DialogTests.h"
+#include "DialogsBuild.h"
 #include "kiva5/Localization.h"
 #include "vek/DynamicLibrary.h"
 #include "vek/Logging.h"
@@ -10,7 +11,6 @@
 namespace {
 std::atomic<vek::Logger*> s_logger{nullptr};
 constexpr const char* kLoggerName = "vekrsensors";
-constexpr const char* kPluginFile = "vekrsensors-dialogs.so";
 constexpr const char* kPluginPackage = "vekrsensors-dialogs";
 
 std::atomic<const vekrsensors::DialogTests*> s_tests{nullptr};
@@ -34,6 +34,8 @@ const std::string& loadProblem() {
     static const std::string problem = [] {
         if (s_tests.load())
             return unusable(s_tests.load());
+        if (std::string absent = vekrsensors::dialogsAbsentFromBuild(); !absent.empty())
+            return absent;
         const std::string path = vekrsensors::DialogsPlugin::file().string();
         s_library = new vek::DynamicLibrary(path);
         if (!s_library->load()) {
@@ -63,7 +65,7 @@ void vekrsensors::provideDialogTests(const DialogTests* tests) {
 }
 
 std::filesystem::path vekrsensors::DialogsPlugin::file() {
-    return vek::DynamicLibrary::besideExecutable(kPluginFile);
+    return vek::DynamicLibrary::besideExecutable(dialogsPluginFile());
 }
 
 std::string vekrsensors::DialogsPlugin::check(bool simulatedMachine) {

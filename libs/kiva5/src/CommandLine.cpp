@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "kiva5/Localization.h"
+#include "libOrra/SystemBackends.h"
 
 namespace kiva5 {
 
@@ -69,8 +70,13 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
     app.add_option("--param", o.params, "Set a parameter, NAME=VALUE (repeatable)");
     app.add_option("--profile", o.profile,
                    "Parameter values laid over the shipped profile (a JSON file)");
-    app.add_option("--backend", o.backend, "Sensor source: iio or sim (default iio)")
-        ->check(CLI::IsMember({"iio", "sim"}));
+    const std::vector<std::string> backends = libOrra::backendNames();
+    std::string backendList;
+    for (const std::string& b : backends)
+        backendList += (backendList.empty() ? "" : b == backends.back() ? " or " : ", ") + b;
+    app.add_option("--backend", o.backend,
+                   "Sensor source: " + backendList + " (default " + libOrra::defaultBackend() + ")")
+        ->check(CLI::IsMember(backends));
     app.add_option("--scenario", o.scenario, "Scenario for the sim backend");
     app.add_option("--lang", o.lang,
                    "Language of the texts: de, de_DE, de_DE.UTF-8 (default: LANGUAGE, LC_ALL, "
@@ -132,7 +138,7 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
         return usage("--verbose goes with --devices");
     if (o.logLevel && o.log.empty())
         return usage("--log-level needs --log FILE");
-    if (!o.scenario.empty() && o.backend == "iio")
+    if (!o.scenario.empty() && !o.backend.empty() && o.backend != "sim")
         return usage("--scenario goes with --backend sim");
     if (!o.lang.empty() && !Localization::isLanguageCode(o.lang))
         return usage("--lang \"" + o.lang + "\" is not a language code (like de, de_DE or " +

@@ -14,6 +14,7 @@
 #include "kiva5/KivaException.h"
 #include "kiva5/MachineIdentity.h"
 #include "kiva5/Report.h"
+#include "libOrra/SystemBackends.h"
 #include "sinks/Sink.h"
 #include "vek/Clock.h"
 #include "vek/Logging.h"
@@ -72,7 +73,8 @@ void Host::openLog(const CommandLine& o, const std::vector<std::string>& args) c
 
 std::unique_ptr<libOrra::Machine> Host::openMachine(const CommandLine& o, bool record) {
     libOrra::MachineChoice choice;
-    choice.backend = o.scenario.empty() ? (o.backend.empty() ? "iio" : o.backend) : "sim";
+    choice.backend =
+        o.scenario.empty() ? (o.backend.empty() ? libOrra::defaultBackend() : o.backend) : "sim";
     if (!o.scenario.empty())
         choice.scenario = o.scenario;
     choice.record = record;

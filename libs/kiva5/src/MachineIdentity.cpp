@@ -1,20 +1,10 @@
-#include "kiva5/MachineIdentity.h"
-
-#include <unistd.h>
-
-#include <climits>
-#include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-
-#include "vek/DynamicLibrary.h"
-#include "vek/Json.h"
+#include "MachineIdentityText.h"
 
 namespace kiva5 {
 namespace {
 
-// DMI strings are short; a firmware that fills one with junk gets this much of it.
-constexpr std::size_t kLongestDmiText = 256;
+// Firmware strings are short; a firmware that fills one with junk gets this much of it.
+constexpr std::size_t kLongestFirmwareText = 256;
 
 // Firmware placeholders that name no machine.
 bool meaningless(const std::string& text) {
@@ -27,14 +17,10 @@ bool meaningless(const std::string& text) {
     return false;
 }
 
-std::optional<std::string> dmi(const char* attribute) {
-    const char* root = std::getenv("VEKR_SYSFS_ROOT");
-    const std::filesystem::path file =
-        std::filesystem::path(root && *root ? root : "/sys") / "class/dmi/id" / attribute;
-    auto text = vek::readTextFile(file, nullptr);
-    if (!text)
-        return std::nullopt;
-    std::string value = text->substr(0, kLongestDmiText);
+}  // namespace
+
+std::optional<std::string> firmwareText(std::string_view raw) {
+    std::string value(raw.substr(0, kLongestFirmwareText));
     while (!value.empty() && (value.back() == '\n' || value.back() == ' '))
         value.pop_back();
     if (meaningless(value))
@@ -42,47 +28,14 @@ std::optional<std::string> dmi(const char* attribute) {
     return value;
 }
 
-// systemd's sd_id128_t and the one call we need, taken from libsystemd when it is there: the
-// module does not link it, so a run without a report never loads it.
-struct Id128 {
-    std::uint8_t bytes[16];
-};
-using AppSpecificFn = int (*)(Id128 app, Id128* out);
-
-// This module's application key for the hash (generated once, never to change).
-constexpr Id128 kAppKey{{0x70, 0x9f, 0x12, 0xfe, 0x81, 0x0b, 0x4b, 0xd6, 0xac, 0x35, 0x7f, 0x52,
-                         0xa0, 0x29, 0x03, 0x72}};
-
-std::optional<std::string> appSpecificMachineId() {
-    static vek::DynamicLibrary* systemd = new vek::DynamicLibrary("libsystemd.so.0");
-    if (!systemd->load())
-        return std::nullopt;
-    const auto fn =
-        reinterpret_cast<AppSpecificFn>(systemd->getSymbol("sd_id128_get_machine_app_specific"));
-    Id128 id{};
-    if (!fn || fn(kAppKey, &id) < 0)
-        return std::nullopt;
+std::string hexText(const unsigned char* bytes, std::size_t count) {
     static const char* hex = "0123456789abcdef";
     std::string text;
-    for (const std::uint8_t b : id.bytes) {
-        text += hex[b >> 4];
-        text += hex[b & 0xF];
+    for (std::size_t i = 0; i < count; ++i) {
+        text += hex[bytes[i] >> 4];
+        text += hex[bytes[i] & 0xF];
     }
     return text;
-}
-
-}  // namespace
-
-MachineIdentity MachineIdentity::read() {
-    MachineIdentity m;
-    char name[HOST_NAME_MAX + 1] = {};
-    if (gethostname(name, sizeof name - 1) == 0)
-        m.hostName = name;
-    m.vendor = dmi("sys_vendor");
-    m.product = dmi("product_name");
-    m.serial = dmi("product_serial");
-    m.machineId = appSpecificMachineId();
-    return m;
 }
 
 }  // namespace kiva5

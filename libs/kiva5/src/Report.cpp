@@ -1,5 +1,6 @@
 #include "kiva5/Report.h"
 
+#include "vek/CalendarTime.h"
 #include "vek/String.h"
 
 #include <algorithm>
@@ -203,8 +204,7 @@ std::string Report::utcText(std::chrono::system_clock::time_point t) {
     const auto ms = std::chrono::floor<std::chrono::milliseconds>(t).time_since_epoch().count();
     const std::time_t secs = static_cast<std::time_t>(ms / 1000 - (ms % 1000 < 0 ? 1 : 0));
     const auto millis = static_cast<int>((ms % 1000 + 1000) % 1000);
-    std::tm utc{};
-    gmtime_r(&secs, &utc);
+    const std::tm utc = vek::utcCalendarTime(secs);
     char text[40];
     const std::size_t n = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &utc);
     std::ostringstream out;

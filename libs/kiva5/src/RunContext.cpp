@@ -1,10 +1,8 @@
 #include "RunContext.h"
 
-#include <pthread.h>
-
-#include <csignal>
 #include <mutex>
 
+#include "StopRequests.h"
 #include "vek/Logging.h"
 
 namespace kiva5 {
@@ -21,15 +19,6 @@ std::function<void(const std::string&)> s_speaker;
 std::atomic<bool> s_requested{false};
 std::atomic<int> s_signal{0};
 static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
-
-extern "C" void onStopSignal(int sig) {
-    int none = 0;
-    if (s_signal.compare_exchange_strong(none, sig))
-        return;
-    // Asked twice: the person or the host wants the process gone now.
-    ::signal(sig, SIG_DFL);
-    ::raise(sig);
-}
 
 std::string baseName(const char* file) {
     std::string f = file ? file : "";
@@ -115,22 +104,16 @@ int StopFlag::signalNumber() {
 }
 
 void StopFlag::installSignalHandlers() {
-    struct sigaction sa {};
-    sa.sa_handler = onStopSignal;
-    sigemptyset(&sa.sa_mask);
-    sa.sa_flags = SA_RESTART;
-    sigset_t stops;
-    sigemptyset(&stops);
-    for (const int sig : {SIGINT, SIGTERM, SIGHUP}) {
-        sigaction(sig, &sa, nullptr);
-        sigaddset(&stops, sig);
-    }
-    // A parent may have started us with these blocked; one already waiting arrives now, as
-    // a stop request.
-    pthread_sigmask(SIG_UNBLOCK, &stops, nullptr);
-    struct sigaction ignore {};
-    ignore.sa_handler = SIG_IGN;
-    sigaction(SIGPIPE, &ignore, nullptr);
+    stops::install(&StopFlag::noteSystemRequest);
+}
+
+std::string StopFlag::requestName() {
+    return stops::name(signalNumber());
+}
+
+bool StopFlag::noteSystemRequest(int code) {
+    int none = 0;
+    return s_signal.compare_exchange_strong(none, code);
 }
 
 }  // namespace kiva5

@@ -27,22 +27,28 @@ public:
     static void say(const std::string& text);
 };
 
-// Stop requests: SIGINT, SIGTERM and SIGHUP, and the framework's own. Any thread; the
-// signal side is async-signal-safe.
+// Stop requests: the system's (SIGINT, SIGTERM and SIGHUP on Linux; Ctrl-C, Ctrl-Break and
+// closing the console on Windows) and the framework's own. Any thread; the system's side is
+// async-signal-safe. The system's side is in src/posix/ or src/windows/StopRequests.cpp.
 class StopFlag {
 public:
     static bool isSet();
     static void set();
-    // Forgets the framework's own requests. A signal is never forgotten: one that came while
-    // the command line was read still stops the run.
+    // Forgets the framework's own requests. A system request is never forgotten: one that came
+    // while the command line was read still stops the run.
     static void clear();
-    // The first of SIGINT/SIGTERM/SIGHUP asks to stop; a second one, of any of these kinds,
-    // ends the process the default way at once, so a person is never stuck behind a test that
-    // does not look at the request. SIGPIPE is ignored: a closed terminal pipe becomes a
-    // failed write, and the report is still written.
+    // The first system request asks to stop; a second one, of any of these kinds, ends the
+    // process the system's default way at once, so a person is never stuck behind a test that
+    // does not look at the request. On Linux SIGPIPE is ignored: a closed terminal pipe becomes
+    // a failed write, and the report is still written.
     static void installSignalHandlers();
-    // The signal that asked to stop, or 0.
+    // The system request that asked to stop (a signal number on Linux, the console event + 1
+    // on Windows), or 0.
     static int signalNumber();
+    // How the report names that request ("SIGINT", "Ctrl-C"); "" when there was none.
+    static std::string requestName();
+    // Notes a system request from the handler; false when one had come already. Lock-free.
+    static bool noteSystemRequest(int code);
 };
 
 }  // namespace kiva5

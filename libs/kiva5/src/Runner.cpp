@@ -24,9 +24,8 @@ std::string reasonNotToRun(const Test& test, bool escaped,
     if (escaped)
         return "not started: an earlier test ended abnormally";
     if (StopFlag::isSet()) {
-        const int sig = StopFlag::signalNumber();
-        return std::string("not started: stop requested") +
-               (sig ? std::string(" by SIG") + sigabbrev_np(sig) : "");
+        const std::string by = StopFlag::requestName();
+        return std::string("not started: stop requested") + (by.empty() ? "" : " by " + by);
     }
     for (const Parameter* p : test.parameters()) {
         if (p->isset() && !p->value().isValid()) {

@@ -2,9 +2,9 @@
 
 #include <stdexcept>
 
-#include "libOrra/IioBackend.h"
 #include "libOrra/Recorder.h"
 #include "libOrra/SimBackend.h"
+#include "libOrra/SystemBackends.h"
 
 namespace libOrra {
 
@@ -74,10 +74,7 @@ void Machine::setRecorder(std::shared_ptr<Recorder> recorder,
 
 std::unique_ptr<Machine> makeMachine(const MachineChoice& choice) {
     std::unique_ptr<Machine> machine;
-    if (choice.backend == "iio") {
-        auto iio = std::make_shared<IioBackend>();
-        machine = std::make_unique<Machine>(iio, iio, false);
-    } else if (choice.backend == "sim") {
+    if (choice.backend == "sim") {
         Scenario scenario = choice.scenario ? loadScenario(*choice.scenario)
                                             : parseScenario(demoScenarioText(), "(embedded demo)");
         auto sim = std::make_shared<SimBackend>(std::move(scenario));
@@ -86,6 +83,8 @@ std::unique_ptr<Machine> makeMachine(const MachineChoice& choice) {
         machine->subscribe(sim);
         // The scenario's stop time reaches the host as any stop request does.
         sim->onStopDue([m = machine.get()] { m->requestStop(); });
+    } else if (SystemBackend system = openSystemBackend(choice.backend); system.sensors) {
+        machine = std::make_unique<Machine>(system.sensors, system.inspector, false);
     } else {
         throw std::invalid_argument("unknown sensor backend \"" + choice.backend + "\"");
     }

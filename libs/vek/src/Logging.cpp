@@ -1,8 +1,5 @@
 #include "vek/Logging.h"
 
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <ctime>
 #include <fstream>
@@ -10,6 +7,9 @@
 #include <map>
 #include <memory>
 #include <mutex>
+
+#include "Process.h"
+#include "vek/CalendarTime.h"
 
 namespace vek {
 namespace {
@@ -43,8 +43,7 @@ std::string timestamp() {
     const auto now = system_clock::now();
     const std::time_t t = system_clock::to_time_t(now);
     const auto ms = duration_cast<milliseconds>(now.time_since_epoch()).count() % 1000;
-    std::tm tm{};
-    localtime_r(&t, &tm);
+    const std::tm tm = localCalendarTime(t);
     char buf[32];
     std::snprintf(buf, sizeof buf, "%02d:%02d:%02d.%03d", tm.tm_hour, tm.tm_min, tm.tm_sec,
                   static_cast<int>(ms));
@@ -167,7 +166,7 @@ void LogFactory::setLoggerLevel(const std::string& name, int level) {
 
 void LogFactory::write(int p, const std::string& logger, std::string_view text) {
     const std::string stamp = timestamp();
-    const long tid = syscall(SYS_gettid);
+    const long tid = process::currentThreadId();
     Registry& r = registry();
     std::lock_guard lock(r.mutex);
     if (!r.out)

@@ -1,7 +1,5 @@
 #include "vek/Resource.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
 #include <deque>
 #include <fstream>
@@ -14,6 +12,7 @@
 
 #include "vek/Exception.h"
 #include "vek/Json.h"
+#include "Process.h"
 
 namespace vek {
 namespace fs = std::filesystem;
@@ -42,11 +41,10 @@ std::optional<fs::path> executableDir() {
     State& s = state();
     if (s.exeDirOverridden)
         return s.exeDirOverride;
-    std::error_code ec;
-    const fs::path exe = fs::read_symlink("/proc/self/exe", ec);
-    if (ec)
+    const std::optional<fs::path> exe = process::executablePath();
+    if (!exe)
         return std::nullopt;
-    return exe.parent_path();
+    return exe->parent_path();
 }
 
 std::string valueText(const nlohmann::json& v) {

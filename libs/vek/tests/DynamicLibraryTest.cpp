@@ -6,8 +6,10 @@ namespace {
 
 // Loading and finding a symbol are what the module's plugin and rotation lock prove every run.
 TEST(DynamicLibrary, UnknownSymbolIsNull) {
-    vek::DynamicLibrary libm("libm.so.6");
-    ASSERT_TRUE(libm.load());
+    // The system's C maths library (libm.so.6; on Windows the C runtime, msvcrt.dll).
+    vek::DynamicLibrary libm(VEKR_TEST_SYSTEM_LIBRARY);
+    ASSERT_TRUE(libm.load()) << libm.lastError();
+    EXPECT_NE(libm.getSymbol("cos"), nullptr) << libm.lastError();
     EXPECT_EQ(libm.getSymbol("NoSuchSymbolAnywhere"), nullptr);
 }
 

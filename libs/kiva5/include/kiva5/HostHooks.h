@@ -16,8 +16,9 @@ namespace kiva5 {
 using MachineFactory =
     std::function<std::unique_ptr<libOrra::Machine>(const libOrra::MachineChoice&)>;
 
-// libOrra's machines: the kernel's sensors ("iio") or a scenario ("sim"). A bad scenario is
-// an InputError, an unknown backend a KivaException.
+// libOrra's machines: the system's sensors ("iio" on Linux; libOrra::backendNames() says which
+// this build has) or a scenario ("sim"). A bad scenario is an InputError, an unknown backend a
+// KivaException.
 std::unique_ptr<libOrra::Machine> openMachine(const libOrra::MachineChoice& choice);
 
 // The machine's devices as the framework hands them to the tests, in the backend's order.

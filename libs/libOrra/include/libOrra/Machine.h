@@ -47,7 +47,7 @@ public:
 
 // The one choice of machine a command line makes.
 struct MachineChoice {
-    std::string backend;                  // "iio" or "sim"
+    std::string backend;                  // one of backendNames()
     std::optional<std::string> scenario;  // a scenario file for "sim"; the embedded demo without
     bool record = false;                  // keep what the sensors do (recorder())
 };

@@ -12,19 +12,15 @@
 #include "platform/Hresult.h"
 #include "platform/Sensors.h"
 
-#ifdef _WIN32
-
-// On Windows the system's headers declare these names. The Windows build does not exist yet:
-// it decides here what else it takes from the system (<sensorsapi.h>, MFC) and how the names
-// the platform adds (HRESULT_FILE_NOT_FOUND, ISensorDataReport::timestampNanoseconds, the
-// rotation provider) meet the system's.
-#include <windows.h>
-
-#else
-
-// Linux: the platform's declarations under their Windows names, in the global namespace.
-// Where Windows has a macro the name is a constant or a function here; they behave alike for
-// the module's uses and need no casts.
+// The same on Linux and on Windows: the module's code runs against the platform's
+// declarations, so it behaves alike on both. The Windows build does not take these names from
+// <windows.h>: a source that talks to Windows itself (src/windows/, the Sensor API backend)
+// includes <windows.h> in its own .cpp, does not include this header, and names the platform's
+// types qualified (platform::ISensor).
+//
+// The platform's declarations under their Windows names, in the global namespace. Where
+// Windows has a macro the name is a constant or a function here; they behave alike for the
+// module's uses and need no casts.
 
 // Result codes.
 using platform::HRESULT;
@@ -94,5 +90,3 @@ using platform::AfxWinMain;
 using platform::CCommandLineInfo;
 using platform::CWinApp;
 using platform::CWnd;
-
-#endif

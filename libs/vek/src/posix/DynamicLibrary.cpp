@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "../Process.h"
+
 namespace vek {
 namespace {
 
@@ -27,9 +29,8 @@ std::string platformFileName(const std::string& name) {
 }  // namespace
 
 std::string DynamicLibrary::besideExecutable(const std::string& name) {
-    std::error_code ec;
-    const auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);
-    return ec ? name : (exe.parent_path() / name).string();
+    const auto exe = process::executablePath();
+    return exe ? (exe->parent_path() / name).string() : name;
 }
 
 DynamicLibrary::~DynamicLibrary() {

@@ -1,0 +1,17 @@
+# A header-only package of the build machine, seen by the cross compiler alone: a folder of the
+# build tree links to /usr/include/<folder>, so mingw never sees Linux's own headers.
+function(vekr_header_only_package target folder)
+  if(TARGET ${target})
+    return()
+  endif()
+  set(root ${CMAKE_BINARY_DIR}/host-headers)
+  if(NOT EXISTS /usr/include/${folder})
+    message(FATAL_ERROR "/usr/include/${folder} is missing: run scripts/setup.sh")
+  endif()
+  file(MAKE_DIRECTORY ${root})
+  if(NOT EXISTS ${root}/${folder})
+    file(CREATE_LINK /usr/include/${folder} ${root}/${folder} SYMBOLIC)
+  endif()
+  add_library(${target} INTERFACE IMPORTED GLOBAL)
+  set_target_properties(${target} PROPERTIES INTERFACE_INCLUDE_DIRECTORIES ${root})
+endfunction()

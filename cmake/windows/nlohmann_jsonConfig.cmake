@@ -1,0 +1,3 @@
+# nlohmann/json for the Windows build: Debian's headers, and no other folder of /usr/include.
+include(${CMAKE_CURRENT_LIST_DIR}/HeaderOnly.cmake)
+vekr_header_only_package(nlohmann_json::nlohmann_json nlohmann)
