@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "kiva5/Localization.h"
+#include "libOrra/Machine.h"
 
 namespace kiva5 {
 
@@ -69,8 +70,13 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
     app.add_option("--param", o.params, "Set a parameter, NAME=VALUE (repeatable)");
     app.add_option("--profile", o.profile,
                    "Parameter values laid over the shipped profile (a JSON file)");
-    app.add_option("--backend", o.backend, "Sensor source: iio or sim (default iio)")
-        ->check(CLI::IsMember({"iio", "sim"}));
+    // The names libOrra knows on this platform: "iio or sim" on Linux.
+    const std::vector<std::string> backends = libOrra::backendNames();
+    std::string choices;
+    for (std::size_t i = 0; i < backends.size(); ++i)
+        choices += (i == 0 ? "" : i + 1 == backends.size() ? " or " : ", ") + backends[i];
+    app.add_option("--backend", o.backend, "Sensor source: " + choices + " (default iio)")
+        ->check(CLI::IsMember(backends));
     app.add_option("--scenario", o.scenario, "Scenario for the sim backend");
     app.add_option("--lang", o.lang,
                    "Language of the texts: de, de_DE, de_DE.UTF-8 (default: LANGUAGE, LC_ALL, "

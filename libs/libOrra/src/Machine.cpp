@@ -5,6 +5,7 @@
 #include "libOrra/IioBackend.h"
 #include "libOrra/Recorder.h"
 #include "libOrra/SimBackend.h"
+#include "PlatformBackends.h"
 
 namespace libOrra {
 
@@ -72,6 +73,13 @@ void Machine::setRecorder(std::shared_ptr<Recorder> recorder,
     sensors_ = std::move(sensors);
 }
 
+std::vector<std::string> backendNames() {
+    std::vector<std::string> names{"iio", "sim"};
+    for (auto& name : platformBackendNames())
+        names.push_back(std::move(name));
+    return names;
+}
+
 std::unique_ptr<Machine> makeMachine(const MachineChoice& choice) {
     std::unique_ptr<Machine> machine;
     if (choice.backend == "iio") {
@@ -86,6 +94,8 @@ std::unique_ptr<Machine> makeMachine(const MachineChoice& choice) {
         machine->subscribe(sim);
         // The scenario's stop time reaches the host as any stop request does.
         sim->onStopDue([m = machine.get()] { m->requestStop(); });
+    } else if (auto added = platformBackend(choice.backend)) {
+        machine = std::make_unique<Machine>(added->sensors, added->inspector, false);
     } else {
         throw std::invalid_argument("unknown sensor backend \"" + choice.backend + "\"");
     }

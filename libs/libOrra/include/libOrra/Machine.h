@@ -47,7 +47,7 @@ public:
 
 // The one choice of machine a command line makes.
 struct MachineChoice {
-    std::string backend;                  // "iio" or "sim"
+    std::string backend;                  // "iio", "sim", or "sensorapi" on Windows
     std::optional<std::string> scenario;  // a scenario file for "sim"; the embedded demo without
     bool record = false;                  // keep what the sensors do (recorder())
 };
@@ -105,9 +105,12 @@ private:
     std::function<void()> stopHandler_;
 };
 
-// The one place a choice becomes a machine: "iio" (the kernel's sensors) or "sim" (a scenario
-// file, or the embedded demo), recorded when asked. Throws ScenarioError for a bad scenario
+// The one place a choice becomes a machine: "iio" (the kernel's sensors), "sim" (a scenario
+// file, or the embedded demo) or a backend the platform adds ("sensorapi", the Windows Sensor
+// API), recorded when asked. Throws ScenarioError for a bad scenario
 // and std::invalid_argument for an unknown backend.
 std::unique_ptr<Machine> makeMachine(const MachineChoice& choice);
+// The backend names makeMachine() knows: "iio", "sim", then the platform's own.
+std::vector<std::string> backendNames();
 
 }  // namespace libOrra
