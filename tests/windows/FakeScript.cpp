@@ -94,7 +94,8 @@ bool parseScript(const std::string& text, std::vector<ScriptSensor>& out, std::s
     while (std::getline(lines, line)) {
         const auto hash = line.find('#');
         // A '#' inside a path is kept: only one at the start of a word begins a comment.
-        if (hash != std::string::npos && (hash == 0 || line[hash - 1] == ' ' || line[hash - 1] == '\t'))
+        if (hash != std::string::npos &&
+            (hash == 0 || line[hash - 1] == ' ' || line[hash - 1] == '\t'))
             line.erase(hash);
         std::istringstream in(line);
         std::string key;

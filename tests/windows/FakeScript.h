@@ -28,7 +28,7 @@ struct ScriptSensor {
     std::string id;  // "" for the default
     std::string path;
     std::string name;
-    std::vector<int> states;                   // SensorState numbers
+    std::vector<int> states;                    // SensorState numbers
     std::vector<std::vector<double>> readings;  // one report's values each
     std::optional<unsigned> leaveAfter;
     unsigned events = 0;

@@ -13,8 +13,8 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <condition_variable>
+#include <cstring>
 #include <fstream>
 #include <mutex>
 #include <sstream>

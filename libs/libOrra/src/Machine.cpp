@@ -2,10 +2,10 @@
 
 #include <stdexcept>
 
+#include "PlatformBackends.h"
 #include "libOrra/IioBackend.h"
 #include "libOrra/Recorder.h"
 #include "libOrra/SimBackend.h"
-#include "PlatformBackends.h"
 
 namespace libOrra {
 

@@ -33,10 +33,18 @@ struct SapiSensor::Impl {
 };
 SapiSensor::SapiSensor(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 SapiSensor::~SapiSensor() = default;
-SapiType SapiSensor::type() const { return impl_->type; }
-const std::string& SapiSensor::locator() const { return impl_->spec.locator; }
-const std::string& SapiSensor::name() const { return impl_->spec.name; }
-SapiMailbox& SapiSensor::mailbox() { return *impl_->spec.mailbox; }
+SapiType SapiSensor::type() const {
+    return impl_->type;
+}
+const std::string& SapiSensor::locator() const {
+    return impl_->spec.locator;
+}
+const std::string& SapiSensor::name() const {
+    return impl_->spec.name;
+}
+SapiMailbox& SapiSensor::mailbox() {
+    return *impl_->spec.mailbox;
+}
 std::int32_t SapiSensor::state(std::int32_t* out) {
     if (impl_->spec.stateHr >= 0)
         *out = impl_->spec.state;
@@ -60,11 +68,13 @@ bool SapiManager::sensors(SapiType type, std::vector<std::unique_ptr<SapiSensor>
                           std::int32_t*) {
     out.clear();
     for (const auto& spec : g_world.sensors[type])
-        out.push_back(std::make_unique<SapiSensor>(std::make_unique<SapiSensor::Impl>(
-            SapiSensor::Impl{type, spec})));
+        out.push_back(std::make_unique<SapiSensor>(
+            std::make_unique<SapiSensor::Impl>(SapiSensor::Impl{type, spec})));
     return true;
 }
-std::int32_t enterComOnThisThread() { return 0; }
+std::int32_t enterComOnThisThread() {
+    return 0;
+}
 
 }  // namespace libOrra::sapi
 
@@ -84,9 +94,9 @@ TEST_F(SensorApiBackendTest, ReadingsReachTheModuleInItsUnits) {
     g_world.sensors[SapiType::Accelerometer3D].push_back(
         {"\\\\?\\ACPI#BOSC0200#0", "Fake Accelerometer", sapi::kReady, 0,
          sapi::SapiReading{0.5, -0.25, -1.0, 0.0f, 0.0, false}});
-    g_world.sensors[SapiType::Compass3D].push_back(
-        {"{6A0E8F4C-0000}", "Fake Compass", sapi::kReady, 0,
-         sapi::SapiReading{0, 0, 0, 0.0f, 123.5, true}});
+    g_world.sensors[SapiType::Compass3D].push_back({"{6A0E8F4C-0000}", "Fake Compass", sapi::kReady,
+                                                    0,
+                                                    sapi::SapiReading{0, 0, 0, 0.0f, 123.5, true}});
     SensorApiBackend backend;
     std::vector<std::unique_ptr<SensorDevice>> devices;
     std::vector<SensorInfo> infos;

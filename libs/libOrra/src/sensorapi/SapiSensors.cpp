@@ -76,8 +76,7 @@ std::string locatorOf(ISensor* sensor) {
     PROPVARIANT path;
     PropVariantInit(&path);
     std::string out;
-    if (SUCCEEDED(sensor->GetProperty(SENSOR_PROPERTY_DEVICE_PATH, &path)) &&
-        path.vt == VT_LPWSTR)
+    if (SUCCEEDED(sensor->GetProperty(SENSOR_PROPERTY_DEVICE_PATH, &path)) && path.vt == VT_LPWSTR)
         out = utf8(path.pwszVal);
     PropVariantClear(&path);
     if (!out.empty())
@@ -198,7 +197,7 @@ std::int32_t enterComOnThisThread() {
 
 struct SapiSensor::Impl {
     SapiType type;
-    ISensor* sensor = nullptr;  // one reference
+    ISensor* sensor = nullptr;    // one reference
     EventRelay* relay = nullptr;  // one reference, attached to `sensor`
     std::shared_ptr<SapiMailbox> mailbox = std::make_shared<SapiMailbox>();
     std::string locator;
@@ -281,9 +280,9 @@ SapiManager::~SapiManager() = default;
 std::shared_ptr<SapiManager> SapiManager::open(std::int32_t* hr) {
     enterComOnThisThread();
     auto impl = std::make_unique<Impl>();
-    const HRESULT made = CoCreateInstance(CLSID_SensorManager, nullptr, CLSCTX_INPROC_SERVER,
-                                          IID_ISensorManager,
-                                          reinterpret_cast<void**>(&impl->manager));
+    const HRESULT made =
+        CoCreateInstance(CLSID_SensorManager, nullptr, CLSCTX_INPROC_SERVER, IID_ISensorManager,
+                         reinterpret_cast<void**>(&impl->manager));
     if (hr)
         *hr = made;
     if (FAILED(made) || !impl->manager)
@@ -311,7 +310,8 @@ bool SapiManager::sensors(SapiType type, std::vector<std::unique_ptr<SapiSensor>
         Held<ISensor> sensor;
         if (FAILED(found.p->GetAt(i, sensor.out())) || !sensor.p)
             continue;
-        out.push_back(std::make_unique<SapiSensor>(std::make_unique<SapiSensor::Impl>(type, sensor.p)));
+        out.push_back(
+            std::make_unique<SapiSensor>(std::make_unique<SapiSensor::Impl>(type, sensor.p)));
     }
     return true;
 }

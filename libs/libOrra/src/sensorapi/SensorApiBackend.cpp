@@ -159,7 +159,8 @@ bool SensorApiBackend::open(SensorKind kind, std::vector<std::unique_ptr<SensorD
         return false;
     for (auto& s : found) {
         infos.push_back(infoOf(kind, *s));
-        devices.push_back(std::make_unique<SapiDevice>(std::shared_ptr<sapi::SapiSensor>(std::move(s))));
+        devices.push_back(
+            std::make_unique<SapiDevice>(std::shared_ptr<sapi::SapiSensor>(std::move(s))));
     }
     return true;
 }
