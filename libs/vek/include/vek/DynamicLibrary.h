@@ -4,9 +4,9 @@
 
 namespace vek {
 
-// A shared library opened on demand with dlopen. Built without loading; used by one thread.
-// A Windows name such as "user32.dll" loads the platform's stand-in libvekr-user32.so from
-// beside the executable.
+// A shared library opened on demand with dlopen (LoadLibraryW on Windows). Built without
+// loading; used by one thread. On Linux a Windows name such as "user32.dll" loads the
+// platform's stand-in libvekr-user32.so from beside the executable; Windows loads its own.
 class DynamicLibrary {
 public:
     explicit DynamicLibrary(std::string fileName) : fileName_(std::move(fileName)) {}
@@ -23,7 +23,7 @@ public:
     // `name` in the running executable's folder (just `name` when that cannot be read): where
     // the module's own libraries and plugins are, in the build tree and installed.
     static std::string besideExecutable(const std::string& name);
-    // dlerror's text after a failed load or lookup.
+    // dlerror's text (the system error on Windows) after a failed load or lookup.
     const std::string& lastError() const { return lastError_; }
 
 private:
