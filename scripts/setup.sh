@@ -18,6 +18,8 @@ packages=(
   prometheus-node-exporter prometheus
   desktop-file-utils appstream
   libsystemd-dev iio-sensor-proxy python3-dbusmock dbus
+  # The Windows Sensor API backend's tests: a mingw-w64 cross build run under Wine.
+  g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev wine64
 )
 
 missing=()
