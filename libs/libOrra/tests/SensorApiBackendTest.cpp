@@ -14,7 +14,7 @@
 namespace libOrra::sapi {
 
 // What the stand-in serves: set by each test before it opens the backend.
-struct FakeSpec {
+struct FakeServed {
     std::string locator, name;
     std::int32_t state = kReady;
     std::int32_t stateHr = 0;
@@ -23,13 +23,13 @@ struct FakeSpec {
 };
 struct FakeWorld {
     std::int32_t openHr = 0;
-    std::map<SapiType, std::vector<FakeSpec>> sensors;
+    std::map<SapiType, std::vector<FakeServed>> sensors;
 };
 FakeWorld g_world;
 
 struct SapiSensor::Impl {
     SapiType type;
-    FakeSpec spec;
+    FakeServed served;
 };
 SapiSensor::SapiSensor(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 SapiSensor::~SapiSensor() = default;
@@ -37,23 +37,23 @@ SapiType SapiSensor::type() const {
     return impl_->type;
 }
 const std::string& SapiSensor::locator() const {
-    return impl_->spec.locator;
+    return impl_->served.locator;
 }
 const std::string& SapiSensor::name() const {
-    return impl_->spec.name;
+    return impl_->served.name;
 }
 SapiMailbox& SapiSensor::mailbox() {
-    return *impl_->spec.mailbox;
+    return *impl_->served.mailbox;
 }
 std::int32_t SapiSensor::state(std::int32_t* out) {
-    if (impl_->spec.stateHr >= 0)
-        *out = impl_->spec.state;
-    return impl_->spec.stateHr;
+    if (impl_->served.stateHr >= 0)
+        *out = impl_->served.state;
+    return impl_->served.stateHr;
 }
 bool SapiSensor::read(SapiReading& out) {
-    if (!impl_->spec.reading)
+    if (!impl_->served.reading)
         return false;
-    out = *impl_->spec.reading;
+    out = *impl_->served.reading;
     return true;
 }
 
@@ -67,9 +67,9 @@ std::shared_ptr<SapiManager> SapiManager::open(std::int32_t* hr) {
 bool SapiManager::sensors(SapiType type, std::vector<std::unique_ptr<SapiSensor>>& out,
                           std::int32_t*) {
     out.clear();
-    for (const auto& spec : g_world.sensors[type])
+    for (const auto& served : g_world.sensors[type])
         out.push_back(std::make_unique<SapiSensor>(
-            std::make_unique<SapiSensor::Impl>(SapiSensor::Impl{type, spec})));
+            std::make_unique<SapiSensor::Impl>(SapiSensor::Impl{type, served})));
     return true;
 }
 std::int32_t enterComOnThisThread() {
@@ -161,9 +161,9 @@ TEST_F(SensorApiBackendTest, WithoutASensorManagerEnumerationFailsAndSaysWhy) {
 // The Sensor API raises its events on threads of its own: they reach the module's sink only
 // on the thread that reads the sensor, once each.
 TEST_F(SensorApiBackendTest, EventsFromAnotherThreadReachTheSinkOnTheReadersThread) {
-    sapi::FakeSpec spec{"l", "", sapi::kReady, 0, sapi::SapiReading{}};
-    const auto mailbox = spec.mailbox;
-    g_world.sensors[SapiType::AmbientLight].push_back(spec);
+    sapi::FakeServed served{"l", "", sapi::kReady, 0, sapi::SapiReading{}};
+    const auto mailbox = served.mailbox;
+    g_world.sensors[SapiType::AmbientLight].push_back(served);
     SensorApiBackend backend;
     std::vector<std::unique_ptr<SensorDevice>> devices;
     std::vector<SensorInfo> infos;
