@@ -146,6 +146,9 @@ TEST_F(SensorApiBackendTest, NoProximityIsOfferedAndAPersonIsToldWhy) {
     EXPECT_TRUE(devices.empty());
     EXPECT_EQ(backend.openProximity("g"), nullptr);
     EXPECT_NE(backend.lookedIn().find("no proximity support"), std::string::npos);
+    EXPECT_NE(backend.unsupported(SensorKind::Proximity).find("no proximity support"),
+              std::string::npos);
+    EXPECT_EQ(backend.unsupported(SensorKind::Gyrometer), "");
 }
 
 TEST_F(SensorApiBackendTest, WithoutASensorManagerEnumerationFailsAndSaysWhy) {

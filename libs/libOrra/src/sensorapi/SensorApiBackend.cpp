@@ -8,6 +8,10 @@
 namespace libOrra {
 namespace {
 
+constexpr const char* kNoProximity =
+    "this build has no proximity support yet (proximity sensors are Windows Runtime sensors, "
+    "which the Sensor API does not offer)";
+
 std::optional<sapi::SapiType> sapiType(SensorKind kind) {
     switch (kind) {
         case SensorKind::Accelerometer:
@@ -179,9 +183,13 @@ std::string SensorApiBackend::lookedIn() const {
     return where;
 }
 
+std::string SensorApiBackend::unsupported(SensorKind kind) const {
+    return sapiType(kind) ? std::string() : std::string(kNoProximity);
+}
+
 std::vector<std::string> SensorApiBackend::explain(SensorKind kind, const std::string& locator) {
     if (!sapiType(kind))
-        return {"proximity: this build has no proximity support yet (a Windows Runtime sensor)"};
+        return {kNoProximity};
     return {"Windows Sensor API sensor " + locator +
             ": state from ISensor::GetState, readings from ISensor::GetData"};
 }

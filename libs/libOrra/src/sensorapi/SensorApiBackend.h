@@ -27,6 +27,8 @@ public:
     // DeviceInspector
     std::string lookedIn() const override;
     std::vector<std::string> explain(SensorKind kind, const std::string& locator) override;
+    // Proximity: "this build has no proximity support yet".
+    std::string unsupported(SensorKind kind) const override;
 
 private:
     // The sensor manager, made now if it is not yet; null (and the HRESULT kept) if it cannot be.
