@@ -75,7 +75,8 @@ CommandLine::Reading CommandLine::read(const std::vector<std::string>& args,
     std::string choices;
     for (std::size_t i = 0; i < backends.size(); ++i)
         choices += (i == 0 ? "" : i + 1 == backends.size() ? " or " : ", ") + backends[i];
-    app.add_option("--backend", o.backend, "Sensor source: " + choices + " (default iio)")
+    app.add_option("--backend", o.backend,
+                   "Sensor source: " + choices + " (default " + libOrra::defaultBackendName() + ")")
         ->check(CLI::IsMember(backends));
     app.add_option("--scenario", o.scenario, "Scenario for the sim backend");
     app.add_option("--lang", o.lang,

@@ -72,7 +72,9 @@ void Host::openLog(const CommandLine& o, const std::vector<std::string>& args) c
 
 std::unique_ptr<libOrra::Machine> Host::openMachine(const CommandLine& o, bool record) {
     libOrra::MachineChoice choice;
-    choice.backend = o.scenario.empty() ? (o.backend.empty() ? "iio" : o.backend) : "sim";
+    choice.backend = o.scenario.empty()
+                         ? (o.backend.empty() ? libOrra::defaultBackendName() : o.backend)
+                         : "sim";
     if (!o.scenario.empty())
         choice.scenario = o.scenario;
     choice.record = record;

@@ -80,6 +80,11 @@ std::vector<std::string> backendNames() {
     return names;
 }
 
+std::string defaultBackendName() {
+    const std::vector<std::string> added = platformBackendNames();
+    return added.empty() ? "iio" : added.front();
+}
+
 std::unique_ptr<Machine> makeMachine(const MachineChoice& choice) {
     std::unique_ptr<Machine> machine;
     if (choice.backend == "iio") {

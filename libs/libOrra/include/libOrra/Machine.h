@@ -115,5 +115,8 @@ private:
 std::unique_ptr<Machine> makeMachine(const MachineChoice& choice);
 // The backend names makeMachine() knows: "iio", "sim", then the platform's own.
 std::vector<std::string> backendNames();
+// The machine's own sensors where a command line names none: the platform's first backend
+// ("sensorapi" on Windows), else "iio".
+std::string defaultBackendName();
 
 }  // namespace libOrra
