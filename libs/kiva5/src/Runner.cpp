@@ -120,6 +120,11 @@ std::exception_ptr Runner::run(const std::vector<Test*>& tests,
             run.result = TestResult::NODEVICE();
             run.notes.push_back("no " + std::string(test.capability().name()) + " device" +
                                 (onlyDevice.empty() ? "" : " with locator " + onlyDevice));
+            // A backend that cannot offer such a sensor at all says so.
+            if (const auto kind = libOrra::kindFromCapability(test.capability().name())) {
+                if (std::string why = machine_.inspector().unsupported(*kind); !why.empty())
+                    run.notes.push_back(std::move(why));
+            }
             keep(i, std::move(run));
             continue;
         }

@@ -50,6 +50,9 @@ public:
     std::vector<libOrra::DeviceNote> takeNotes(const std::string&) override {
         return std::move(g_notes);
     }
+    std::string unsupported(libOrra::SensorKind kind) const override {
+        return kind == libOrra::SensorKind::Gyrometer ? "no gyrometer support here" : "";
+    }
 
 private:
     std::vector<libOrra::DeviceEntry> devices_;
@@ -163,6 +166,18 @@ TEST_F(HostFixture, VerdictWhileTheDeviceWasHeldElsewhereIsCannotRun) {
         EXPECT_EQ(report["runs"][0]["result"], row.expected);
         EXPECT_EQ(report["runs"][0]["notes"][0], "held by somebody");
     }
+}
+
+// A test that found no device: NODEVICE, and where the backend cannot offer such a sensor at
+// all, its reason beside the host's note.
+TEST_F(HostFixture, NoDeviceCarriesTheBackendsReasonWhereItHasOne) {
+    devices_ = {};
+    const auto report = run({});
+    EXPECT_EQ(report["runs"][0]["result"], "NODEVICE");
+    EXPECT_EQ(report["runs"][0]["notes"], nlohmann::json::array({"no Accelerometer device"}));
+    EXPECT_EQ(report["runs"][1]["result"], "NODEVICE");
+    EXPECT_EQ(report["runs"][1]["notes"],
+              nlohmann::json::array({"no Gyrometer device", "no gyrometer support here"}));
 }
 
 TEST_F(HostFixture, ExceptionOutOfATestIsRethrownAfterTheReportIsWritten) {

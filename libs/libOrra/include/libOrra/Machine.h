@@ -32,6 +32,9 @@ public:
     }
     // The notes gathered about the sensors at `locator` since the last call.
     virtual std::vector<DeviceNote> takeNotes(const std::string& /*locator*/) { return {}; }
+    // Why the backend offers no sensor of `kind` on any machine, for the note of a test that
+    // found none; "" where it would offer one that is there.
+    virtual std::string unsupported(SensorKind /*kind*/) const { return {}; }
 };
 
 // Hears what happens to the machine: a test starting and finishing on it, and a stop request
