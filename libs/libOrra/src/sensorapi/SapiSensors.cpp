@@ -142,6 +142,10 @@ bool values(ISensorDataReport* report, SapiType type, SapiReading& out) {
 // The ISensorEvents attached to a sensor for its life: called on the Sensor API's threads, it
 // only leaves what happened in the sensor's mailbox. Counted by COM; shares the mailbox with
 // the sensor that made it, so either may go first.
+// COM objects are freed by Release(), never deleted through the interface, so COM's interfaces
+// have no virtual destructor.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 class EventRelay final : public ISensorEvents {
 public:
     explicit EventRelay(std::shared_ptr<SapiMailbox> mailbox) : mailbox_(std::move(mailbox)) {}
@@ -185,6 +189,7 @@ private:
     std::atomic<ULONG> refs_{1};
     std::shared_ptr<SapiMailbox> mailbox_;
 };
+#pragma GCC diagnostic pop
 
 }  // namespace
 

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "../SensorObject.h"
+#include "libOrra/SystemBackends.h"
 
 namespace libOrra {
 namespace {
@@ -192,6 +193,12 @@ std::vector<std::string> SensorApiBackend::explain(SensorKind kind, const std::s
         return {kNoProximity};
     return {"Windows Sensor API sensor " + locator +
             ": state from ISensor::GetState, readings from ISensor::GetData"};
+}
+
+// The "sensorapi" backend SystemBackends offers on Windows (src/windows/SystemBackends.cpp).
+SystemBackend openSensorApiBackend() {
+    auto backend = std::make_shared<SensorApiBackend>();
+    return SystemBackend{backend, backend};
 }
 
 }  // namespace libOrra
