@@ -31,7 +31,8 @@ run)
     exec "$wine_run" "$prefix" "$@"
     ;;
 *)
-    echo "usage: $0 register WINE_RUN PREFIX SERVER.dll | run WINE_RUN PREFIX SCRIPT PROGRAM [ARGS...]" >&2
+    echo "usage: $0 register WINE_RUN PREFIX SERVER.dll" >&2
+    echo "       $0 run WINE_RUN PREFIX SCRIPT PROGRAM [ARGS...]" >&2
     exit 2
     ;;
 esac
