@@ -10,15 +10,6 @@ add_test(NAME windows.same_runs_as_linux
                  --backend sim --test AccelerometerTest --test AmbientLightSensorTest)
 set_tests_properties(windows.same_runs_as_linux PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77)
 
-# Sensors that fail a reading and then read too little: the same FAILs with the same events.
-add_test(NAME windows.same_runs_as_linux_faults
-         COMMAND ${VEKR_DEBIAN_PYTHON} ${CMAKE_CURRENT_SOURCE_DIR}/same_runs_as_linux.py
-                 $<TARGET_FILE:vekrsensors> ${VEKR_LINUX_MODULE}
-                 ${CMAKE_CROSSCOMPILING_EMULATOR} --
-                 --scenario ${CMAKE_CURRENT_SOURCE_DIR}/fixtures/weak_sensors.json --fast
-                 --test AccelerometerTest --test AmbientLightSensorTest)
-set_tests_properties(windows.same_runs_as_linux_faults PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77)
-
 # Without dialogs the interactive tests answer CANNOTRUN and say why, never PASS.
 add_test(NAME windows.interactive_tests_cannot_run
          COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:vekrsensors> --backend sim
