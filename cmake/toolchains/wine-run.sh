@@ -19,8 +19,4 @@ if [ ! -f "$prefix/system.reg" ]; then
     fi
   ) 9>"$prefix.lock"
 fi
-# One server for the whole test run, kept for a minute after its last program: tests start
-# and end many programs side by side, and a server shutting down as the next program starts
-# is a race this avoids. Starting it when one runs already is a no-op.
-/usr/lib/wine/wineserver -p60 </dev/null >/dev/null 2>&1 || true
 exec "$wine" "$@"
